@@ -1,0 +1,27 @@
+# cmake --install: libraries, headers and the package files that find_package(kyrOrvel) reads.
+include(CMakePackageConfigHelpers)
+
+set(packageDir "${CMAKE_INSTALL_LIBDIR}/cmake/kyrOrvel")
+set(installedLibraries kyrOrvel kyrOrvelClient)
+if(NOT KYR_CORE)
+    list(APPEND installedLibraries kyrCore)
+endif()
+
+install(TARGETS ${installedLibraries} EXPORT kyrOrvelTargets
+    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+    ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+    FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
+if(TARGET orvel)
+    install(TARGETS orvel DESTINATION "${CMAKE_INSTALL_BINDIR}")
+endif()
+install(EXPORT kyrOrvelTargets NAMESPACE kyrOrvel:: DESTINATION "${packageDir}")
+
+configure_package_config_file("${CMAKE_CURRENT_LIST_DIR}/kyrOrvelConfig.cmake.in"
+    "${PROJECT_BINARY_DIR}/kyrOrvelConfig.cmake" INSTALL_DESTINATION "${packageDir}")
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/kyrOrvelConfigVersion.cmake"
+    COMPATIBILITY SameMinorVersion)
+install(FILES
+    "${PROJECT_BINARY_DIR}/kyrOrvelConfig.cmake"
+    "${PROJECT_BINARY_DIR}/kyrOrvelConfigVersion.cmake"
+    "${CMAKE_CURRENT_LIST_DIR}/FindCOLAMD.cmake"
+    DESTINATION "${packageDir}")

@@ -1,0 +1,27 @@
+# What every target of this project shares. Results are promised to the bit, so the floating-point
+# model is a property of the target and not left to anybody's flags: no contraction into fused
+# multiply-adds, and -ffast-math from outside is taken back.
+function(kyrorvel_configure_target target)
+    target_compile_features(${target} PUBLIC cxx_std_17)
+    target_compile_options(${target} PRIVATE -fno-fast-math -ffp-contract=off)
+    set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
+    if(KYRORVEL_WARNINGS)
+        target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
+                                                 -Wold-style-cast -Wnon-virtual-dtor)
+    endif()
+    if(KYRORVEL_WARNINGS_AS_ERRORS)
+        target_compile_options(${target} PRIVATE -Werror)
+    endif()
+endfunction()
+
+# A library: hidden symbols, a version in its name, its headers verified to compile alone.
+function(kyrorvel_configure_library target)
+    kyrorvel_configure_target(${target})
+    set_target_properties(${target} PROPERTIES
+        CXX_VISIBILITY_PRESET hidden
+        VISIBILITY_INLINES_HIDDEN ON
+        POSITION_INDEPENDENT_CODE ON
+        VERSION ${PROJECT_VERSION}
+        SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
+        VERIFY_INTERFACE_HEADER_SETS ${PROJECT_IS_TOP_LEVEL})
+endfunction()

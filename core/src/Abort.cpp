@@ -1,0 +1,12 @@
+#include <kyr/Abort>
+
+#include <cstdlib>
+
+namespace kyr {
+
+void abort()
+{
+    std::abort();
+}
+
+} // namespace kyr

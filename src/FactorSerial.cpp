@@ -1,0 +1,244 @@
+#include <kyrOrvel/Orvel>
+
+#include "detail/Arrays.h"
+#include "detail/ExactArithmetic.h"
+#include "detail/FactorPattern.h"
+
+#include <kyrOrvel/DenseKernels>
+
+#include <algorithm>
+#include <cstddef>
+
+namespace kyrOrvel {
+
+namespace {
+
+constexpr unsigned long kValueSlack = 64;
+constexpr unsigned long kWorkSlack = 8;
+
+float* getScalarArray(ScratchPad& scratch, unsigned long size, float /*type*/)
+{
+    return scratch.getFloatArray(0, size);
+}
+
+double* getScalarArray(ScratchPad& scratch, unsigned long size, double /*type*/)
+{
+    return scratch.getDoubleArray(0, size);
+}
+
+/// Each row of the m × p block X becomes L⁻¹ times it, L the unit lower p × p block.
+void substituteUnitLower(const double* L, double* X, std::size_t m, std::size_t p)
+{
+    for (std::size_t i = 0; i < m; ++i) {
+        double* x = X + i * p;
+        for (std::size_t q = 1; q < p; ++q)
+            for (std::size_t t = 0; t < q; ++t)
+                x[q] -= L[q * p + t] * x[t];
+    }
+}
+
+void substituteUnitLower(const float* L, float* X, std::size_t m, std::size_t p)
+{
+    orvel_SM_UD(L, int(p), X, int(p), int(m), int(p));
+}
+
+/// S = B·D, B m × p.
+template <class T>
+void scaleColumns(const T* B, const T* pivots, T* S, std::size_t m, std::size_t p)
+{
+    for (std::size_t i = 0; i < m; ++i)
+        for (std::size_t q = 0; q < p; ++q)
+            S[i * p + q] = B[i * p + q] * pivots[q];
+}
+
+/// B = X·D⁻¹, B m × p. One reciprocal per column: it fixes the rounding.
+template <class T>
+void divideColumns(const T* X, const T* pivots, T* B, std::size_t m, std::size_t p)
+{
+    for (std::size_t q = 0; q < p; ++q) {
+        const T w = T(1) / pivots[q];
+        for (std::size_t i = 0; i < m; ++i)
+            B[i * p + q] = X[i * p + q] * w;
+    }
+}
+
+/// Dense L·D·Lᵀ of the m × m block B in place: unit lower triangle, zeros above, pivots to d.
+template <class T> void factorDiagonal(T* B, T* d, std::size_t m)
+{
+    for (std::size_t q = 0; q < m; ++q) {
+        d[q] = B[q * m + q];
+        B[q * m + q] = T(1);
+    }
+    for (std::size_t i = 1; i < m; ++i) {
+        T* b = B + i * m;
+        for (std::size_t j = 0; j < i; ++j) {
+            const T* bj = B + j * m;
+            for (std::size_t t = 0; t < j; ++t)
+                b[j] -= (b[t] * d[t]) * bj[t];
+            b[j] = b[j] / d[j];
+        }
+        for (std::size_t t = 0; t < i; ++t)
+            d[i] -= b[t] * (b[t] * d[t]);
+    }
+    for (std::size_t i = 0; i < m; ++i)
+        std::fill(B + i * m + i + 1, B + (i + 1) * m, T(0));
+}
+
+/// Left-looking block factorization: block row r is finished from the rows before it.
+template <class T> class SerialFactorization {
+public:
+    explicit SerialFactorization(OrvelData<T>& data)
+        : m_data(data), m_A(data.matrix), m_L(data.factor), m_S(data.scaledFactor)
+    {
+    }
+
+    void run()
+    {
+        prepareWork();
+        sizeFactors();
+        loadInput();
+        sizePivots();
+        for (unsigned int r = 0; r < m_L.numBlockRows; ++r) {
+            for (unsigned int j = m_L.rowStart[r]; j < diagonalSlot(r); ++j)
+                computeBlock(r, j);
+            computeDiagonal(r);
+        }
+        for (unsigned int r = 0; r < m_L.numBlockRows; ++r)
+            scaleDiagonal(r);
+        m_data.factored = 1;
+    }
+
+private:
+    unsigned int diagonalSlot(unsigned int r) const { return m_L.rowStart[r + 1] - 1; }
+    std::size_t sizeOf(unsigned int r) const { return m_L.blockSizes[r]; }
+    T* pivotsOf(unsigned int r) const { return m_data.pivots.data + m_L.blockOffsets[r]; }
+
+    void prepareWork()
+    {
+        std::size_t largest = 0;
+        if (m_A.blockSizes)
+            for (unsigned int r = 0; r < m_A.numBlockRows; ++r)
+                largest = std::max<std::size_t>(largest, m_A.blockSizes[r]);
+        const std::size_t square = largest * largest;
+        m_scaledWork = getScalarArray(m_data.scratch, 2 * square + kWorkSlack, T());
+        std::fill_n(m_scaledWork, 2 * square + kWorkSlack, T(0));
+        m_blockWork = m_scaledWork + square;
+    }
+
+    void sizeFactors()
+    {
+        const unsigned int n = m_A.numBlockRows;
+        unsigned long values = kValueSlack;
+        for (unsigned int r = 0; r < n; ++r)
+            detail::forEachFactorColumn(m_data, r, [&](unsigned int c) {
+                values += static_cast<unsigned long>(m_A.blockSizes[c]) * m_A.blockSizes[r];
+            });
+        for (SparseMatrix<T>* matrix : {&m_L, &m_S}) {
+            matrix->clear();
+            matrix->setSize(n, m_A.sizeHint, m_data.factorColumns.size(), values);
+        }
+    }
+
+    /// factor holds the lower triangle of A on the factor's pattern, fill-in zero.
+    void loadInput()
+    {
+        for (unsigned int r = 0; r < m_A.numBlockRows; ++r) {
+            detail::InputCursor<T> input(m_A, r);
+            const unsigned int m = m_A.blockSizes[r];
+            detail::forEachFactorColumn(m_data, r, [&](unsigned int c) {
+                const unsigned int p = m_A.blockSizes[c];
+                T* const block = m_L.aquireBlock(r, c, m, p, 0);
+                m_S.aquireBlock(r, c, m, p, 0);
+                if (const T* values = input.take(c))
+                    std::copy_n(values, static_cast<std::size_t>(m) * p, block);
+            });
+        }
+    }
+
+    void sizePivots()
+    {
+        AlignedArray<T>& pivots = m_data.pivots;
+        const unsigned int N = m_A.numBlockRows == 0 ? 0 : m_A.blockSizes[m_A.numBlockRows];
+        if (N > pivots.capacity) {
+            pivots.capacity = 0;
+            pivots.data = nullptr;
+            detail::renew(pivots.storage, static_cast<std::size_t>(N) + 1);
+            pivots.data = detail::alignedTo16(pivots.storage);
+            pivots.capacity = N;
+        }
+        pivots.size = N;
+    }
+
+    /// L(r, c) = (A(r, c) - Σ over k < c of L(r, k)·D(k)·L(c, k)ᵀ) · L(c, c)⁻ᵀ · D(c)⁻¹
+    void computeBlock(unsigned int r, unsigned int j)
+    {
+        const unsigned int c = m_L.blockColumns[j];
+        const std::size_t m = sizeOf(r);
+        const std::size_t p = sizeOf(c);
+        std::copy_n(m_L.blockData[j], m * p, m_blockWork);
+        detail::forEachCommonColumn(m_L, r, c, [&](unsigned int slotR, unsigned int slotC) {
+            const int s = static_cast<int>(m_L.blockSizes[m_L.blockColumns[slotR]]);
+            const T* S = scaledBlock(r, slotR);
+            orvel_MM_CM_ABt(S, s, m_L.blockData[slotC], s, m_blockWork, int(p), int(m), int(p), s);
+        });
+        substituteUnitLower(m_L.blockData[diagonalSlot(c)], m_blockWork, m, p);
+        divideColumns(m_blockWork, pivotsOf(c), m_L.blockData[j], m, p);
+    }
+
+    /// L(r, r) and D(r) from A(r, r) - Σ over c < r of L(r, c)·D(c)·L(r, c)ᵀ
+    void computeDiagonal(unsigned int r)
+    {
+        const unsigned int g = diagonalSlot(r);
+        const std::size_t m = sizeOf(r);
+        std::copy_n(m_L.blockData[g], m * m, m_blockWork);
+        for (unsigned int j = m_L.rowStart[r]; j < g; ++j) {
+            const int p = static_cast<int>(m_L.blockSizes[m_L.blockColumns[j]]);
+            const T* S = scaledBlock(r, j);
+            orvel_MM_CM_ABt(m_L.blockData[j], p, S, p, m_blockWork, int(m), int(m), int(m), p);
+        }
+        factorDiagonal(m_blockWork, pivotsOf(r), m);
+        std::copy_n(m_blockWork, m * m, m_L.blockData[g]);
+    }
+
+    /// S = L(r, k)·D(k) of a finished slot of row r: computed at its first use, kept for later rows
+    /// and for the solves.
+    const T* scaledBlock(unsigned int r, unsigned int slot)
+    {
+        if (m_S.blockTags[slot])
+            return m_S.blockData[slot];
+        const unsigned int k = m_L.blockColumns[slot];
+        const std::size_t m = sizeOf(r);
+        const std::size_t s = sizeOf(k);
+        scaleColumns(m_L.blockData[slot], pivotsOf(k), m_scaledWork, m, s);
+        std::copy_n(m_scaledWork, m * s, m_S.blockData[slot]);
+        m_S.blockTags[slot] = 1;
+        return m_scaledWork;
+    }
+
+    void scaleDiagonal(unsigned int r)
+    {
+        const unsigned int g = diagonalSlot(r);
+        const std::size_t m = sizeOf(r);
+        scaleColumns(m_L.blockData[g], pivotsOf(r), m_S.blockData[g], m, m);
+        m_S.blockTags[g] = 1;
+    }
+
+    OrvelData<T>& m_data;
+    const SparseMatrix<T>& m_A;
+    SparseMatrix<T>& m_L;
+    SparseMatrix<T>& m_S;
+    T* m_scaledWork = nullptr; ///< M² elements
+    T* m_blockWork = nullptr;  ///< M² elements
+};
+
+} // namespace
+
+template <class T> void Orvel::factorSerial(OrvelData<T>& data)
+{
+    SerialFactorization<T>(data).run();
+}
+
+template void Orvel::factorSerial<float>(OrvelData<float>&);
+template void Orvel::factorSerial<double>(OrvelData<double>&);
+
+} // namespace kyrOrvel

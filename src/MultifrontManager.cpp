@@ -1,0 +1,8 @@
+#include <kyrOrvel/MultifrontManager>
+
+namespace kyrOrvel {
+
+template class MultifrontManager<float>;
+template class MultifrontManager<double>;
+
+} // namespace kyrOrvel

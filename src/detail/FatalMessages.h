@@ -1,0 +1,18 @@
+#ifndef KYRORVEL_DETAIL_FATAL_MESSAGES_H
+#define KYRORVEL_DETAIL_FATAL_MESSAGES_H
+
+// Every fatal condition of the library writes one of these to standard error and calls
+// kyr::abort().
+
+namespace kyrOrvel {
+namespace detail {
+
+constexpr char kNotEnoughMemory[] = "Not enough memory, ";
+constexpr char kNotEnabled[] = "Not enabled";
+constexpr char kNoMultifrontal[] =
+    "Multifrontal factorization is not built in, clear useMultifrontal";
+
+} // namespace detail
+} // namespace kyrOrvel
+
+#endif
