@@ -1,0 +1,245 @@
+#include <kyrOrvelClient/MatrixFiles>
+
+#include "TextFile.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdint>
+#include <tuple>
+
+namespace kyrOrvel {
+namespace client {
+
+namespace {
+
+constexpr unsigned long kMaxDimension = 0x7FFFFFFE;
+constexpr std::size_t kShortestEntry = 5; // "1 1 1"
+
+/// An entry that still knows its line, for the report of duplicates.
+struct ReadEntry {
+    ScalarMatrix::Entry entry;
+    std::size_t line;
+};
+
+std::string lowerCase(std::string_view word)
+{
+    std::string text(word);
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return text;
+}
+
+/// The header "%%MatrixMarket matrix FORMAT FIELD SYMMETRY".
+struct Header {
+    std::string format;
+    std::string field;
+    std::string symmetry;
+};
+
+Status readHeader(TextScanner& in, Header& header)
+{
+    const std::string banner = lowerCase(in.takeWord());
+    const std::string object = lowerCase(in.takeWord());
+    header.format = lowerCase(in.takeWord());
+    header.field = lowerCase(in.takeWord());
+    header.symmetry = lowerCase(in.takeWord());
+    if (banner != "%%matrixmarket" || object != "matrix")
+        return in.error("not a Matrix Market file: the first line should be "
+                        "'%%MatrixMarket matrix coordinate real symmetric'");
+    return in.endLine();
+}
+
+Status checkMatrixHeader(const TextScanner& at, const Header& header)
+{
+    const std::string wanted = "; 'coordinate real symmetric' or 'coordinate integer symmetric' "
+                               "is what can be solved";
+    if (header.format != "coordinate")
+        return at.error("the format is '" + header.format + "'" + wanted);
+    if (header.field != "real" && header.field != "integer")
+        return at.error("the field is '" + header.field + "'" + wanted);
+    if (header.symmetry != "symmetric")
+        return at.error("the matrix is declared '" + header.symmetry + "'" + wanted);
+    return {};
+}
+
+struct Sizes {
+    unsigned long dimension;
+    unsigned long entries;
+};
+
+Status readSizes(TextScanner& in, Sizes& sizes)
+{
+    if (!in.skipToContent())
+        return in.error("the file ends before the line with the sizes");
+    unsigned long columns = 0;
+    Status status = in.takeCount("number of rows", 1, kMaxDimension, sizes.dimension);
+    if (status.ok())
+        status = in.takeCount("number of columns", 1, kMaxDimension, columns);
+    if (status.ok() && columns != sizes.dimension)
+        status = in.error("the matrix is not square: " + std::to_string(sizes.dimension) +
+                          " rows, " + std::to_string(columns) + " columns");
+    const unsigned long most = sizes.dimension * (sizes.dimension + 1) / 2;
+    if (status.ok())
+        status = in.takeCount("number of entries", 0, most, sizes.entries);
+    // A row or two per entry is the most that can be occupied: checked before anything is made in
+    // the size that a file merely claims to have.
+    if (status.ok() && sizes.entries < (sizes.dimension + 1) / 2)
+        status = in.error(std::to_string(sizes.entries) + " entries leave some of the " +
+                          std::to_string(sizes.dimension) + " rows empty: the matrix is singular");
+    return status.ok() ? in.endLine() : status;
+}
+
+Status readEntry(TextScanner& in, bool integer, unsigned long dimension, ReadEntry& read)
+{
+    unsigned long row = 0;
+    unsigned long column = 0;
+    read.line = in.line();
+    Status status = in.takeCount("row", 1, dimension, row);
+    if (status.ok())
+        status = in.takeCount("column", 1, dimension, column);
+    if (status.ok())
+        status = in.takeScalar("value", integer, read.entry.value);
+    if (!status.ok())
+        return status;
+    read.entry.row = static_cast<unsigned int>(std::max(row, column) - 1);
+    read.entry.column = static_cast<unsigned int>(std::min(row, column) - 1);
+    return in.endLine();
+}
+
+Status readEntries(TextScanner& in, bool integer, const Sizes& sizes, std::vector<ReadEntry>& read)
+{
+    read.reserve(std::min<std::size_t>(sizes.entries, in.remaining() / kShortestEntry + 1));
+    for (unsigned long k = 0; k < sizes.entries; ++k) {
+        if (!in.skipToContent())
+            return in.error("the file ends after " + std::to_string(k) + " of " +
+                            std::to_string(sizes.entries) + " entries");
+        read.emplace_back();
+        Status status = readEntry(in, integer, sizes.dimension, read.back());
+        if (!status.ok())
+            return status;
+    }
+    if (in.skipToContent())
+        return in.error("there is more after the " + std::to_string(sizes.entries) +
+                        " entries that the header declares");
+    return {};
+}
+
+/// Sorts the entries and reports a place that is given twice, by the line of the later one.
+Status sortEntries(const std::string& path, std::vector<ReadEntry>& read)
+{
+    std::sort(read.begin(), read.end(), [](const ReadEntry& a, const ReadEntry& b) {
+        return std::tie(a.entry.row, a.entry.column, a.line) <
+               std::tie(b.entry.row, b.entry.column, b.line);
+    });
+    const auto twice =
+        std::adjacent_find(read.begin(), read.end(), [](const ReadEntry& a, const ReadEntry& b) {
+            return a.entry.row == b.entry.row && a.entry.column == b.entry.column;
+        });
+    if (twice == read.end())
+        return {};
+    return fileError(path, (twice + 1)->line,
+                     "the entry (" + std::to_string(twice->entry.row + 1) + ", " +
+                         std::to_string(twice->entry.column + 1) + ") was given before, in line " +
+                         std::to_string(twice->line));
+}
+
+Status readArray(TextScanner& in, const Header& header, unsigned int dimension,
+                 std::vector<double>& vector)
+{
+    if (header.format != "array" || (header.field != "real" && header.field != "integer") ||
+        header.symmetry != "general")
+        return in.error("a vector should be 'array real general', not '" + header.format + " " +
+                        header.field + " " + header.symmetry + "'");
+    if (!in.skipToContent())
+        return in.error("the file ends before the line with the sizes");
+    unsigned long rows = 0;
+    unsigned long columns = 0;
+    Status status = in.takeCount("number of rows", dimension, dimension, rows);
+    if (status.ok())
+        status = in.takeCount("number of columns", 1, 1, columns);
+    if (status.ok())
+        status = in.endLine();
+    const bool integer = header.field == "integer";
+    for (unsigned int i = 0; status.ok() && i < dimension; ++i) {
+        if (!in.skipToContent())
+            return in.error("the file ends after " + std::to_string(i) + " of " +
+                            std::to_string(dimension) + " values");
+        status = in.takeScalar("value", integer, vector[i]);
+        if (status.ok())
+            status = in.endLine();
+    }
+    if (status.ok() && in.skipToContent())
+        status = in.error("there is more after the " + std::to_string(dimension) + " values");
+    return status;
+}
+
+Status readPlainNumbers(TextScanner& in, unsigned int dimension, std::vector<double>& vector)
+{
+    for (unsigned int i = 0; i < dimension; ++i) {
+        if (!in.skipToWord())
+            return in.error("the file ends after " + std::to_string(i) + " of " +
+                            std::to_string(dimension) + " values");
+        Status status = in.takeScalar("value", false, vector[i]);
+        if (!status.ok())
+            return status;
+    }
+    if (in.skipToWord())
+        return in.error("there is more after the " + std::to_string(dimension) + " values");
+    return {};
+}
+
+} // namespace
+
+Status readMatrixMarket(const std::string& path, ScalarMatrix& matrix)
+{
+    std::string text;
+    Status status = readTextFile(path, text);
+    if (!status.ok())
+        return status;
+    TextScanner in(path, text);
+    const TextScanner start = in; // errors about the header belong to line 1
+    Header header;
+    status = readHeader(in, header);
+    if (status.ok())
+        status = checkMatrixHeader(start, header);
+    Sizes sizes{};
+    if (status.ok())
+        status = readSizes(in, sizes);
+    std::vector<ReadEntry> read;
+    if (status.ok())
+        status = readEntries(in, header.field == "integer", sizes, read);
+    if (status.ok())
+        status = sortEntries(path, read);
+    if (!status.ok())
+        return status;
+    matrix.dimension = static_cast<unsigned int>(sizes.dimension);
+    matrix.entries.clear();
+    matrix.entries.reserve(read.size());
+    for (const ReadEntry& r : read)
+        matrix.entries.push_back(r.entry);
+    return {};
+}
+
+Status readVector(const std::string& path, unsigned int dimension, std::vector<double>& vector)
+{
+    std::string text;
+    Status status = readTextFile(path, text);
+    if (!status.ok())
+        return status;
+    TextScanner in(path, text);
+    std::vector<double> values(dimension);
+    if (text.compare(0, 2, "%%") == 0) {
+        Header header;
+        status = readHeader(in, header);
+        if (status.ok())
+            status = readArray(in, header, dimension, values);
+    } else {
+        status = readPlainNumbers(in, dimension, values);
+    }
+    if (status.ok())
+        vector = std::move(values);
+    return status;
+}
+
+} // namespace client
+} // namespace kyrOrvel

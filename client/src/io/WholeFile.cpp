@@ -1,0 +1,44 @@
+#include "WholeFile.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include <unistd.h>
+
+namespace kyrOrvel {
+namespace client {
+
+namespace {
+
+/// 0, or the error number of what went wrong.
+int writeContent(const std::string& path, const std::string& content)
+{
+    std::FILE* const file = std::fopen(path.c_str(), "wb");
+    if (!file)
+        return errno;
+    errno = 0;
+    const bool written = std::fwrite(content.data(), 1, content.size(), file) == content.size() &&
+                         std::fflush(file) == 0;
+    const int writeError = errno;
+    if (std::fclose(file) != 0 && written)
+        return errno;
+    return written ? 0 : writeError;
+}
+
+} // namespace
+
+Status writeWholeFile(const std::string& path, const std::string& content)
+{
+    const std::string temporary = path + ".part" + std::to_string(getpid());
+    int error = writeContent(temporary, content);
+    if (error == 0 && std::rename(temporary.c_str(), path.c_str()) != 0)
+        error = errno;
+    if (error == 0)
+        return {};
+    std::remove(temporary.c_str());
+    return {StatusCode::InvalidInput, path + ": " + std::strerror(error), kNone, kNone};
+}
+
+} // namespace client
+} // namespace kyrOrvel

@@ -1,0 +1,17 @@
+#ifndef KYRORVEL_CLIENT_WHOLE_FILE_H
+#define KYRORVEL_CLIENT_WHOLE_FILE_H
+
+#include <kyrOrvelClient/Status>
+
+#include <string>
+
+namespace kyrOrvel {
+namespace client {
+
+/// Writes a file that appears whole or not at all: it is made beside its place, then moved there.
+Status writeWholeFile(const std::string& path, const std::string& content);
+
+} // namespace client
+} // namespace kyrOrvel
+
+#endif

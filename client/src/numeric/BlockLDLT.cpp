@@ -1,0 +1,376 @@
+#include <kyrOrvelClient/BlockLDLT>
+
+#include "../ordering/Ordering.h"
+#include "../symbolic/FactorStructure.h"
+#include "MatrixPattern.h"
+#include "PivotCheck.h"
+#include "ValueScatter.h"
+
+#include <kyrOrvel/Orvel>
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <limits>
+#include <new>
+#include <string>
+
+namespace kyrOrvel {
+namespace client {
+
+namespace {
+
+constexpr std::uint64_t kMaxCount = 0xFFFFFFFEu; ///< of blocks or scalars in one matrix
+constexpr std::uint64_t kValueSlack = 64;        ///< the factorization asks for that much more
+constexpr std::size_t kMaxDimension = 0x7FFFFFFF;
+
+Status tooLarge(const std::string& what, std::uint64_t count, std::uint64_t limit)
+{
+    return {StatusCode::TooLarge,
+            what + " needs a count of " + std::to_string(count) + ", more than the " +
+                std::to_string(limit) + " that the solver can hold; split the system",
+            kNone, kNone};
+}
+
+Status callSequence(const char* needed)
+{
+    return {StatusCode::CallSequence, std::string(needed) + " has to succeed first", kNone, kNone};
+}
+
+} // namespace
+
+template <class T> struct BlockLDLT<T>::Impl {
+    Status status;
+    Analysis analysis;
+    OrvelData<T> data;
+
+    bool analyzed = false;
+    bool factorized = false;
+    MatrixPattern pattern;
+    ValueScatter<T> scatter;
+    PivotCheck<T> pivotCheck;
+    std::vector<T> work;              ///< vectors in elimination order: the one being solved,
+    std::vector<T> rightHandSide;     ///< and for refinement what to solve for,
+    std::vector<T> solution;          ///< the best so far,
+    std::vector<T> residual;          ///< and what is left of it
+    std::vector<std::size_t> offsets; ///< scalar offset of each block in the user's order
+
+    Status analyze(const BlockMatrix<T>& A);
+    Status checkSizes(const BlockMatrix<T>& A) const;
+    Status analyze(const BlockMatrix<T>& A, TrailingPlacement placement);
+    Status order(TrailingPlacement placement, OrderingResult& ordering);
+    Status buildStructure(const BlockMatrix<T>& A, OrderingResult& ordering);
+    bool canOrderLater() const;
+    void prepareVectors(const BlockMatrix<T>& A);
+    Status factor(const BlockMatrix<T>& A);
+    Status factorChecked();
+    Status solve(const T* b, T* x);
+    Status refine(const T* b, T* x, int maxSteps, int& steps);
+    Status checkVectors(const T* b, const T* x) const;
+    Status gather(const T* from, const char* what, std::vector<T>& to) const;
+    Status checkSolution() const;
+    void scatterTo(const std::vector<T>& from, T* to) const;
+    T computeResidual(const std::vector<T>& x);
+
+    /// Runs a step, turning exhausted memory into a status.
+    template <class Step> const Status& guard(Step step)
+    {
+        try {
+            status = step();
+        } catch (const std::bad_alloc&) {
+            status.code = StatusCode::OutOfMemory;
+            status.message = "out of memory"; // short enough for a string that allocates nothing
+            status.block = kNone;
+            status.row = kNone;
+        }
+        return status;
+    }
+};
+
+template <class T> Status BlockLDLT<T>::Impl::analyze(const BlockMatrix<T>& A)
+{
+    analyzed = false;
+    factorized = false;
+    Status result = checkSizes(A);
+    if (!result.ok())
+        return result;
+    pattern = MatrixPattern(A);
+    prepareVectors(A);
+    return analyze(A, TrailingPlacement::AfterFirst);
+}
+
+template <class T>
+Status BlockLDLT<T>::Impl::analyze(const BlockMatrix<T>& A, TrailingPlacement placement)
+{
+    analyzed = false;
+    OrderingResult ordering;
+    Status result = order(placement, ordering);
+    if (result.ok())
+        result = buildStructure(A, ordering);
+    analyzed = result.ok();
+    return result;
+}
+
+/// Whether trailing blocks stand before some of the ordinary blocks that they couple to.
+template <class T> bool BlockLDLT<T>::Impl::canOrderLater() const
+{
+    return analysis.method == OrderingMethod::SymamdRepaired ||
+           analysis.method == OrderingMethod::SymamdDelayed;
+}
+
+template <class T> Status BlockLDLT<T>::Impl::checkSizes(const BlockMatrix<T>& A) const
+{
+    if (A.dimension() > kMaxDimension)
+        return tooLarge("the scalar dimension", A.dimension(), kMaxDimension);
+    const std::uint64_t entries = A.numBlocks() + A.numBlockRows();
+    if (entries > kMaxDimension)
+        return tooLarge("the block pattern", entries, kMaxDimension);
+    return {};
+}
+
+template <class T>
+Status BlockLDLT<T>::Impl::order(TrailingPlacement placement, OrderingResult& ordering)
+{
+    SkeletonMatrix skeleton;
+    pattern.fillSkeleton(skeleton);
+    const std::vector<unsigned char> standsAlone = pattern.standsAlone();
+    const OrderingInput input{skeleton, pattern.firstTrailing(), standsAlone};
+    Status result = computeOrdering(input, placement, data.scratch, ordering);
+    if (!result.ok())
+        return result;
+    const unsigned int n = pattern.numBlockRows();
+    analysis.method = ordering.method;
+    analysis.order.assign(ordering.permutation.P, ordering.permutation.P + n);
+    analysis.position.resize(n);
+    for (unsigned int k = 0; k < n; ++k)
+        analysis.position[analysis.order[k]] = k;
+    analysis.matrixBlocks = skeleton.rowStart[n];
+    return {};
+}
+
+template <class T>
+Status BlockLDLT<T>::Impl::buildStructure(const BlockMatrix<T>& A, OrderingResult& ordering)
+{
+    std::vector<unsigned int> sizes;
+    for (const unsigned int block : analysis.order)
+        sizes.push_back(A.blockSize(block));
+    data.eliminationTree = ordering.tree;
+    const FactorStructure structure(ordering.pattern, data.eliminationTree, sizes);
+    const FactorCounts& counts = structure.counts();
+    if (counts.blocks > kMaxCount)
+        return tooLarge("the factor's block pattern", counts.blocks, kMaxCount);
+    if (counts.scalars + kValueSlack > kMaxCount)
+        return tooLarge("the factor", counts.scalars, kMaxCount);
+    structure.fill(data.factorRowStart, data.factorColumns, data.columnPattern);
+    scatter.prepare(A, ordering.pattern, analysis.order, analysis.position, data.matrix);
+    analysis.factorBlocks = counts.blocks;
+    analysis.factorScalars = counts.scalars;
+    analysis.operations = counts.operations;
+    return {};
+}
+
+template <class T> void BlockLDLT<T>::Impl::prepareVectors(const BlockMatrix<T>& A)
+{
+    const unsigned int n = A.numBlockRows();
+    offsets.resize(n);
+    unsigned int largest = 0;
+    for (unsigned int r = 0; r < n; ++r) {
+        offsets[r] = A.blockOffset(r);
+        largest = std::max(largest, A.blockSize(r));
+    }
+    for (std::vector<T>* vector : {&work, &rightHandSide, &solution, &residual})
+        vector->resize(A.dimension());
+    pivotCheck.reserve(largest);
+}
+
+template <class T> Status BlockLDLT<T>::Impl::factor(const BlockMatrix<T>& A)
+{
+    factorized = false;
+    if (!analyzed)
+        return callSequence("analyzePattern");
+    Status result = pattern.compare(A);
+    if (!result.ok())
+        return result;
+    result = scatter.run(A);
+    if (!result.ok())
+        return result;
+    result = factorChecked();
+    if (!result.ok() && canOrderLater()) {
+        result = analyze(A, TrailingPlacement::AfterLast);
+        if (result.ok())
+            result = scatter.run(A);
+        if (result.ok())
+            result = factorChecked();
+    }
+    factorized = result.ok();
+    return result;
+}
+
+template <class T> Status BlockLDLT<T>::Impl::factorChecked()
+{
+    data.factored = 0;
+    Orvel::factorSerial(data);
+    return pivotCheck.run(data, analysis.order);
+}
+
+template <class T> Status BlockLDLT<T>::Impl::checkVectors(const T* b, const T* x) const
+{
+    if (!factorized)
+        return callSequence("factorize");
+    if (!work.empty() && (!b || !x))
+        return {StatusCode::InvalidInput, "a right-hand side and room for the solution are needed",
+                kNone, kNone};
+    return {};
+}
+
+template <class T> Status BlockLDLT<T>::Impl::solve(const T* b, T* x)
+{
+    Status result = checkVectors(b, x);
+    if (result.ok())
+        result = gather(b, "right-hand side", work);
+    if (!result.ok())
+        return result;
+    Orvel::solve(data, work.data());
+    result = checkSolution();
+    if (result.ok())
+        scatterTo(work, x);
+    return result;
+}
+
+template <class T> Status BlockLDLT<T>::Impl::refine(const T* b, T* x, int maxSteps, int& steps)
+{
+    steps = 0;
+    Status result = checkVectors(b, x);
+    if (result.ok())
+        result = gather(b, "right-hand side", rightHandSide);
+    if (result.ok())
+        result = gather(x, "solution to improve", solution);
+    if (!result.ok())
+        return result;
+    T norm = computeResidual(solution);
+    while (steps < maxSteps && norm > 0) {
+        work = residual;
+        Orvel::solve(data, work.data());
+        for (std::size_t i = 0; i < work.size(); ++i)
+            work[i] += solution[i];
+        const T next = computeResidual(work);
+        if (!(next < norm)) // also when the correction overflowed
+            break;
+        norm = next;
+        solution.swap(work);
+        ++steps;
+    }
+    scatterTo(solution, x);
+    return {};
+}
+
+/// residual = b - A·x; returns its 2-norm.
+template <class T> T BlockLDLT<T>::Impl::computeResidual(const std::vector<T>& x)
+{
+    data.matrix.multiply(x.data(), residual.data());
+    T sum = 0;
+    for (std::size_t i = 0; i < residual.size(); ++i) {
+        residual[i] = rightHandSide[i] - residual[i];
+        sum += residual[i] * residual[i];
+    }
+    return std::sqrt(sum);
+}
+
+/// Brings a vector into elimination order.
+template <class T>
+Status BlockLDLT<T>::Impl::gather(const T* from, const char* what, std::vector<T>& to) const
+{
+    const SparseMatrix<T>& L = data.factor;
+    for (unsigned int k = 0; k < L.numBlockRows; ++k) {
+        const unsigned int block = analysis.order[k];
+        const T* const values = from + offsets[block];
+        for (unsigned int i = 0; i < L.blockSizes[k]; ++i) {
+            if (!std::isfinite(values[i]))
+                return {StatusCode::NotFinite,
+                        std::string("the ") + what + " holds an infinity or NaN in row " +
+                            std::to_string(i) + " of block " + std::to_string(block),
+                        block, i};
+            to[L.blockOffsets[k] + i] = values[i];
+        }
+    }
+    return {};
+}
+
+template <class T> Status BlockLDLT<T>::Impl::checkSolution() const
+{
+    const SparseMatrix<T>& L = data.factor;
+    for (unsigned int k = 0; k < L.numBlockRows; ++k)
+        for (unsigned int i = 0; i < L.blockSizes[k]; ++i)
+            if (!std::isfinite(work[L.blockOffsets[k] + i]))
+                return {StatusCode::NotFinite,
+                        "the solution overflows in row " + std::to_string(i) + " of block " +
+                            std::to_string(analysis.order[k]) + "; scale the system",
+                        analysis.order[k], i};
+    return {};
+}
+
+/// Brings a vector back into the user's order.
+template <class T> void BlockLDLT<T>::Impl::scatterTo(const std::vector<T>& from, T* to) const
+{
+    const SparseMatrix<T>& L = data.factor;
+    for (unsigned int k = 0; k < L.numBlockRows; ++k)
+        std::copy_n(from.data() + L.blockOffsets[k], L.blockSizes[k],
+                    to + offsets[analysis.order[k]]);
+}
+
+template <class T> BlockLDLT<T>::BlockLDLT() : m_impl(std::make_unique<Impl>())
+{
+}
+template <class T> BlockLDLT<T>::~BlockLDLT() = default;
+template <class T> BlockLDLT<T>::BlockLDLT(BlockLDLT&&) noexcept = default;
+template <class T> BlockLDLT<T>& BlockLDLT<T>::operator=(BlockLDLT&&) noexcept = default;
+
+template <class T> const Status& BlockLDLT<T>::analyzePattern(const BlockMatrix<T>& A)
+{
+    return m_impl->guard([&] { return m_impl->analyze(A); });
+}
+
+template <class T> const Status& BlockLDLT<T>::factorize(const BlockMatrix<T>& A)
+{
+    return m_impl->guard([&] { return m_impl->factor(A); });
+}
+
+template <class T> const Status& BlockLDLT<T>::compute(const BlockMatrix<T>& A)
+{
+    return analyzePattern(A).ok() ? factorize(A) : info();
+}
+
+template <class T> const Status& BlockLDLT<T>::solve(const T* b, T* x)
+{
+    return m_impl->guard([&] { return m_impl->solve(b, x); });
+}
+
+template <class T> const Status& BlockLDLT<T>::refine(const T* b, T* x, int maxSteps, int* steps)
+{
+    int done = 0;
+    m_impl->guard([&] { return m_impl->refine(b, x, maxSteps, done); });
+    if (steps)
+        *steps = done;
+    return m_impl->status;
+}
+
+template <class T> const Status& BlockLDLT<T>::info() const
+{
+    return m_impl->status;
+}
+
+template <class T> const Analysis& BlockLDLT<T>::analysis() const
+{
+    return m_impl->analysis;
+}
+
+template <class T> const OrvelData<T>& BlockLDLT<T>::data() const
+{
+    return m_impl->data;
+}
+
+template class BlockLDLT<float>;
+template class BlockLDLT<double>;
+
+} // namespace client
+} // namespace kyrOrvel

@@ -1,0 +1,103 @@
+#include "ValueScatter.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <string>
+
+namespace kyrOrvel {
+namespace client {
+
+namespace {
+
+Status notFinite(unsigned int r, unsigned int c, std::size_t i)
+{
+    return {StatusCode::NotFinite,
+            "block (" + std::to_string(r) + ", " + std::to_string(c) +
+                ") holds an infinity or NaN in its row " + std::to_string(i),
+            r, static_cast<unsigned int>(i)};
+}
+
+/// Copies an m × n block, of a diagonal block the lower triangle. Returns the first row with a
+/// value that is not finite, or m.
+template <class T>
+std::size_t copyBlock(const T* from, T* to, std::size_t m, std::size_t n, bool transposed,
+                      bool diagonal)
+{
+    const std::size_t rowStep = transposed ? 1 : n;
+    const std::size_t columnStep = transposed ? m : 1;
+    for (std::size_t i = 0; i < m; ++i) {
+        const std::size_t end = diagonal ? i + 1 : n;
+        for (std::size_t j = 0; j < end; ++j) {
+            const T value = from[i * n + j];
+            if (!std::isfinite(value))
+                return i;
+            to[i * rowStep + j * columnStep] = value;
+        }
+    }
+    return m;
+}
+
+/// The slot of column c in block row r.
+template <class T>
+unsigned int slotOf(const SparseMatrix<T>& matrix, unsigned int r, unsigned int c)
+{
+    const unsigned int* const begin = matrix.blockColumns + matrix.rowStart[r];
+    const unsigned int* const end = matrix.blockColumns + matrix.rowStart[r + 1];
+    return static_cast<unsigned int>(std::lower_bound(begin, end, c) - matrix.blockColumns);
+}
+
+} // namespace
+
+template <class T>
+void ValueScatter<T>::prepare(const BlockMatrix<T>& A, const SkeletonMatrix& permuted,
+                              const std::vector<unsigned int>& order,
+                              const std::vector<unsigned int>& position, SparseMatrix<T>& target)
+{
+    const unsigned int n = A.numBlockRows();
+    std::size_t values = 0;
+    for (unsigned int r = 0; r < n; ++r)
+        for (unsigned int e = permuted.rowStart[r]; e < permuted.rowStart[r + 1]; ++e)
+            values +=
+                std::size_t(A.blockSize(order[r])) * A.blockSize(order[permuted.columnIndices[e]]);
+    target.clear();
+    target.setSize(n, 0, n == 0 ? 0 : permuted.rowStart[n], values);
+    for (unsigned int r = 0; r < n; ++r)
+        for (unsigned int e = permuted.rowStart[r]; e < permuted.rowStart[r + 1]; ++e) {
+            const unsigned int c = permuted.columnIndices[e];
+            target.aquireBlock(r, c, A.blockSize(order[r]), A.blockSize(order[c]), 0);
+        }
+
+    m_targets.clear();
+    m_targets.reserve(A.numBlocks());
+    for (unsigned int r = 0; r < n; ++r)
+        for (const auto& entry : A.row(r)) {
+            const unsigned int k = position[r];
+            const unsigned int q = position[entry.column];
+            const unsigned int slot = slotOf(target, std::max(k, q), std::min(k, q));
+            m_targets.push_back({target.blockData[slot], q > k});
+        }
+}
+
+template <class T> Status ValueScatter<T>::run(const BlockMatrix<T>& A) const
+{
+    auto target = m_targets.begin();
+    for (unsigned int r = 0; r < A.numBlockRows(); ++r) {
+        const std::size_t m = A.blockSize(r);
+        for (const auto& entry : A.row(r)) {
+            const std::size_t bad =
+                copyBlock(entry.values, target->values, m, std::size_t(A.blockSize(entry.column)),
+                          target->transposed, entry.column == r);
+            if (bad != m)
+                return notFinite(r, entry.column, bad);
+            ++target;
+        }
+    }
+    return {};
+}
+
+template class ValueScatter<float>;
+template class ValueScatter<double>;
+
+} // namespace client
+} // namespace kyrOrvel

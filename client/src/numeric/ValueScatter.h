@@ -1,0 +1,43 @@
+#ifndef KYRORVEL_CLIENT_VALUE_SCATTER_H
+#define KYRORVEL_CLIENT_VALUE_SCATTER_H
+
+#include <kyrOrvelClient/BlockMatrix>
+#include <kyrOrvelClient/Status>
+
+#include <kyrOrvel/SkeletonMatrix>
+#include <kyrOrvel/SparseMatrix>
+
+#include <vector>
+
+namespace kyrOrvel {
+namespace client {
+
+/// Copies the values of a BlockMatrix to where the solver's matrix, in elimination order, wants
+/// them. Made once per pattern.
+template <class T> class ValueScatter {
+public:
+    /// Lays out `target` on the permuted pattern, lower block-row order, and remembers where each
+    /// block of A goes.
+    ///
+    /// @param permuted  A's pattern in elimination order, all diagonal blocks included
+    /// @param position  position[b]: where block b of A is eliminated
+    void prepare(const BlockMatrix<T>& A, const SkeletonMatrix& permuted,
+                 const std::vector<unsigned int>& order, const std::vector<unsigned int>& position,
+                 SparseMatrix<T>& target);
+
+    /// Copies all values; A has the pattern it was prepared for. NotFinite, with the place, at the
+    /// first infinity or NaN. Allocates nothing when all is well.
+    Status run(const BlockMatrix<T>& A) const;
+
+private:
+    struct Target {
+        T* values;
+        bool transposed; ///< the block lies above the diagonal in elimination order
+    };
+    std::vector<Target> m_targets; ///< per block of A, row by row
+};
+
+} // namespace client
+} // namespace kyrOrvel
+
+#endif

@@ -1,0 +1,43 @@
+#ifndef KYRORVEL_CLIENT_COUPLINGS_H
+#define KYRORVEL_CLIENT_COUPLINGS_H
+
+#include "Ordering.h"
+
+#include <cstddef>
+#include <vector>
+
+namespace kyrOrvel {
+namespace client {
+
+/// Which trailing blocks lean on which blocks: a trailing block must follow one of those that it
+/// leans on. It leans on its ordinary couplings; one without any, on its trailing ones.
+class Couplings {
+public:
+    explicit Couplings(const OrderingInput& input);
+
+    /// Per block: how many of those that it leans on must come before it. 0 for a block that needs
+    /// none; a block that leans on trailing ones needs one, wherever it is placed.
+    std::vector<unsigned int> needs(const OrderingInput& input, TrailingPlacement placement) const;
+
+    /// Calls f(t) for every trailing block t that may follow `block`.
+    template <class F> void forEachLeaning(unsigned int block, F f) const
+    {
+        for (std::size_t e = m_start[block]; e < m_start[block + 1]; ++e)
+            f(m_leaning[e]);
+    }
+
+private:
+    bool isTrailing(unsigned int block) const { return block >= m_firstTrailing; }
+
+    template <class F> void forEachSupport(const OrderingInput& input, F f) const;
+
+    unsigned int m_firstTrailing;
+    std::vector<unsigned int> m_numOrdinary; ///< per trailing block: ordinary couplings
+    std::vector<std::size_t> m_start;
+    std::vector<unsigned int> m_leaning;
+};
+
+} // namespace client
+} // namespace kyrOrvel
+
+#endif

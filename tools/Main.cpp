@@ -1,0 +1,86 @@
+#include "Commands.h"
+#include "Report.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <new>
+
+namespace orvel {
+
+namespace {
+
+void addMatrixOptions(CLI::App& command, MatrixOptions& options)
+{
+    command
+        .add_option("FILE", options.matrix,
+                    "Matrix Market file: coordinate, real or integer, symmetric")
+        ->required();
+    command.add_option("--blocks", options.blocks,
+                       "file with the block sizes; by default FILE with the ending .blocks, if "
+                       "there is one");
+    command.add_flag("--find-blocks", options.findBlocks,
+                     "find blocks by structure even if there is such a file");
+}
+
+int run(int argc, char** argv)
+{
+    CLI::App app("Solves sparse symmetric systems of small dense blocks: A = L D L^T.", "orvel");
+    app.set_version_flag("--version", "orvel " ORVEL_VERSION);
+    app.require_subcommand(1);
+
+    DemoOptions demo;
+    CLI::App* const demoCommand =
+        app.add_subcommand("demo", "solve one time step of a rope bridge, built in");
+    demoCommand->add_option("--segments", demo.segments, "pieces of each rope")
+        ->check(CLI::Range(2, 100000))
+        ->capture_default_str();
+    demoCommand->add_option("--picture", demo.picture, "draw the bridge and its system as SVG");
+
+    SolveOptions solve;
+    CLI::App* const solveCommand = app.add_subcommand("solve", "solve a system from a file");
+    addMatrixOptions(*solveCommand, solve.input);
+    solveCommand->add_option("--rhs", solve.rightHandSide,
+                             "right-hand side: Matrix Market array or plain numbers; by default A "
+                             "times ones");
+    solveCommand->add_option("--out", solve.out, "write the solution as a Matrix Market array");
+
+    MatrixOptions info;
+    CLI::App* const infoCommand =
+        app.add_subcommand("info", "show structure, ordering and fill-in");
+    addMatrixOptions(*infoCommand, info);
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? kDone : kBadInput;
+    }
+    if (demoCommand->parsed())
+        return runDemo(demo);
+    return solveCommand->parsed() ? runSolve(solve) : runInfo(info);
+}
+
+} // namespace
+
+} // namespace orvel
+
+int main(int argc, char** argv)
+{
+    int code = orvel::kBadInput;
+    try {
+        code = orvel::run(argc, argv);
+    } catch (const std::bad_alloc&) {
+        orvel::printError("out of memory");
+        return orvel::kBadInput;
+    } catch (const std::exception& error) {
+        orvel::printError(error.what());
+        return orvel::kBadInput;
+    }
+    if (std::fflush(stdout) != 0) {
+        orvel::printError(std::string("standard output: ") + std::strerror(errno));
+        return orvel::kBadInput;
+    }
+    return code;
+}

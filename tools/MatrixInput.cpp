@@ -1,0 +1,62 @@
+#include "MatrixInput.h"
+
+#include <fmt/core.h>
+
+#include <filesystem>
+
+namespace orvel {
+
+using kyrOrvel::client::Status;
+using kyrOrvel::client::StatusCode;
+
+namespace {
+
+/// NAME.blocks beside NAME.mtx, or empty.
+std::string sidecarOf(const std::string& matrix)
+{
+    const std::filesystem::path sidecar =
+        std::filesystem::path(matrix).replace_extension(".blocks");
+    std::error_code ignored;
+    return std::filesystem::exists(sidecar, ignored) ? sidecar.string() : "";
+}
+
+} // namespace
+
+Status readInput(const MatrixOptions& options, MatrixInput& input)
+{
+    Status status = kyrOrvel::client::readMatrixMarket(options.matrix, input.scalars);
+    if (!status.ok())
+        return status;
+    std::string blocks = options.blocks;
+    if (blocks.empty() && !options.findBlocks)
+        blocks = sidecarOf(options.matrix);
+    if (blocks.empty()) {
+        input.partition = kyrOrvel::client::findBlocks(input.scalars);
+        input.blockSource = "found by structure";
+    } else {
+        status = kyrOrvel::client::readBlocks(blocks, input.scalars.dimension, input.partition);
+        if (!status.ok())
+            return status;
+        input.blockSource = "from " + blocks;
+    }
+    input.matrix = kyrOrvel::client::toBlockMatrix(input.scalars, input.partition);
+    return {};
+}
+
+std::string describeFailure(const MatrixOptions& options, const MatrixInput& input,
+                            const Status& status)
+{
+    std::string text = options.matrix + ": " + status.message;
+    if (status.block == kyrOrvel::kNone)
+        return text;
+    const std::size_t row =
+        input.matrix.blockOffset(status.block) + (status.row == kyrOrvel::kNone ? 0 : status.row);
+    if (row < input.partition.rows.size())
+        text += fmt::format(" (block {} begins at row {} of the file, counted from 1; {})",
+                            status.block,
+                            input.partition.rows[input.matrix.blockOffset(status.block)] + 1,
+                            fmt::format("the row meant is {}", input.partition.rows[row] + 1));
+    return text;
+}
+
+} // namespace orvel

@@ -1,0 +1,127 @@
+#include "Report.h"
+
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdio>
+
+namespace orvel {
+
+using kyrOrvel::client::Analysis;
+using kyrOrvel::client::BlockMatrix;
+using kyrOrvel::client::OrderingMethod;
+
+namespace {
+
+const char* describe(OrderingMethod method)
+{
+    switch (method) {
+    case OrderingMethod::Symamd:
+        return "minimum degree";
+    case OrderingMethod::SymamdRepaired:
+        return "minimum degree, trailing leaves behind their parents";
+    case OrderingMethod::SymamdDelayed:
+        return "minimum degree, trailing blocks behind a coupled ordinary block";
+    case OrderingMethod::SymamdAfterCoupled:
+        return "minimum degree, trailing blocks behind all coupled ordinary blocks";
+    }
+    return "";
+}
+
+/// The largest row sum of |A|.
+double largestRowSum(const BlockMatrix<double>& A)
+{
+    std::vector<double> sums(A.dimension());
+    for (unsigned int r = 0; r < A.numBlockRows(); ++r) {
+        const std::size_t m = A.blockSize(r);
+        for (const auto& entry : A.row(r)) {
+            const std::size_t n = A.blockSize(entry.column);
+            const bool diagonal = entry.column == r;
+            for (std::size_t i = 0; i < m; ++i)
+                for (std::size_t j = 0; j < (diagonal ? i + 1 : n); ++j) {
+                    const double v = std::abs(entry.values[i * n + j]);
+                    sums[A.blockOffset(r) + i] += v;
+                    if (!diagonal || j != i)
+                        sums[A.blockOffset(entry.column) + j] += v;
+                }
+        }
+    }
+    return sums.empty() ? 0 : *std::max_element(sums.begin(), sums.end());
+}
+
+double largest(const std::vector<double>& v)
+{
+    double result = 0;
+    for (const double x : v)
+        result = std::max(result, std::abs(x));
+    return result;
+}
+
+double norm(const std::vector<double>& v)
+{
+    double sum = 0;
+    for (const double x : v)
+        sum += x * x;
+    return std::sqrt(sum);
+}
+
+double ratio(double part, double whole)
+{
+    return part == 0 ? 0 : part / whole;
+}
+
+} // namespace
+
+Accuracy accuracyOf(const BlockMatrix<double>& A, const std::vector<double>& b,
+                    const std::vector<double>& x)
+{
+    std::vector<double> residual(b.size());
+    A.multiply(x.data(), residual.data());
+    for (std::size_t i = 0; i < b.size(); ++i)
+        residual[i] = b[i] - residual[i];
+    return {ratio(norm(residual), norm(b)),
+            ratio(largest(residual), largestRowSum(A) * largest(x) + largest(b))};
+}
+
+void printLine(const char* name, const std::string& value, const std::string& remark)
+{
+    fmt::print("  {:<18}{:>12}{}{}\n", name, value, remark.empty() ? "" : "  ", remark);
+}
+
+void printMatrix(const BlockMatrix<double>& A)
+{
+    const auto& sizes = A.blockSizes();
+    const auto [smallest, biggest] = std::minmax_element(sizes.begin(), sizes.end());
+    printLine("scalars", std::to_string(A.dimension()));
+    printLine("blocks", std::to_string(A.numBlockRows()),
+              fmt::format("{} ordinary, {} trailing, sizes {} to {}", A.firstTrailing(),
+                          A.numBlockRows() - A.firstTrailing(), *smallest, *biggest));
+}
+
+void printAnalysis(const Analysis& analysis)
+{
+    printLine("blocks of A", std::to_string(analysis.matrixBlocks), "lower triangle");
+    printLine("blocks of L", std::to_string(analysis.factorBlocks),
+              fmt::format("{} of them fill-in", analysis.factorBlocks - analysis.matrixBlocks));
+    printLine("scalars of L", std::to_string(analysis.factorScalars));
+    printLine("operations", fmt::format("{:.3g}", static_cast<double>(analysis.operations)),
+              "multiply-subtract pairs, about");
+    printLine("ordering", "", describe(analysis.method));
+}
+
+void printAccuracy(const Accuracy& accuracy)
+{
+    printLine("relative residual", fmt::format("{:.1e}", accuracy.relativeResidual),
+              "|b - A x| / |b|");
+    printLine("backward error", fmt::format("{:.1e}", accuracy.backwardError),
+              "|b - A x| / (|A| |x| + |b|)");
+}
+
+void printError(const std::string& message)
+{
+    fmt::print(stderr, "orvel: {}\n", message);
+}
+
+} // namespace orvel
