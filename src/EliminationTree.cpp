@@ -4,12 +4,16 @@
 
 #include <algorithm>
 #include <iostream>
+#include <memory>
 
 namespace kyrOrvel {
 
-EliminationTree::EliminationTree(const EliminationTree& other) : Tree()
+EliminationTree::EliminationTree(const EliminationTree& other) : Tree(other)
 {
-    EliminationTree::operator=(other);
+    std::unique_ptr<unsigned int[]> ancestors(new unsigned int[capacity]);
+    setRank = new unsigned int[capacity];
+    ancestor = ancestors.release();
+    copyOwnFields(other);
 }
 
 EliminationTree& EliminationTree::operator=(const EliminationTree& other)

@@ -7,7 +7,6 @@
 namespace orvel {
 
 using kyrOrvel::client::Status;
-using kyrOrvel::client::StatusCode;
 
 namespace {
 
