@@ -4,16 +4,13 @@
 
 #include <algorithm>
 #include <iostream>
-#include <memory>
 
 namespace kyrOrvel {
 
-EliminationTree::EliminationTree(const EliminationTree& other) : Tree(other)
+// Delegating, so that the destructor runs if the copy throws.
+EliminationTree::EliminationTree(const EliminationTree& other) : EliminationTree()
 {
-    std::unique_ptr<unsigned int[]> ancestors(new unsigned int[capacity]);
-    setRank = new unsigned int[capacity];
-    ancestor = ancestors.release();
-    copyOwnFields(other);
+    EliminationTree::operator=(other);
 }
 
 EliminationTree& EliminationTree::operator=(const EliminationTree& other)

@@ -94,6 +94,7 @@ public:
 
     void run()
     {
+        m_data.factored = 0; // also if an allocation throws on the way
         prepareWork();
         sizeFactors();
         loadInput();
@@ -162,6 +163,8 @@ private:
         if (N > pivots.capacity) {
             pivots.capacity = 0;
             pivots.data = nullptr;
+            static_assert(__STDCPP_DEFAULT_NEW_ALIGNMENT__ >= 16,
+                          "one spare element leaves no room to move the start up to 16 bytes");
             detail::renew(pivots.storage, static_cast<std::size_t>(N) + 1);
             pivots.data = detail::alignedTo16(pivots.storage);
             pivots.capacity = N;

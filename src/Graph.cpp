@@ -86,15 +86,16 @@ Graph::~Graph()
 
 void Graph::allocateMemory(unsigned int n)
 {
+    // The records come last: if anything throws, the capacity still speaks of what is there.
+    adjacencyStart.resize(static_cast<std::size_t>(n) + 1);
+    degree.resize(n);
+    adjacency.reserve(3 * static_cast<std::size_t>(n));
     Node* const allocation = new Node[static_cast<std::size_t>(n) + 1];
     std::memcpy(allocation, &n, sizeof n);
     nodes = allocation + 1;
     capacity = n;
     for (unsigned int i = 0; i < n; ++i)
         nodes[i] = Node{kKind1, 0};
-    adjacencyStart.resize(static_cast<std::size_t>(n) + 1);
-    degree.resize(n);
-    adjacency.reserve(3 * static_cast<std::size_t>(n));
 }
 
 void Graph::releaseMemory()
@@ -107,7 +108,7 @@ void Graph::releaseMemory()
 void Graph::rebuild(const SkeletonMatrix& S, unsigned int firstOfKind2)
 {
     const unsigned int n = S.numBlockRows;
-    if (n > capacity) {
+    if (n > capacity || !nodes) {
         releaseMemory();
         allocateMemory((n + 511) & ~511u);
     }

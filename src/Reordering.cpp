@@ -21,13 +21,18 @@ namespace {
 /// Room for n entries and the one that symamd writes past them.
 void sizePermutation(Permutation& perm, unsigned int n)
 {
-    perm.size = n;
-    if (n > perm.capacity || !perm.P || !perm.Pi) {
+    perm.size = 0; // until the arrays are there
+    if (n > perm.capacity) {
         perm.capacity = 0;
-        detail::renew(perm.P, static_cast<std::size_t>(n) + 1);
-        detail::renew(perm.Pi, static_cast<std::size_t>(n) + 1);
-        perm.capacity = n;
+        detail::release(perm.P);
+        detail::release(perm.Pi);
     }
+    const unsigned int capacity = std::max(n, perm.capacity);
+    for (unsigned int** array : {&perm.P, &perm.Pi})
+        if (!*array)
+            detail::renew(*array, static_cast<std::size_t>(capacity) + 1);
+    perm.capacity = capacity;
+    perm.size = n;
 }
 
 /// The strictly lower triangle of a pattern by columns. Row 0 holds only its diagonal.

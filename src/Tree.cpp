@@ -15,9 +15,7 @@ namespace {
 void copyMarks(const Marks& from, Marks& to)
 {
     detail::emptyMarks(to); // flags beyond the copied range must not outlive their list entries
-    if (from.size > to.capacity)
-        detail::growMarks(to, from.size);
-    to.size = from.size;
+    detail::growMarks(to, from.size);
     to.numMarked = from.numMarked;
     std::copy_n(from.flags, from.size, to.flags);
     std::copy_n(from.markedList, from.numMarked, to.markedList);
@@ -25,7 +23,8 @@ void copyMarks(const Marks& from, Marks& to)
 
 } // namespace
 
-Tree::Tree(const Tree& other)
+// Delegating, so that the destructor runs if the copy throws.
+Tree::Tree(const Tree& other) : Tree()
 {
     Tree::operator=(other);
 }
@@ -36,6 +35,7 @@ Tree& Tree::operator=(const Tree& other)
         return *this;
     const unsigned int n = other.numNodes;
     if (n > capacity) {
+        numNodes = 0; // until there is room for more
         releaseMemory();
         allocateMemory(n);
     }

@@ -16,7 +16,7 @@ void sizePattern(const SkeletonMatrix& src, SkeletonMatrix& dst)
 {
     const unsigned int n = src.numBlockRows;
     const unsigned int entries = n == 0 ? 0 : src.rowStart[n];
-    dst.numBlockRows = n;
+    dst.numBlockRows = 0; // until the arrays are there
     const bool absent = !dst.rowStart || !dst.columnIndices || !dst.entryFlags;
     if (n > dst.rowCapacity || entries > dst.entryCapacity || absent) {
         dst.releaseMemory();
@@ -29,6 +29,7 @@ void sizePattern(const SkeletonMatrix& src, SkeletonMatrix& dst)
     }
     if (!dst.rowAttributes)
         detail::renew(dst.rowAttributes, dst.rowCapacity);
+    dst.numBlockRows = n;
     if (n > 0)
         std::copy_n(src.rowStart, static_cast<std::size_t>(n) + 1, dst.rowStart);
     std::copy_n(src.columnIndices, entries, dst.columnIndices);
@@ -109,6 +110,7 @@ void resetTree(EliminationTree& etree, unsigned int n)
 {
     etree.clear();
     if (etree.capacity < n) {
+        etree.numNodes = 0; // until there is room for more
         etree.releaseMemory();
         etree.allocateMemory(n);
         etree.numNodes = n;
