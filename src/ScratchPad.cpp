@@ -34,17 +34,24 @@ T* getArray(ScratchPad::Table<T>& table, unsigned long id, unsigned long size,
 
 template <class T> void freeArrays(ScratchPad::Table<T>& table)
 {
-    for (unsigned int i = 0; i < table.bucketCount; ++i)
-        if (table.buckets[i].state == 2)
-            delete[] table.buckets[i].value.raw;
-    table.clear();
+    for (unsigned int i = 0; i < table.bucketCount; ++i) {
+        ScratchPad::Allocation<T>& record = table.buckets[i].value;
+        if (table.buckets[i].state == 2) {
+            delete[] record.raw;
+            record = {nullptr, nullptr, 0, record.id};
+        }
+    }
 }
 
 } // namespace
 
+// As deallocate(), without clearing the tables: that may allocate, and they end here anyway.
 ScratchPad::~ScratchPad()
 {
-    deallocate();
+    freeArrays(intArrays);
+    freeArrays(ucharArrays);
+    freeArrays(floatArrays);
+    freeArrays(doubleArrays);
 }
 
 int* ScratchPad::getIntArray(unsigned long id, unsigned long size)
@@ -73,6 +80,11 @@ void ScratchPad::deallocate()
     freeArrays(ucharArrays);
     freeArrays(floatArrays);
     freeArrays(doubleArrays);
+    // Last, since a table that shrinks allocates, and may fail.
+    intArrays.clear();
+    ucharArrays.clear();
+    floatArrays.clear();
+    doubleArrays.clear();
 }
 
 } // namespace kyrOrvel

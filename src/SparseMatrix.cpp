@@ -69,10 +69,9 @@ template <class T>
 void SparseMatrix<T>::setSize(unsigned long rows, unsigned long hint, unsigned long maxBlocks,
                               unsigned long maxValues)
 {
-    numBlockRows = static_cast<unsigned int>(rows);
-    sizeHint = static_cast<unsigned int>(hint);
-    // A capacity is 0 while its arrays are replaced, so that an allocation that throws leaves an
-    // empty matrix behind.
+    // Counts and capacities are 0 while arrays are replaced, so that an allocation that throws
+    // leaves an empty matrix behind.
+    numBlockRows = 0;
     if (valueCapacity < maxValues) {
         valueCapacity = 0;
         values = nullptr;
@@ -96,6 +95,8 @@ void SparseMatrix<T>::setSize(unsigned long rows, unsigned long hint, unsigned l
         detail::renew(blockOffsets, rows + 2);
         rowCapacity = static_cast<unsigned int>(rows + 1);
     }
+    numBlockRows = static_cast<unsigned int>(rows);
+    sizeHint = static_cast<unsigned int>(hint);
     if (blockData)
         blockData[0] = values;
 }
@@ -181,12 +182,15 @@ template <class T> void SparseMatrix<T>::multiplyAdd(const T* x, T* y)
 template <class T>
 void SparseMatrix<T>::multiplyAdd(const T& alpha, const T* x, const T& beta, T* y)
 {
-    if (!detail::countsAsZero(beta - T(1))) {
+    const ScaledProduct<T> product{
+        alpha}; // both scalars are read before y changes: they may be in it
+    const T factor = beta;
+    if (!detail::countsAsZero(factor - T(1))) {
         const unsigned int N = dimension();
         for (unsigned int i = 0; i < N; ++i)
-            y[i] *= beta;
+            y[i] *= factor;
     }
-    addProduct(x, y, ScaledProduct<T>{alpha});
+    addProduct(x, y, product);
 }
 
 template class SparseMatrix<float>;

@@ -95,24 +95,21 @@ void Tree::clear()
 
 void Tree::computeTreeStructure()
 {
+    // Where the walk to the end of each child list got to: 200,000 leaves under one root would take
+    // half a minute if every one of them started over.
+    std::vector<unsigned int> lastChild(firstChild, firstChild + numNodes);
     for (unsigned int i = 0; i < numNodes; ++i) {
-        if (parent[i] == i)
+        const unsigned int p = parent[i];
+        if (p == i) {
             roots.push_back(i);
-        else
-            appendChild(parent[i], i);
+        } else if (firstChild[p] == kNone) {
+            firstChild[p] = lastChild[p] = i;
+        } else {
+            while (nextSibling[lastChild[p]] != kNone)
+                lastChild[p] = nextSibling[lastChild[p]];
+            nextSibling[lastChild[p]] = i;
+        }
     }
-}
-
-void Tree::appendChild(unsigned int node, unsigned int child)
-{
-    if (firstChild[node] == kNone) {
-        firstChild[node] = child;
-        return;
-    }
-    unsigned int last = firstChild[node];
-    while (nextSibling[last] != kNone)
-        last = nextSibling[last];
-    nextSibling[last] = child;
 }
 
 void Tree::print() const

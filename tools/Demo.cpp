@@ -37,9 +37,6 @@ int runDemo(const DemoOptions& options)
     const BlockMatrix<double>& A = scene.matrix;
     const std::vector<double>& b = scene.rightHandSide;
     std::vector<double> x(A.dimension());
-    fmt::print("Rope bridge: {} bodies, {} joints, one time step\n", A.firstTrailing(),
-               A.numBlockRows() - A.firstTrailing());
-    printMatrix(A);
 
     BlockLDLT<double> solver;
     const double analyze = timeOf([&] { solver.analyzePattern(A); });
@@ -56,6 +53,17 @@ int runDemo(const DemoOptions& options)
     if (!solver.info().ok())
         return fail(solver.info());
 
+    if (!options.picture.empty()) {
+        const Status status = kyrOrvel::client::writeScenePicture(options.picture, scene, solver);
+        if (!status.ok()) {
+            printError(status.message);
+            return kBadInput;
+        }
+    }
+
+    fmt::print("Rope bridge: {} bodies, {} joints, one time step\n", A.firstTrailing(),
+               A.numBlockRows() - A.firstTrailing());
+    printMatrix(A);
     printAnalysis(solver.analysis());
     printLine("analyse", milliseconds(analyze));
     printLine("factor, first", milliseconds(first), "memory and, if need be, a safer ordering");
@@ -64,14 +72,8 @@ int runDemo(const DemoOptions& options)
     printLine("refinements", std::to_string(refinements));
     printAccuracy(accuracyOf(A, b, x));
 
-    if (!options.picture.empty()) {
-        const Status status = kyrOrvel::client::writeScenePicture(options.picture, scene, solver);
-        if (!status.ok()) {
-            printError(status.message);
-            return kBadInput;
-        }
+    if (!options.picture.empty())
         fmt::print("Picture: {}\n", options.picture);
-    }
     return kDone;
 }
 

@@ -7,22 +7,40 @@
 #include <cstdio>
 #include <cstring>
 #include <new>
+#include <string>
+#include <vector>
 
 namespace orvel {
 
 namespace {
+
+/// What is wrong with the command line, in one line.
+int usageError(const CLI::App& app, const CLI::ParseError& error)
+{
+    const std::vector<std::string> unexpected = app.remaining(true);
+    const std::string what =
+        unexpected.empty() ? error.what() : "unexpected '" + unexpected.front() + "'";
+    printError(what + "; 'orvel --help' shows the usage");
+    return kBadInput;
+}
 
 void addMatrixOptions(CLI::App& command, MatrixOptions& options)
 {
     command
         .add_option("FILE", options.matrix,
                     "Matrix Market file: coordinate, real or integer, symmetric")
+        ->type_name("")
         ->required();
-    command.add_option("--blocks", options.blocks,
-                       "file with the block sizes; by default FILE with the ending .blocks, if "
-                       "there is one");
-    command.add_flag("--find-blocks", options.findBlocks,
-                     "find blocks by structure even if there is such a file");
+    CLI::Option* const blocks =
+        command
+            .add_option("--blocks", options.blocks,
+                        "file with the block sizes; by default FILE with the ending .blocks, if "
+                        "there is one")
+            ->type_name("FILE");
+    command
+        .add_flag("--find-blocks", options.findBlocks,
+                  "find blocks by structure even if there is such a file")
+        ->excludes(blocks);
 }
 
 int run(int argc, char** argv)
@@ -30,22 +48,28 @@ int run(int argc, char** argv)
     CLI::App app("Solves sparse symmetric systems of small dense blocks: A = L D L^T.", "orvel");
     app.set_version_flag("--version", "orvel " ORVEL_VERSION);
     app.require_subcommand(1);
+    app.footer("Exit codes: 0 done, 1 the matrix cannot be solved, 2 wrong usage or bad files.");
 
     DemoOptions demo;
     CLI::App* const demoCommand =
         app.add_subcommand("demo", "solve one time step of a rope bridge, built in");
-    demoCommand->add_option("--segments", demo.segments, "pieces of each rope")
-        ->check(CLI::Range(2, 100000))
+    demoCommand->add_option("--segments", demo.segments, "pieces of each rope, 2 to 100000")
+        ->type_name("N")
+        ->check(CLI::Range(2, 100000).description(""))
         ->capture_default_str();
-    demoCommand->add_option("--picture", demo.picture, "draw the bridge and its system as SVG");
+    demoCommand->add_option("--picture", demo.picture, "draw the bridge and its system as SVG")
+        ->type_name("FILE");
 
     SolveOptions solve;
     CLI::App* const solveCommand = app.add_subcommand("solve", "solve a system from a file");
     addMatrixOptions(*solveCommand, solve.input);
-    solveCommand->add_option("--rhs", solve.rightHandSide,
-                             "right-hand side: Matrix Market array or plain numbers; by default A "
-                             "times ones");
-    solveCommand->add_option("--out", solve.out, "write the solution as a Matrix Market array");
+    solveCommand
+        ->add_option("--rhs", solve.rightHandSide,
+                     "right-hand side: Matrix Market array or plain numbers; by default A "
+                     "times ones")
+        ->type_name("FILE");
+    solveCommand->add_option("--out", solve.out, "write the solution as a Matrix Market array")
+        ->type_name("FILE");
 
     MatrixOptions info;
     CLI::App* const infoCommand =
@@ -55,7 +79,7 @@ int run(int argc, char** argv)
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? kDone : kBadInput;
+        return error.get_exit_code() == 0 ? app.exit(error) : usageError(app, error);
     }
     if (demoCommand->parsed())
         return runDemo(demo);

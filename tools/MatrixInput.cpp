@@ -48,13 +48,12 @@ std::string describeFailure(const MatrixOptions& options, const MatrixInput& inp
     std::string text = options.matrix + ": " + status.message;
     if (status.block == kyrOrvel::kNone)
         return text;
-    const std::size_t row =
-        input.matrix.blockOffset(status.block) + (status.row == kyrOrvel::kNone ? 0 : status.row);
+    const bool wholeBlock = status.row == kyrOrvel::kNone;
+    const std::size_t row = input.matrix.blockOffset(status.block) + (wholeBlock ? 0 : status.row);
     if (row < input.partition.rows.size())
-        text += fmt::format(" (block {} begins at row {} of the file, counted from 1; {})",
-                            status.block,
-                            input.partition.rows[input.matrix.blockOffset(status.block)] + 1,
-                            fmt::format("the row meant is {}", input.partition.rows[row] + 1));
+        text += fmt::format(wholeBlock ? " (it begins at row {} of the matrix, counted from 1)"
+                                       : " (row {} of the matrix, counted from 1)",
+                            input.partition.rows[row] + 1);
     return text;
 }
 

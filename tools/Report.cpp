@@ -59,12 +59,16 @@ double largest(const std::vector<double>& v)
     return result;
 }
 
+/// The 2-norm, scaled so that no square overflows or vanishes.
 double norm(const std::vector<double>& v)
 {
+    const double scale = largest(v);
+    if (scale == 0)
+        return 0;
     double sum = 0;
     for (const double x : v)
-        sum += x * x;
-    return std::sqrt(sum);
+        sum += (x / scale) * (x / scale);
+    return scale * std::sqrt(sum);
 }
 
 double ratio(double part, double whole)

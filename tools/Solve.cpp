@@ -8,6 +8,8 @@
 #include <fmt/core.h>
 
 #include <cstddef>
+#include <string>
+#include <vector>
 
 namespace orvel {
 
@@ -19,6 +21,9 @@ using kyrOrvel::client::Status;
 namespace {
 
 constexpr int kMaxRefinements = 5;
+
+/// Half of the digits of double precision; a factorization that suits its matrix keeps nearly all.
+constexpr double kLargestBackwardError = 1e-8;
 
 /// The right-hand side in block order: from the file, or A·(1, ..., 1).
 Status readRightHandSide(const SolveOptions& options, const MatrixInput& input,
@@ -46,6 +51,16 @@ Status writeSolution(const std::string& path, const BlockPartition& partition,
     for (std::size_t i = 0; i < x.size(); ++i)
         byRow[partition.rows[i]] = x[i];
     return kyrOrvel::client::writeVector(path, byRow);
+}
+
+int inaccurate(const std::string& matrix, double backwardError)
+{
+    printError(
+        fmt::format("{}: the solution is inaccurate, its backward error is {:.1e}: small "
+                    "pivots have magnified the rounding errors; scale the rows to comparable "
+                    "sizes or give the trailing blocks a diagonal (a compliance)",
+                    matrix, backwardError));
+    return kNumericalFailure;
 }
 
 int badInput(const Status& status)
@@ -77,6 +92,9 @@ int runSolve(const SolveOptions& options)
         printError(describeFailure(options.input, input, solver.info()));
         return kNumericalFailure;
     }
+    const Accuracy accuracy = accuracyOf(A, b, x);
+    if (!(accuracy.backwardError <= kLargestBackwardError)) // not a number is not accurate either
+        return inaccurate(options.input.matrix, accuracy.backwardError);
     if (!options.out.empty()) {
         status = writeSolution(options.out, input.partition, x);
         if (!status.ok())
@@ -88,7 +106,7 @@ int runSolve(const SolveOptions& options)
     printLine("", "", "blocks " + input.blockSource);
     printAnalysis(solver.analysis());
     printLine("refinements", std::to_string(refinements));
-    printAccuracy(accuracyOf(A, b, x));
+    printAccuracy(accuracy);
     if (!options.out.empty())
         fmt::print("Solution: {}\n", options.out);
     return kDone;

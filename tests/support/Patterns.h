@@ -50,8 +50,8 @@ inline Rows drawnRows(std::initializer_list<const char*> drawing)
     return rows;
 }
 
-inline std::unique_ptr<kyrOrvel::SkeletonMatrix> drawSkeleton(
-    std::initializer_list<const char*> drawing)
+inline std::unique_ptr<kyrOrvel::SkeletonMatrix>
+drawSkeleton(std::initializer_list<const char*> drawing)
 {
     return makeSkeleton(drawnRows(drawing));
 }

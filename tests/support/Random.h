@@ -36,12 +36,18 @@ public:
     template <class T> T nastyScalar()
     {
         using Limits = std::numeric_limits<T>;
-        static const T special[] = {T(0),          -T(0),
-                                    Limits::denorm_min(), -Limits::denorm_min(),
-                                    Limits::min() / 2,    Limits::min(),
-                                    Limits::max(),        -Limits::max(),
-                                    Limits::infinity(),   -Limits::infinity(),
-                                    Limits::quiet_NaN(),  Limits::epsilon(),
+        static const T special[] = {T(0),
+                                    -T(0),
+                                    Limits::denorm_min(),
+                                    -Limits::denorm_min(),
+                                    Limits::min() / 2,
+                                    Limits::min(),
+                                    Limits::max(),
+                                    -Limits::max(),
+                                    Limits::infinity(),
+                                    -Limits::infinity(),
+                                    Limits::quiet_NaN(),
+                                    Limits::epsilon(),
                                     T(1)};
         if (!chance(0.1))
             return scalar<T>();

@@ -1,5 +1,6 @@
 #include <kyrOrvelClient/Pictures>
 
+#include "../OutOfMemory.h"
 #include "../io/WholeFile.h"
 
 #include <kyrOrvel/Orvel>
@@ -19,8 +20,9 @@ namespace {
 constexpr double kPanel = 300; // width and height of a pattern, in pixels
 constexpr double kScene = 180; // height of the scene
 constexpr double kGap = 40;
-constexpr double kCaption = 26; // height of a line of text
-constexpr double kAnchor = 12;  // size of the squares that stand for the ground
+constexpr double kCaption = 26;       // height of a line of text
+constexpr double kAnchor = 12;        // size of the squares that stand for the ground
+constexpr double kLeastExtent = 1e-6; // of a scene, in metres: one point has a scale, too
 
 constexpr char kOrdinary[] = "#2f6db3";
 constexpr char kTrailing[] = "#d9822b";
@@ -120,12 +122,13 @@ void drawScene(Svg& svg, const Scene& scene, double width)
     double high[2] = {-1e30, -1e30};
     for (const auto& body : scene.bodies)
         for (const Point& end : body)
-            for (const std::size_t axis : {0, 1}) {
+            for (const std::size_t axis : {0u, 1u}) {
                 low[axis] = std::min(low[axis], oblique(end)[axis]);
                 high[axis] = std::max(high[axis], oblique(end)[axis]);
             }
     const double scale =
-        std::min(width / (high[0] - low[0]), (kScene - 2 * kAnchor) / (high[1] - low[1]));
+        std::min(width / std::max(high[0] - low[0], kLeastExtent),
+                 (kScene - 2 * kAnchor) / std::max(high[1] - low[1], kLeastExtent));
     const double left = kGap + (width - scale * (high[0] - low[0])) / 2;
     const auto screen = [&](const Point& p) {
         return std::array<double, 2>{left + scale * (oblique(p)[0] - low[0]),
@@ -176,13 +179,14 @@ std::vector<std::size_t> offsetsOf(const BlockMatrix<double>& A,
     return offsets;
 }
 
-} // namespace
-
-Status writeScenePicture(const std::string& path, const Scene& scene,
-                         const BlockLDLT<double>& solver)
+Status drawPicture(const std::string& path, const Scene& scene, const BlockLDLT<double>& solver)
 {
     const BlockMatrix<double>& A = scene.matrix;
     const Analysis& analysis = solver.analysis();
+    const std::size_t n = A.numBlockRows();
+    if (analysis.order.size() != n || solver.data().factorRowStart.size() != n + 1)
+        return {StatusCode::InvalidInput,
+                path + ": the solver has not analysed this scene's matrix", kNone, kNone};
     const double width = 3 * kGap + 2 * kPanel;
     const double top = 2 * kGap + kScene;
     Svg svg(width, top + kPanel + 2 * kGap);
@@ -212,6 +216,14 @@ Status writeScenePicture(const std::string& path, const Scene& scene,
         x += 100;
     }
     return writeWholeFile(path, svg.finish());
+}
+
+} // namespace
+
+Status writeScenePicture(const std::string& path, const Scene& scene,
+                         const BlockLDLT<double>& solver)
+{
+    return guardMemory([&] { return drawPicture(path, scene, solver); });
 }
 
 } // namespace client

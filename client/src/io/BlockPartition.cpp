@@ -1,5 +1,6 @@
 #include <kyrOrvelClient/MatrixFiles>
 
+#include "../OutOfMemory.h"
 #include "TextFile.h"
 
 #include <algorithm>
@@ -14,13 +15,16 @@ namespace {
 constexpr unsigned int kLargestFoundBlock = 64;
 constexpr unsigned long kMaxBlocks = 0x7FFFFFFE;
 
-Status takeKeyword(TextScanner& in, const std::string& keyword)
+/// A keyword, then a number from `low` to `high`.
+Status takeCountAfter(TextScanner& in, const std::string& keyword, const char* what,
+                      unsigned long low, unsigned long high, unsigned long& value)
 {
     in.skipToWord();
-    return in.takeWord() == keyword ? Status()
-                                    : in.error("'" + keyword +
-                                               "' is missing: the file should begin with "
-                                               "'blocks N firstTrailing F'");
+    if (in.takeWord() != keyword)
+        return in.error("'" + keyword +
+                        "' is missing: the file should begin with 'blocks N firstTrailing F'");
+    in.skipToWord();
+    return in.takeCount(what, low, high, value);
 }
 
 Status readBlockSizes(TextScanner& in, unsigned long count, unsigned int dimension,
@@ -88,9 +92,7 @@ bool sameNeighbours(const std::vector<unsigned int>& a, unsigned int rowA,
     }
 }
 
-} // namespace
-
-Status readBlocks(const std::string& path, unsigned int dimension, BlockPartition& partition)
+Status readPartition(const std::string& path, unsigned int dimension, BlockPartition& partition)
 {
     std::string text;
     Status status = readTextFile(path, text);
@@ -99,13 +101,10 @@ Status readBlocks(const std::string& path, unsigned int dimension, BlockPartitio
     TextScanner in(path, text);
     unsigned long count = 0;
     unsigned long firstTrailing = 0;
-    status = takeKeyword(in, "blocks");
+    status = takeCountAfter(in, "blocks", "number of blocks", 1, kMaxBlocks, count);
     if (status.ok())
-        status = in.takeCount("number of blocks", 1, kMaxBlocks, count);
-    if (status.ok())
-        status = takeKeyword(in, "firstTrailing");
-    if (status.ok())
-        status = in.takeCount("first trailing block", 0, count, firstTrailing);
+        status =
+            takeCountAfter(in, "firstTrailing", "first trailing block", 0, count, firstTrailing);
     BlockPartition result;
     if (status.ok())
         status = readBlockSizes(in, count, dimension, result.sizes);
@@ -116,6 +115,13 @@ Status readBlocks(const std::string& path, unsigned int dimension, BlockPartitio
     std::iota(result.rows.begin(), result.rows.end(), 0u);
     partition = std::move(result);
     return {};
+}
+
+} // namespace
+
+Status readBlocks(const std::string& path, unsigned int dimension, BlockPartition& partition)
+{
+    return guardMemory([&] { return readPartition(path, dimension, partition); });
 }
 
 BlockPartition findBlocks(const ScalarMatrix& matrix)

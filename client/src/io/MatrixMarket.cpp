@@ -1,11 +1,13 @@
 #include <kyrOrvelClient/MatrixFiles>
 
+#include "../OutOfMemory.h"
 #include "TextFile.h"
 
 #include <algorithm>
 #include <cctype>
 #include <cstdint>
 #include <tuple>
+#include <utility>
 
 namespace kyrOrvel {
 namespace client {
@@ -36,7 +38,11 @@ struct Header {
     std::string symmetry;
 };
 
-Status readHeader(TextScanner& in, Header& header)
+constexpr char kMatrixHeader[] = "coordinate real symmetric";
+constexpr char kVectorHeader[] = "array real general";
+
+/// @param usual  what the header should declare, for the message where there is none
+Status readHeader(TextScanner& in, const char* usual, Header& header)
 {
     const std::string banner = lowerCase(in.takeWord());
     const std::string object = lowerCase(in.takeWord());
@@ -45,7 +51,8 @@ Status readHeader(TextScanner& in, Header& header)
     header.symmetry = lowerCase(in.takeWord());
     if (banner != "%%matrixmarket" || object != "matrix")
         return in.error("not a Matrix Market file: the first line should be "
-                        "'%%MatrixMarket matrix coordinate real symmetric'");
+                        "'%%MatrixMarket matrix " +
+                        std::string(usual) + "'");
     return in.endLine();
 }
 
@@ -143,13 +150,17 @@ Status sortEntries(const std::string& path, std::vector<ReadEntry>& read)
                          std::to_string(twice->line));
 }
 
-Status readArray(TextScanner& in, const Header& header, unsigned int dimension,
-                 std::vector<double>& vector)
+Status checkVectorHeader(const TextScanner& at, const Header& header)
 {
     if (header.format != "array" || (header.field != "real" && header.field != "integer") ||
         header.symmetry != "general")
-        return in.error("a vector should be 'array real general', not '" + header.format + " " +
+        return at.error("a vector should be 'array real general', not '" + header.format + " " +
                         header.field + " " + header.symmetry + "'");
+    return {};
+}
+
+Status readArray(TextScanner& in, bool integer, unsigned int dimension, std::vector<double>& vector)
+{
     if (!in.skipToContent())
         return in.error("the file ends before the line with the sizes");
     unsigned long rows = 0;
@@ -159,7 +170,6 @@ Status readArray(TextScanner& in, const Header& header, unsigned int dimension,
         status = in.takeCount("number of columns", 1, 1, columns);
     if (status.ok())
         status = in.endLine();
-    const bool integer = header.field == "integer";
     for (unsigned int i = 0; status.ok() && i < dimension; ++i) {
         if (!in.skipToContent())
             return in.error("the file ends after " + std::to_string(i) + " of " +
@@ -188,9 +198,7 @@ Status readPlainNumbers(TextScanner& in, unsigned int dimension, std::vector<dou
     return {};
 }
 
-} // namespace
-
-Status readMatrixMarket(const std::string& path, ScalarMatrix& matrix)
+Status readMatrix(const std::string& path, ScalarMatrix& matrix)
 {
     std::string text;
     Status status = readTextFile(path, text);
@@ -199,7 +207,7 @@ Status readMatrixMarket(const std::string& path, ScalarMatrix& matrix)
     TextScanner in(path, text);
     const TextScanner start = in; // errors about the header belong to line 1
     Header header;
-    status = readHeader(in, header);
+    status = readHeader(in, kMatrixHeader, header);
     if (status.ok())
         status = checkMatrixHeader(start, header);
     Sizes sizes{};
@@ -212,15 +220,16 @@ Status readMatrixMarket(const std::string& path, ScalarMatrix& matrix)
         status = sortEntries(path, read);
     if (!status.ok())
         return status;
-    matrix.dimension = static_cast<unsigned int>(sizes.dimension);
-    matrix.entries.clear();
-    matrix.entries.reserve(read.size());
+    ScalarMatrix result;
+    result.dimension = static_cast<unsigned int>(sizes.dimension);
+    result.entries.reserve(read.size());
     for (const ReadEntry& r : read)
-        matrix.entries.push_back(r.entry);
+        result.entries.push_back(r.entry);
+    matrix = std::move(result);
     return {};
 }
 
-Status readVector(const std::string& path, unsigned int dimension, std::vector<double>& vector)
+Status readValues(const std::string& path, unsigned int dimension, std::vector<double>& vector)
 {
     std::string text;
     Status status = readTextFile(path, text);
@@ -229,16 +238,31 @@ Status readVector(const std::string& path, unsigned int dimension, std::vector<d
     TextScanner in(path, text);
     std::vector<double> values(dimension);
     if (text.compare(0, 2, "%%") == 0) {
+        const TextScanner start = in;
         Header header;
-        status = readHeader(in, header);
+        status = readHeader(in, kVectorHeader, header);
         if (status.ok())
-            status = readArray(in, header, dimension, values);
+            status = checkVectorHeader(start, header);
+        if (status.ok())
+            status = readArray(in, header.field == "integer", dimension, values);
     } else {
         status = readPlainNumbers(in, dimension, values);
     }
     if (status.ok())
         vector = std::move(values);
     return status;
+}
+
+} // namespace
+
+Status readMatrixMarket(const std::string& path, ScalarMatrix& matrix)
+{
+    return guardMemory([&] { return readMatrix(path, matrix); });
+}
+
+Status readVector(const std::string& path, unsigned int dimension, std::vector<double>& vector)
+{
+    return guardMemory([&] { return readValues(path, dimension, vector); });
 }
 
 } // namespace client

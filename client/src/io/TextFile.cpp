@@ -137,7 +137,11 @@ Status TextScanner::takeCount(const char* what, unsigned long low, unsigned long
     const bool isNumber = result.ptr == end && result.ec != std::errc::invalid_argument;
     if (!isNumber)
         return error(std::string("the ") + what + " should be a whole number, not " + shown(word));
-    if (result.ec != std::errc() || parsed < low || parsed > high)
+    const bool inRange = result.ec == std::errc() && parsed >= low && parsed <= high;
+    if (!inRange && low == high)
+        return error(std::string("the ") + what + " should be " + std::to_string(low) + ", not " +
+                     shown(word));
+    if (!inRange)
         return error(std::string("the ") + what + " " + shown(word) + " is outside the range " +
                      std::to_string(low) + " to " + std::to_string(high));
     value = parsed;
@@ -149,15 +153,18 @@ Status TextScanner::takeScalar(const char* what, bool integer, double& value)
     const std::string_view word = takeWord();
     if (word.empty())
         return error(std::string("the ") + what + " is missing");
-    const char* const begin = word.data() + (word.size() > 1 && word[0] == '+' ? 1 : 0);
     const char* const end = word.data() + word.size();
+    const bool plus = word[0] == '+' && word.substr(0, 2) != "+-"; // from_chars takes no plus
+    const char* const begin = word.data() + (plus ? 1 : 0);
     double parsed = 0;
     const auto result = std::from_chars(begin, end, parsed);
     if (result.ptr != end || result.ec == std::errc::invalid_argument)
         return error(std::string("the ") + what + " should be a number, not " + shown(word));
-    if (result.ec != std::errc() || !std::isfinite(parsed))
+    if (result.ec != std::errc())
         return error(std::string("the ") + what + " " + shown(word) +
-                     " is not a finite double-precision number");
+                     " is outside the range of double precision");
+    if (!std::isfinite(parsed))
+        return error(std::string("the ") + what + " " + shown(word) + " is not finite");
     if (integer && parsed != std::trunc(parsed))
         return error(std::string("the ") + what + " " + shown(word) +
                      " is not whole, though the header says integer");

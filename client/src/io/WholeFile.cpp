@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 
 #include <unistd.h>
 
@@ -26,17 +27,41 @@ int writeContent(const std::string& path, const std::string& content)
     return written ? 0 : writeError;
 }
 
-} // namespace
-
-Status writeWholeFile(const std::string& path, const std::string& content)
+/// Makes the file beside its place, then moves it there; 0, or an error number.
+int replaceFile(const std::string& path, const std::string& content)
 {
     const std::string temporary = path + ".part" + std::to_string(getpid());
     int error = writeContent(temporary, content);
     if (error == 0 && std::rename(temporary.c_str(), path.c_str()) != 0)
         error = errno;
+    if (error != 0)
+        std::remove(temporary.c_str());
+    return error;
+}
+
+/// Such a thing, as /dev/null, is written to; a file must not take its place.
+bool isDeviceOrPipe(const std::string& path)
+{
+    std::error_code ignored;
+    return std::filesystem::is_other(path, ignored);
+}
+
+/// The file that a symbolic link stands for: the link stays, the file behind it is replaced.
+std::string followLinks(const std::string& path)
+{
+    std::error_code error;
+    const std::filesystem::path target = std::filesystem::canonical(path, error);
+    return error ? path : target.string();
+}
+
+} // namespace
+
+Status writeWholeFile(const std::string& path, const std::string& content)
+{
+    const int error = isDeviceOrPipe(path) ? writeContent(path, content)
+                                           : replaceFile(followLinks(path), content);
     if (error == 0)
         return {};
-    std::remove(temporary.c_str());
     return {StatusCode::InvalidInput, path + ": " + std::strerror(error), kNone, kNone};
 }
 

@@ -9,6 +9,7 @@ namespace kyrOrvel {
 namespace client {
 
 /// Writes a file that appears whole or not at all: it is made beside its place, then moved there.
+/// Symbolic links are followed; a device or a pipe is written to as it is.
 Status writeWholeFile(const std::string& path, const std::string& content);
 
 } // namespace client

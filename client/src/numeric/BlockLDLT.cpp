@@ -1,5 +1,6 @@
 #include <kyrOrvelClient/BlockLDLT>
 
+#include "../OutOfMemory.h"
 #include "../ordering/Ordering.h"
 #include "../symbolic/FactorStructure.h"
 #include "MatrixPattern.h"
@@ -12,7 +13,6 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
-#include <new>
 #include <string>
 
 namespace kyrOrvel {
@@ -30,6 +30,30 @@ Status tooLarge(const std::string& what, std::uint64_t count, std::uint64_t limi
             what + " needs a count of " + std::to_string(count) + ", more than the " +
                 std::to_string(limit) + " that the solver can hold; split the system",
             kNone, kNone};
+}
+
+/// The power of two by which to scale a right-hand side before the solver sees it. The solver takes
+/// leading values below the machine epsilon for zeros, whatever the units are; where the vector
+/// begins with such a value, the power brings that to the epsilon, and the largest value to 1/ε at
+/// the most: what is left out then is ε² of it.
+template <class T> int scaleExponent(const std::vector<T>& v)
+{
+    constexpr int kEpsilonExponent = 1 - std::numeric_limits<T>::digits;
+    const auto first = std::find_if(v.begin(), v.end(), [](T x) { return x != 0; });
+    if (first == v.end() || !(std::abs(*first) < std::numeric_limits<T>::epsilon()))
+        return 0;
+    T largest = 0;
+    for (const T x : v)
+        largest = std::max(largest, std::abs(x));
+    const int needed = kEpsilonExponent - std::ilogb(*first);
+    return std::max(0, std::min(needed, -kEpsilonExponent - std::ilogb(largest)));
+}
+
+template <class T> void scaleBy(int exponent, std::vector<T>& v)
+{
+    const T factor = std::ldexp(T(1), exponent);
+    for (T& x : v)
+        x *= factor;
 }
 
 Status callSequence(const char* needed)
@@ -66,6 +90,7 @@ template <class T> struct BlockLDLT<T>::Impl {
     Status factorChecked();
     Status solve(const T* b, T* x);
     Status refine(const T* b, T* x, int maxSteps, int& steps);
+    void solveWork();
     Status checkVectors(const T* b, const T* x) const;
     Status gather(const T* from, const char* what, std::vector<T>& to) const;
     Status checkSolution() const;
@@ -75,14 +100,7 @@ template <class T> struct BlockLDLT<T>::Impl {
     /// Runs a step, turning exhausted memory into a status.
     template <class Step> const Status& guard(Step step)
     {
-        try {
-            status = step();
-        } catch (const std::bad_alloc&) {
-            status.code = StatusCode::OutOfMemory;
-            status.message = "out of memory"; // short enough for a string that allocates nothing
-            status.block = kNone;
-            status.row = kNone;
-        }
+        status = guardMemory(step);
         return status;
     }
 };
@@ -230,11 +248,22 @@ template <class T> Status BlockLDLT<T>::Impl::solve(const T* b, T* x)
         result = gather(b, "right-hand side", work);
     if (!result.ok())
         return result;
-    Orvel::solve(data, work.data());
+    solveWork();
     result = checkSolution();
     if (result.ok())
         scatterTo(work, x);
     return result;
+}
+
+/// work = A⁻¹·work. Scaling by a power of two changes no digit, short of underflow.
+template <class T> void BlockLDLT<T>::Impl::solveWork()
+{
+    const int exponent = scaleExponent(work);
+    if (exponent != 0)
+        scaleBy(exponent, work);
+    Orvel::solve(data, work.data());
+    if (exponent != 0)
+        scaleBy(-exponent, work);
 }
 
 template <class T> Status BlockLDLT<T>::Impl::refine(const T* b, T* x, int maxSteps, int& steps)
@@ -250,7 +279,7 @@ template <class T> Status BlockLDLT<T>::Impl::refine(const T* b, T* x, int maxSt
     T norm = computeResidual(solution);
     while (steps < maxSteps && norm > 0) {
         work = residual;
-        Orvel::solve(data, work.data());
+        solveWork();
         for (std::size_t i = 0; i < work.size(); ++i)
             work[i] += solution[i];
         const T next = computeResidual(work);

@@ -1,5 +1,7 @@
 #include <kyrOrvelClient/BlockMatrix>
 
+#include "../OutOfMemory.h"
+
 #include <algorithm>
 
 namespace kyrOrvel {
@@ -52,14 +54,24 @@ template <class T> const T* BlockMatrix<T>::find(unsigned int r, unsigned int c)
 
 template <class T> Status BlockMatrix<T>::add(unsigned int r, unsigned int c, const T* values)
 {
-    T* const target = block(std::max(r, c), std::min(r, c));
-    if (!target)
-        return {StatusCode::InvalidInput,
-                "block (" + std::to_string(r) + ", " + std::to_string(c) +
-                    ") lies outside a matrix of " + std::to_string(numBlockRows()) + " block rows",
-                std::max(r, c), kNone};
+    const auto refuse = [&](const std::string& why) {
+        return Status{StatusCode::InvalidInput,
+                      "block (" + std::to_string(r) + ", " + std::to_string(c) + ") " + why,
+                      std::max(r, c), kNone};
+    };
+    if (std::max(r, c) >= numBlockRows())
+        return refuse("lies outside a matrix of " + std::to_string(numBlockRows()) + " block rows");
     const std::size_t m = m_sizes[r];
     const std::size_t n = m_sizes[c];
+    if (!values && m * n != 0)
+        return refuse("is given no values");
+    T* target = nullptr;
+    const Status status = guardMemory([&] {
+        target = block(std::max(r, c), std::min(r, c));
+        return Status();
+    });
+    if (!status.ok())
+        return status;
     const std::size_t rowStep = r >= c ? n : 1;
     const std::size_t columnStep = r >= c ? 1 : m;
     for (std::size_t i = 0; i < m; ++i)

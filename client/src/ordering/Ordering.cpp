@@ -75,16 +75,26 @@ private:
     std::vector<unsigned int> m_order;
 };
 
+/// Whether a block couples to any other, numbered before it or after it.
+bool isCoupled(const SkeletonMatrix& S, unsigned int block)
+{
+    const unsigned int* const later = S.columnIndices + S.rowStart[block + 1];
+    const unsigned int* const end = S.columnIndices + S.rowStart[S.numBlockRows];
+    return S.rowStart[block + 1] - S.rowStart[block] > 1 || std::find(later, end, block) != end;
+}
+
 Status structurallySingular(const OrderingInput& input, unsigned int block)
 {
-    const SkeletonMatrix& S = input.pattern;
-    const bool coupled = S.rowStart[block + 1] - S.rowStart[block] > 1;
+    const bool coupled = isCoupled(input.pattern, block);
     return {StatusCode::Singular,
             "trailing block " + std::to_string(block) +
-                (coupled ? " couples to no ordinary block, neither directly nor through others"
-                         : " couples to no other block") +
-                " and has no diagonal block: the matrix is singular whatever its values; couple it "
-                "to an ordinary block, give it a diagonal block (a compliance), or leave it out",
+                (coupled ? " couples to no ordinary block, neither directly nor through others, "
+                           "and none of those has a diagonal block: whichever is eliminated first "
+                           "has zero pivots; "
+                         : " couples to no other block and has no diagonal block: the matrix is "
+                           "singular whatever its values; ") +
+                "couple it to an ordinary block, give it a diagonal block (a compliance), or leave "
+                "it out",
             block, kNone};
 }
 
