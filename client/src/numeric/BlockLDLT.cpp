@@ -228,7 +228,7 @@ template <class T> Status BlockLDLT<T>::Impl::factorChecked()
 {
     data.factored = 0;
     Orvel::factorSerial(data);
-    return pivotCheck.run(data, analysis.order);
+    return pivotCheck.run(data, analysis.order, canOrderLater());
 }
 
 template <class T> Status BlockLDLT<T>::Impl::checkVectors(const T* b, const T* x) const

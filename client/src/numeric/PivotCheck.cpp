@@ -12,11 +12,15 @@ namespace client {
 
 namespace {
 
-/// A pivot has to exceed the machine epsilon times its terms by this factor. Where exact arithmetic
-/// gives zero, rounding leaves a few units at first, and more the longer the way to the pivot: up
-/// to some hundred were seen on random systems with dependent constraints. Four times as much would
-/// refuse sound float systems of light and heavy bodies.
-constexpr int kNoiseFactor = 1024;
+/// The share of its terms that a pivot has to keep. Where exact arithmetic gives zero, rounding
+/// leaves a few machine epsilons of them at first, and more the longer the way to the pivot: up to
+/// some hundred were seen on random systems with dependent constraints.
+template <class T> constexpr T kNoiseShare = 512 * std::numeric_limits<T>::epsilon();
+
+/// The same where a better order can be had. A pivot below that makes the factor grow and costs
+/// three digits or more: with it, random systems that a later placement solves to machine precision
+/// lost up to all but one.
+constexpr double kEarlyShare = 1e-3;
 
 std::string number(double v)
 {
@@ -35,7 +39,7 @@ Status failedPivot(StatusCode code, unsigned int block, unsigned int row, double
 }
 
 template <class T>
-Status judge(T pivot, T scale, T blockScale, unsigned int block, unsigned int row)
+Status judge(T pivot, T scale, T blockScale, T share, unsigned int block, unsigned int row)
 {
     constexpr T epsilon = std::numeric_limits<T>::epsilon();
     if (!std::isfinite(pivot) || !std::isfinite(blockScale))
@@ -47,7 +51,7 @@ Status judge(T pivot, T scale, T blockScale, unsigned int block, unsigned int ro
         return failedPivot(StatusCode::Singular, block, row, 0,
                            ": the row is zero or depends on rows eliminated before it; "
                            "remove what is redundant or give the block a diagonal (a compliance)");
-    if (magnitude <= kNoiseFactor * epsilon * scale)
+    if (magnitude <= share * scale)
         return failedPivot(StatusCode::Singular, block, row, double(pivot),
                            ", rounding noise beside its terms of " + number(double(scale)) +
                                ": the row depends on rows eliminated before it; remove what is "
@@ -62,8 +66,10 @@ Status judge(T pivot, T scale, T blockScale, unsigned int block, unsigned int ro
 } // namespace
 
 template <class T>
-Status PivotCheck<T>::run(const OrvelData<T>& data, const std::vector<unsigned int>& order)
+Status PivotCheck<T>::run(const OrvelData<T>& data, const std::vector<unsigned int>& order,
+                          bool canOrderLater)
 {
+    const T share = canOrderLater ? T(kEarlyShare) : kNoiseShare<T>;
     const SparseMatrix<T>& L = data.factor;
     for (unsigned int r = 0; r < L.numBlockRows; ++r) {
         const unsigned int m = L.blockSizes[r];
@@ -73,7 +79,7 @@ Status PivotCheck<T>::run(const OrvelData<T>& data, const std::vector<unsigned i
         const T blockScale = *std::max_element(m_scales.begin(), m_scales.begin() + m);
         const T* const pivots = data.pivots.data + L.blockOffsets[r];
         for (unsigned int i = 0; i < m; ++i) {
-            Status status = judge(pivots[i], m_scales[i], blockScale, order[r], i);
+            Status status = judge(pivots[i], m_scales[i], blockScale, share, order[r], i);
             if (!status.ok())
                 return status;
         }

@@ -21,9 +21,11 @@ public:
     /// Makes room for blocks of up to this size.
     void reserve(unsigned int largestBlock) { m_scales.resize(largestBlock); }
 
-    /// @param order  order[k]: the user's number of the block at position k
+    /// @param order          order[k]: the user's number of the block at position k
+    /// @param canOrderLater  asks for more: a failure leads to a better order, not to a report
     /// O(scalars of the factor); allocates nothing when all is well.
-    Status run(const OrvelData<T>& data, const std::vector<unsigned int>& order);
+    Status run(const OrvelData<T>& data, const std::vector<unsigned int>& order,
+               bool canOrderLater);
 
 private:
     void computeScales(const OrvelData<T>& data, unsigned int r);
