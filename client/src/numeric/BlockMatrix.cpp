@@ -66,7 +66,7 @@ template <class T> Status BlockMatrix<T>::add(unsigned int r, unsigned int c, co
     if (!values && m * n != 0)
         return refuse("is given no values");
     T* target = nullptr;
-    const Status status = guardMemory([&] {
+    Status status = guardMemory([&] {
         target = block(std::max(r, c), std::min(r, c));
         return Status();
     });
