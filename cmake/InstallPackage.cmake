@@ -23,5 +23,7 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/kyrOrvelConfigVersion.cm
 install(FILES
     "${PROJECT_BINARY_DIR}/kyrOrvelConfig.cmake"
     "${PROJECT_BINARY_DIR}/kyrOrvelConfigVersion.cmake"
+    "${CMAKE_CURRENT_LIST_DIR}/FindAPR.cmake"
     "${CMAKE_CURRENT_LIST_DIR}/FindCOLAMD.cmake"
+    "${CMAKE_CURRENT_LIST_DIR}/FindOpenThreadsTarget.cmake"
     DESTINATION "${packageDir}")

@@ -1,8 +1,7 @@
 #include <kyrOrvel/Orvel>
 
-#include "detail/Arrays.h"
-#include "detail/ExactArithmetic.h"
-#include "detail/FactorPattern.h"
+#include "detail/BlockSteps.h"
+#include "detail/FactorStorage.h"
 
 #include <kyrOrvel/DenseKernels>
 
@@ -13,7 +12,6 @@ namespace kyrOrvel {
 
 namespace {
 
-constexpr unsigned long kValueSlack = 64;
 constexpr unsigned long kWorkSlack = 8;
 
 float* getScalarArray(ScratchPad& scratch, unsigned long size, float /*type*/)
@@ -24,42 +22,6 @@ float* getScalarArray(ScratchPad& scratch, unsigned long size, float /*type*/)
 double* getScalarArray(ScratchPad& scratch, unsigned long size, double /*type*/)
 {
     return scratch.getDoubleArray(0, size);
-}
-
-/// Each row of the m × p block X becomes L⁻¹ times it, L the unit lower p × p block.
-void substituteUnitLower(const double* L, double* X, std::size_t m, std::size_t p)
-{
-    for (std::size_t i = 0; i < m; ++i) {
-        double* x = X + i * p;
-        for (std::size_t q = 1; q < p; ++q)
-            for (std::size_t t = 0; t < q; ++t)
-                x[q] -= L[q * p + t] * x[t];
-    }
-}
-
-void substituteUnitLower(const float* L, float* X, std::size_t m, std::size_t p)
-{
-    orvel_SM_UD(L, int(p), X, int(p), int(m), int(p));
-}
-
-/// S = B·D, B m × p.
-template <class T>
-void scaleColumns(const T* B, const T* pivots, T* S, std::size_t m, std::size_t p)
-{
-    for (std::size_t i = 0; i < m; ++i)
-        for (std::size_t q = 0; q < p; ++q)
-            S[i * p + q] = B[i * p + q] * pivots[q];
-}
-
-/// B = X·D⁻¹, B m × p. One reciprocal per column: it fixes the rounding.
-template <class T>
-void divideColumns(const T* X, const T* pivots, T* B, std::size_t m, std::size_t p)
-{
-    for (std::size_t q = 0; q < p; ++q) {
-        const T w = T(1) / pivots[q];
-        for (std::size_t i = 0; i < m; ++i)
-            B[i * p + q] = X[i * p + q] * w;
-    }
 }
 
 /// Dense L·D·Lᵀ of the m × m block B in place: unit lower triangle, zeros above, pivots to d.
@@ -96,9 +58,9 @@ public:
     {
         m_data.factored = 0; // also if an allocation throws on the way
         prepareWork();
-        sizeFactors();
+        detail::sizeFactors(m_data);
         loadInput();
-        sizePivots();
+        detail::sizePivots(m_data);
         for (unsigned int r = 0; r < m_L.numBlockRows; ++r) {
             for (unsigned int j = m_L.rowStart[r]; j < diagonalSlot(r); ++j)
                 computeBlock(r, j);
@@ -126,50 +88,16 @@ private:
         m_blockWork = m_scaledWork + square;
     }
 
-    void sizeFactors()
-    {
-        const unsigned int n = m_A.numBlockRows;
-        unsigned long values = kValueSlack;
-        for (unsigned int r = 0; r < n; ++r)
-            detail::forEachFactorColumn(m_data, r, [&](unsigned int c) {
-                values += static_cast<unsigned long>(m_A.blockSizes[c]) * m_A.blockSizes[r];
-            });
-        for (SparseMatrix<T>* matrix : {&m_L, &m_S}) {
-            matrix->clear();
-            matrix->setSize(n, m_A.sizeHint, m_data.factorColumns.size(), values);
-        }
-    }
-
     /// factor holds the lower triangle of A on the factor's pattern, fill-in zero.
     void loadInput()
     {
         for (unsigned int r = 0; r < m_A.numBlockRows; ++r) {
             detail::InputCursor<T> input(m_A, r);
-            const unsigned int m = m_A.blockSizes[r];
-            detail::forEachFactorColumn(m_data, r, [&](unsigned int c) {
-                const unsigned int p = m_A.blockSizes[c];
-                T* const block = m_L.aquireBlock(r, c, m, p, 0);
-                m_S.aquireBlock(r, c, m, p, 0);
+            detail::acquireFactorRow(m_data, r, [&](unsigned int c, T* block) {
                 if (const T* values = input.take(c))
-                    std::copy_n(values, static_cast<std::size_t>(m) * p, block);
+                    std::copy_n(values, sizeOf(r) * sizeOf(c), block);
             });
         }
-    }
-
-    void sizePivots()
-    {
-        AlignedArray<T>& pivots = m_data.pivots;
-        const unsigned int N = m_A.numBlockRows == 0 ? 0 : m_A.blockSizes[m_A.numBlockRows];
-        if (N > pivots.capacity) {
-            pivots.capacity = 0;
-            pivots.data = nullptr;
-            static_assert(__STDCPP_DEFAULT_NEW_ALIGNMENT__ >= 16,
-                          "one spare element leaves no room to move the start up to 16 bytes");
-            detail::renew(pivots.storage, static_cast<std::size_t>(N) + 1);
-            pivots.data = detail::alignedTo16(pivots.storage);
-            pivots.capacity = N;
-        }
-        pivots.size = N;
     }
 
     /// L(r, c) = (A(r, c) - Σ over k < c of L(r, k)·D(k)·L(c, k)ᵀ) · L(c, c)⁻ᵀ · D(c)⁻¹
@@ -184,8 +112,8 @@ private:
             const T* S = scaledBlock(r, slotR);
             orvel_MM_CM_ABt(S, s, m_L.blockData[slotC], s, m_blockWork, int(p), int(m), int(p), s);
         });
-        substituteUnitLower(m_L.blockData[diagonalSlot(c)], m_blockWork, m, p);
-        divideColumns(m_blockWork, pivotsOf(c), m_L.blockData[j], m, p);
+        detail::substituteUnitLower(m_L.blockData[diagonalSlot(c)], m_blockWork, m, p);
+        detail::divideColumns(m_blockWork, pivotsOf(c), m_L.blockData[j], m, p);
     }
 
     /// L(r, r) and D(r) from A(r, r) - Σ over c < r of L(r, c)·D(c)·L(r, c)ᵀ
@@ -212,7 +140,7 @@ private:
         const unsigned int k = m_L.blockColumns[slot];
         const std::size_t m = sizeOf(r);
         const std::size_t s = sizeOf(k);
-        scaleColumns(m_L.blockData[slot], pivotsOf(k), m_scaledWork, m, s);
+        detail::scaleColumns(m_L.blockData[slot], pivotsOf(k), m_scaledWork, m, s);
         std::copy_n(m_scaledWork, m * s, m_S.blockData[slot]);
         m_S.blockTags[slot] = 1;
         return m_scaledWork;
@@ -222,7 +150,7 @@ private:
     {
         const unsigned int g = diagonalSlot(r);
         const std::size_t m = sizeOf(r);
-        scaleColumns(m_L.blockData[g], pivotsOf(r), m_S.blockData[g], m, m);
+        detail::scaleColumns(m_L.blockData[g], pivotsOf(r), m_S.blockData[g], m, m);
         m_S.blockTags[g] = 1;
     }
 

@@ -9,8 +9,6 @@ namespace detail {
 
 constexpr char kNotEnoughMemory[] = "Not enough memory, ";
 constexpr char kNotEnabled[] = "Not enabled";
-constexpr char kNoMultifrontal[] =
-    "Multifrontal factorization is not built in, clear useMultifrontal";
 
 } // namespace detail
 } // namespace kyrOrvel

@@ -246,15 +246,4 @@ TEST(IterativeRefinement, ResidualOfAPerturbedFactorShrinks)
     EXPECT_LT(residualNorm(), 1e-6 * before);
 }
 
-TEST(IterativeRefinementDeathTest, RequestForThreadsAborts)
-{
-    const auto data = support::makeData(identity(1));
-    data->useMultifrontal = 1;
-    const double b = 1;
-    double x = 0;
-
-    EXPECT_EXIT(Orvel::iterativeRefinement(*data, &b, &x, 1), testing::KilledBySignal(SIGABRT),
-                "^Multifrontal factorization is not built in, clear useMultifrontal\n$");
-}
-
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "../OutOfMemory.h"
 #include "../ordering/Ordering.h"
+#include "../schedule/Schedule.h"
 #include "../symbolic/FactorStructure.h"
 #include "MatrixPattern.h"
 #include "PivotCheck.h"
@@ -30,6 +31,23 @@ Status tooLarge(const std::string& what, std::uint64_t count, std::uint64_t limi
             what + " needs a count of " + std::to_string(count) + ", more than the " +
                 std::to_string(limit) + " that the solver can hold; split the system",
             kNone, kNone};
+}
+
+/// Work, in the schedule's units, that takes about half a millisecond on one thread. Below it the
+/// hand-over costs more than a second thread brings.
+constexpr std::uint64_t kLeastWork = 600000;
+
+/// What the multifrontal method spends on a node beyond what the serial one does, in the same
+/// units: measured on a rope bridge, whose nodes are small.
+constexpr std::uint64_t kNodeOverhead = 300;
+
+/// Whether a schedule is expected to beat one thread clearly.
+bool pays(const TreeMapping& mapping)
+{
+    const auto total = static_cast<double>(mapping.totalWork);
+    const auto overhead = static_cast<double>(kNodeOverhead * mapping.owner.size());
+    const double onThreads = static_cast<double>(mapping.makespan) * (1 + overhead / total);
+    return mapping.totalWork >= kLeastWork && onThreads < 0.85 * total;
 }
 
 /// The power of two by which to scale a right-hand side before the solver sees it. The solver takes
@@ -68,11 +86,16 @@ template <class T> struct BlockLDLT<T>::Impl {
     Analysis analysis;
     OrvelData<T> data;
 
+    unsigned int threads = 1;
+    Factorization factorization = Factorization::Automatic;
+    Waiting waiting = Waiting::Blocking;
+
     bool analyzed = false;
     bool factorized = false;
     MatrixPattern pattern;
     ValueScatter<T> scatter;
     PivotCheck<T> pivotCheck;
+    Schedule<T> schedule;
     std::vector<T> work;              ///< vectors in elimination order: the one being solved,
     std::vector<T> rightHandSide;     ///< and for refinement what to solve for,
     std::vector<T> solution;          ///< the best so far,
@@ -84,6 +107,7 @@ template <class T> struct BlockLDLT<T>::Impl {
     Status analyze(const BlockMatrix<T>& A, TrailingPlacement placement);
     Status order(TrailingPlacement placement, OrderingResult& ordering);
     Status buildStructure(const BlockMatrix<T>& A, OrderingResult& ordering);
+    Status planThreads(const std::vector<unsigned int>& sizes);
     bool canOrderLater() const;
     void prepareVectors(const BlockMatrix<T>& A);
     Status factor(const BlockMatrix<T>& A);
@@ -96,6 +120,12 @@ template <class T> struct BlockLDLT<T>::Impl {
     Status checkSolution() const;
     void scatterTo(const std::vector<T>& from, T* to) const;
     T computeResidual(const std::vector<T>& x);
+
+    void forgetAnalysis()
+    {
+        analyzed = false;
+        factorized = false;
+    }
 
     /// Runs a step, turning exhausted memory into a status.
     template <class Step> const Status& guard(Step step)
@@ -180,10 +210,42 @@ Status BlockLDLT<T>::Impl::buildStructure(const BlockMatrix<T>& A, OrderingResul
     if (counts.scalars + kValueSlack > kMaxCount)
         return tooLarge("the factor", counts.scalars, kMaxCount);
     structure.fill(data.factorRowStart, data.factorColumns, data.columnPattern);
-    scatter.prepare(A, ordering.pattern, analysis.order, analysis.position, data.matrix);
+    const Status result = planThreads(sizes);
+    if (!result.ok())
+        return result;
+    scatter.prepare(A, ordering.pattern, analysis.order, analysis.position, analysis.multifrontal,
+                    data.matrix);
     analysis.factorBlocks = counts.blocks;
     analysis.factorScalars = counts.scalars;
     analysis.operations = counts.operations;
+    return {};
+}
+
+/// Decides between serial and multifrontal, and builds the schedule for the latter.
+template <class T> Status BlockLDLT<T>::Impl::planThreads(const std::vector<unsigned int>& sizes)
+{
+    analysis.multifrontal = false;
+    analysis.threads = 1;
+    analysis.work = 0;
+    analysis.makespan = 0;
+    data.useMultifrontal = 0;
+    if (factorization == Factorization::Serial ||
+        (factorization == Factorization::Automatic && threads == 1))
+        return {};
+    const TreeMapping mapping =
+        mapTree(data.eliminationTree, workPerNode(data.columnPattern, sizes), threads);
+    analysis.work = mapping.totalWork;
+    analysis.makespan = mapping.makespan;
+    if (factorization == Factorization::Automatic && !pays(mapping))
+        return {};
+    const SyncMode mode = waiting == Waiting::Spinning ? SyncMode::Spinning : SyncMode::Blocking;
+    Status result = schedule.build(mapping, sizes, mode, data);
+    if (!result.ok())
+        return result;
+    analysis.multifrontal = true;
+    analysis.threads = threads;
+    data.useMultifrontal = 1;
+    data.numThreads = threads;
     return {};
 }
 
@@ -227,7 +289,13 @@ template <class T> Status BlockLDLT<T>::Impl::factor(const BlockMatrix<T>& A)
 template <class T> Status BlockLDLT<T>::Impl::factorChecked()
 {
     data.factored = 0;
-    Orvel::factorSerial(data);
+    if (analysis.multifrontal) {
+        if (data.trace)
+            data.trace->threads.assign(threads, {});
+        Orvel::factorMF(data);
+    } else {
+        Orvel::factorSerial(data);
+    }
     return pivotCheck.run(data, analysis.order, canOrderLater());
 }
 
@@ -353,6 +421,37 @@ template <class T> BlockLDLT<T>::BlockLDLT() : m_impl(std::make_unique<Impl>())
 template <class T> BlockLDLT<T>::~BlockLDLT() = default;
 template <class T> BlockLDLT<T>::BlockLDLT(BlockLDLT&&) noexcept = default;
 template <class T> BlockLDLT<T>& BlockLDLT<T>::operator=(BlockLDLT&&) noexcept = default;
+
+template <class T> const Status& BlockLDLT<T>::setThreads(unsigned int threads)
+{
+    return m_impl->guard([&]() -> Status {
+        if (threads < 1 || threads > kMaxOwners)
+            return {StatusCode::InvalidInput,
+                    std::to_string(threads) + " threads are outside the range 1 to " +
+                        std::to_string(kMaxOwners),
+                    kNone, kNone};
+        m_impl->threads = threads;
+        m_impl->forgetAnalysis();
+        return {};
+    });
+}
+
+template <class T> void BlockLDLT<T>::setFactorization(Factorization factorization)
+{
+    m_impl->factorization = factorization;
+    m_impl->forgetAnalysis();
+}
+
+template <class T> void BlockLDLT<T>::setWaiting(Waiting waiting)
+{
+    m_impl->waiting = waiting;
+    m_impl->forgetAnalysis();
+}
+
+template <class T> void BlockLDLT<T>::setTrace(FactorTrace* trace)
+{
+    m_impl->data.trace = trace;
+}
 
 template <class T> const Status& BlockLDLT<T>::analyzePattern(const BlockMatrix<T>& A)
 {

@@ -94,7 +94,8 @@ template <class T> void PivotCheck<T>::computeScales(const OrvelData<T>& data, u
     const SparseMatrix<T>& L = data.factor;
     const SparseMatrix<T>& S = data.scaledFactor;
     const std::size_t m = L.blockSizes[r];
-    const T* const diagonalOfA = A.blockData[A.rowStart[r + 1] - 1];
+    const bool upper = A.blockColumns[A.rowStart[r]] == r && A.rowStart[r + 1] - A.rowStart[r] > 1;
+    const T* const diagonalOfA = A.blockData[upper ? A.rowStart[r] : A.rowStart[r + 1] - 1];
     for (std::size_t i = 0; i < m; ++i)
         m_scales[i] = std::abs(diagonalOfA[i * m + i]);
     const unsigned int diagonal = L.rowStart[r + 1] - 1;

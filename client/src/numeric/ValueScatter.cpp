@@ -47,34 +47,76 @@ unsigned int slotOf(const SparseMatrix<T>& matrix, unsigned int r, unsigned int 
     return static_cast<unsigned int>(std::lower_bound(begin, end, c) - matrix.blockColumns);
 }
 
+/// The pattern by columns: in each row r the rows that have an entry in column r, ascending, the
+/// diagonal first.
+struct UpperPattern {
+    std::vector<unsigned int> rowStart;
+    std::vector<unsigned int> columns;
+};
+
+UpperPattern transposed(const SkeletonMatrix& lower)
+{
+    const unsigned int n = lower.numBlockRows;
+    const unsigned int entries = n == 0 ? 0 : lower.rowStart[n];
+    UpperPattern upper{std::vector<unsigned int>(std::size_t(n) + 1, 0),
+                       std::vector<unsigned int>(entries)};
+    for (unsigned int e = 0; e < entries; ++e)
+        ++upper.rowStart[lower.columnIndices[e] + 1];
+    for (unsigned int r = 0; r < n; ++r)
+        upper.rowStart[r + 1] += upper.rowStart[r];
+    std::vector<unsigned int> next(upper.rowStart.begin(), upper.rowStart.end() - 1);
+    for (unsigned int r = 0; r < n; ++r)
+        for (unsigned int e = lower.rowStart[r]; e < lower.rowStart[r + 1]; ++e)
+            upper.columns[next[lower.columnIndices[e]]++] = r;
+    return upper;
+}
+
+/// Acquires the blocks of a pattern row by row.
+template <class T>
+void acquireBlocks(const unsigned int* rowStart, const unsigned int* columns,
+                   const std::vector<unsigned int>& sizes, SparseMatrix<T>& target)
+{
+    const auto n = static_cast<unsigned int>(sizes.size());
+    std::size_t values = 0;
+    for (unsigned int r = 0; r < n; ++r)
+        for (unsigned int e = rowStart[r]; e < rowStart[r + 1]; ++e)
+            values += std::size_t(sizes[r]) * sizes[columns[e]];
+    target.clear();
+    target.setSize(n, 0, n == 0 ? 0 : rowStart[n], values);
+    for (unsigned int r = 0; r < n; ++r)
+        for (unsigned int e = rowStart[r]; e < rowStart[r + 1]; ++e)
+            target.aquireBlock(r, columns[e], sizes[r], sizes[columns[e]], 0);
+}
+
 } // namespace
 
 template <class T>
 void ValueScatter<T>::prepare(const BlockMatrix<T>& A, const SkeletonMatrix& permuted,
                               const std::vector<unsigned int>& order,
-                              const std::vector<unsigned int>& position, SparseMatrix<T>& target)
+                              const std::vector<unsigned int>& position, bool upper,
+                              SparseMatrix<T>& target)
 {
-    const unsigned int n = A.numBlockRows();
-    std::size_t values = 0;
-    for (unsigned int r = 0; r < n; ++r)
-        for (unsigned int e = permuted.rowStart[r]; e < permuted.rowStart[r + 1]; ++e)
-            values +=
-                std::size_t(A.blockSize(order[r])) * A.blockSize(order[permuted.columnIndices[e]]);
-    target.clear();
-    target.setSize(n, 0, n == 0 ? 0 : permuted.rowStart[n], values);
-    for (unsigned int r = 0; r < n; ++r)
-        for (unsigned int e = permuted.rowStart[r]; e < permuted.rowStart[r + 1]; ++e) {
-            const unsigned int c = permuted.columnIndices[e];
-            target.aquireBlock(r, c, A.blockSize(order[r]), A.blockSize(order[c]), 0);
-        }
+    std::vector<unsigned int> sizes;
+    sizes.reserve(order.size());
+    for (const unsigned int block : order)
+        sizes.push_back(A.blockSize(block));
+    if (upper) {
+        const UpperPattern pattern = transposed(permuted);
+        acquireBlocks(pattern.rowStart.data(), pattern.columns.data(), sizes, target);
+    } else {
+        acquireBlocks(permuted.rowStart, permuted.columnIndices, sizes, target);
+    }
 
     m_targets.clear();
     m_targets.reserve(A.numBlocks());
-    for (unsigned int r = 0; r < n; ++r)
+    for (unsigned int r = 0; r < A.numBlockRows(); ++r)
         for (const auto& entry : A.row(r)) {
             const unsigned int k = position[r];
             const unsigned int q = position[entry.column];
-            const unsigned int slot = slotOf(target, std::max(k, q), std::min(k, q));
+            const unsigned int late = std::max(k, q);
+            const unsigned int early = std::min(k, q);
+            const unsigned int slot =
+                upper ? slotOf(target, early, late) : slotOf(target, late, early);
             m_targets.push_back({target.blockData[slot], q > k});
         }
 }

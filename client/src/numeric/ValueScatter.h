@@ -16,14 +16,14 @@ namespace client {
 /// them. Made once per pattern.
 template <class T> class ValueScatter {
 public:
-    /// Lays out `target` on the permuted pattern, lower block-row order, and remembers where each
-    /// block of A goes.
+    /// Lays out `target` on the permuted pattern and remembers where each block of A goes.
     ///
     /// @param permuted  A's pattern in elimination order, all diagonal blocks included
     /// @param position  position[b]: where block b of A is eliminated
+    /// @param upper     upper block-row order instead of lower
     void prepare(const BlockMatrix<T>& A, const SkeletonMatrix& permuted,
                  const std::vector<unsigned int>& order, const std::vector<unsigned int>& position,
-                 SparseMatrix<T>& target);
+                 bool upper, SparseMatrix<T>& target);
 
     /// Copies all values; A has the pattern it was prepared for. NotFinite, with the place, at the
     /// first infinity or NaN. Allocates nothing when all is well.

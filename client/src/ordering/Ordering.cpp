@@ -120,12 +120,39 @@ bool repair(const OrderingInput& input, ScratchPad& scratch, OrderingResult& res
     return false;
 }
 
+/// Moves blocks that couple to nothing to the end. They may stand anywhere; a matrix whose first
+/// row couples to nothing would be mistaken for one in lower order.
+void moveIsolatedLast(const SkeletonMatrix& S, Permutation& permutation)
+{
+    std::vector<unsigned char> coupled(S.numBlockRows, 0);
+    for (unsigned int r = 0; r < S.numBlockRows; ++r)
+        for (unsigned int e = S.rowStart[r]; e + 1 < S.rowStart[r + 1]; ++e)
+            coupled[r] = coupled[S.columnIndices[e]] = 1;
+    unsigned int next = 0;
+    for (const bool wanted : {true, false})
+        for (unsigned int k = 0; k < permutation.size; ++k)
+            if ((coupled[permutation.P[k]] != 0) == wanted)
+                permutation.Pi[next++] = permutation.P[k];
+    std::copy_n(permutation.Pi, permutation.size, permutation.P);
+}
+
 /// Builds the permuted pattern and its tree for the permutation as it stands: with no trailing
 /// block the swap has nothing to move.
 void buildStructure(const OrderingInput& input, ScratchPad& scratch, OrderingResult& result)
 {
     Reordering::zeroLeafSwap(input.pattern, result.pattern, result.tree, input.pattern.numBlockRows,
                              result.permutation, scratch);
+}
+
+/// Renumbers the positions in post-order of the elimination tree. Coupled blocks keep their order
+/// among themselves, so fill-in and pivots stay what they are; but every subtree becomes a range of
+/// positions, which threads and caches like (Liu 1990).
+void applyPostOrder(OrderingResult& result)
+{
+    Permutation& permutation = result.permutation;
+    for (unsigned int k = 0; k < permutation.size; ++k)
+        permutation.Pi[result.tree.postOrder[k]] = permutation.P[k];
+    std::copy_n(permutation.Pi, permutation.size, permutation.P);
 }
 
 Status delay(const OrderingInput& input, TrailingPlacement placement,
@@ -165,6 +192,9 @@ Status computeOrdering(const OrderingInput& input, TrailingPlacement placement, 
                 early ? OrderingMethod::SymamdDelayed : OrderingMethod::SymamdAfterCoupled;
         }
     }
+    moveIsolatedLast(input.pattern, permutation);
+    buildStructure(input, scratch, result);
+    applyPostOrder(result);
     buildStructure(input, scratch, result);
     return {};
 }

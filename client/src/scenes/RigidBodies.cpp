@@ -31,9 +31,10 @@ unsigned int RigidBodies::addRod(const Vector3& a, const Vector3& b, double radi
     return static_cast<unsigned int>(m_bodies.size() - 1);
 }
 
-void RigidBodies::addBallJoint(unsigned int bodyA, unsigned int bodyB, const Vector3& point)
+void RigidBodies::addBallJoint(unsigned int bodyA, unsigned int bodyB, const Vector3& point,
+                               double compliance)
 {
-    m_joints.push_back({{bodyA, bodyB}, point});
+    m_joints.push_back({{bodyA, bodyB}, point, compliance});
 }
 
 /// diag(m, m, m, I) with I = across·(1 - u·uᵀ) + along·u·uᵀ.
@@ -76,7 +77,12 @@ Scene RigidBodies::makeScene(double timeStep) const
         scene.rightHandSide[scene.matrix.blockOffset(b) + 1] = -timeStep * kGravity * body.mass;
         scene.bodies.push_back({body.ends[0], body.ends[1]});
     }
-    for (unsigned int j = 0; j < m_joints.size(); ++j)
+    for (unsigned int j = 0; j < m_joints.size(); ++j) {
+        if (m_joints[j].compliance != 0) {
+            double* const diagonal = scene.matrix.block(numBodies + j, numBodies + j);
+            for (unsigned int i = 0; i < kBallSize; ++i)
+                diagonal[i * kBallSize + i] = -m_joints[j].compliance;
+        }
         for (const int side : {0, 1}) {
             const unsigned int body = m_joints[j].bodies[side];
             if (body == kGround)
@@ -84,6 +90,7 @@ Scene RigidBodies::makeScene(double timeStep) const
             else
                 writeJacobian(m_joints[j], side, scene.matrix.block(numBodies + j, body));
         }
+    }
     return scene;
 }
 

@@ -19,8 +19,9 @@ public:
     /// A straight rod with round ends from `a` to `b`; masses in kg, lengths in m.
     unsigned int addRod(const Vector3& a, const Vector3& b, double radius, double mass);
 
-    /// A ball joint at a point; one of the bodies may be the ground.
-    void addBallJoint(unsigned int bodyA, unsigned int bodyB, const Vector3& point);
+    /// A ball joint at a point; one of the bodies may be the ground. Compliance in m/N, times 1/h².
+    void addBallJoint(unsigned int bodyA, unsigned int bodyB, const Vector3& point,
+                      double compliance = 0);
 
     /// @param timeStep  in s; the bodies start at rest and fall along -y
     Scene makeScene(double timeStep) const;
@@ -37,6 +38,7 @@ private:
     struct Joint {
         unsigned int bodies[2];
         Vector3 point;
+        double compliance;
     };
 
     void writeMass(const Body& body, double* block) const;
