@@ -69,6 +69,12 @@ WorkerPool& WorkerPool::instance()
     return pool;
 }
 
+WorkerPool::~WorkerPool()
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_returned.wait(lock, [this] { return m_taken == 0; });
+}
+
 std::vector<std::unique_ptr<Worker>> WorkerPool::take(unsigned int n)
 {
     std::vector<std::unique_ptr<Worker>> taken;
@@ -82,14 +88,18 @@ std::vector<std::unique_ptr<Worker>> WorkerPool::take(unsigned int n)
     }
     while (taken.size() < n)
         taken.push_back(std::make_unique<Worker>());
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_taken += n;
     return taken;
 }
 
 void WorkerPool::giveBack(std::vector<std::unique_ptr<Worker>> workers)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
+    m_taken -= workers.size();
     for (auto& worker : workers)
         m_idle.push_back(std::move(worker));
+    m_returned.notify_all();
 }
 
 } // namespace kyr

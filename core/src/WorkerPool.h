@@ -4,6 +4,7 @@
 #include <kyr/Thread>
 
 #include <condition_variable>
+#include <cstddef>
 #include <exception>
 #include <functional>
 #include <memory>
@@ -56,12 +57,17 @@ class WorkerPool {
 public:
     static WorkerPool& instance();
 
+    /// Waits until all workers are back: an execution that nobody waits for may outlive main().
+    ~WorkerPool();
+
     /// n idle workers, for the caller to use and return.
     std::vector<std::unique_ptr<Worker>> take(unsigned int n);
     void giveBack(std::vector<std::unique_ptr<Worker>> workers);
 
 private:
     std::mutex m_mutex;
+    std::condition_variable m_returned;
+    std::size_t m_taken = 0;
     std::vector<std::unique_ptr<Worker>> m_idle;
 };
 
