@@ -173,9 +173,9 @@ TEST(WorkPerNode, CountsArithmeticAndALittleForEveryBlock)
     setPattern(data, support::drawnRows({"X", "X X", "X X X"}));
 
     const std::vector<std::uint64_t> expected = {
-        32 + 2 * 16 + 2 * (4 * 5 + 4 * 2) / 2 + 8 / 6,
-        32 + 16 + 3 * (1 * 2 + 1 * 3) / 2 + 27 / 6,
-        32 + 1 / 6,
+        100 + 2 * 10 + 3 * 28 + 2 * (4 * 4 + 3 * 3 + 1 * 1) / 2 + 3 * 2 * 2 * (2 + 4),
+        100 + 10 + 28 + 3 * (1 * 1 + 1 * 1) / 2 + 3 * 3 * 3 * (3 + 1),
+        100 + 3 * 1,
     };
     EXPECT_EQ(workPerNode(data.columnPattern, {2, 3, 1}), expected);
 }

@@ -33,21 +33,29 @@ Status tooLarge(const std::string& what, std::uint64_t count, std::uint64_t limi
             kNone, kNone};
 }
 
-/// Work, in the schedule's units, that takes about half a millisecond on one thread. Below it the
-/// hand-over costs more than a second thread brings.
-constexpr std::uint64_t kLeastWork = 600000;
+// The choice between serial and multifrontal, in the schedule's units of a third of a nanosecond.
 
-/// What the multifrontal method spends on a node beyond what the serial one does, in the same
-/// units: measured on a rope bridge, whose nodes are small.
-constexpr std::uint64_t kNodeOverhead = 300;
+/// About half a millisecond on one thread. Below it the hand-over costs more than threads bring.
+constexpr std::uint64_t kLeastWork = 1500000;
+
+/// What the multifrontal method spends on a node beyond what the serial one does: measured on rope
+/// bridges, whose nodes are small.
+constexpr double kNodeOverhead = 600;
+
+/// To wake sleeping workers and to be woken by them.
+constexpr double kForkAndJoin = 180000;
+
+/// To clear a scalar of both factors and the fronts, which no further thread makes faster.
+constexpr double kPerScalar = 6;
 
 /// Whether a schedule is expected to beat one thread clearly.
-bool pays(const TreeMapping& mapping)
+bool pays(const TreeMapping& mapping, std::uint64_t factorScalars)
 {
-    const auto total = static_cast<double>(mapping.totalWork);
-    const auto overhead = static_cast<double>(kNodeOverhead * mapping.owner.size());
-    const double onThreads = static_cast<double>(mapping.makespan) * (1 + overhead / total);
-    return mapping.totalWork >= kLeastWork && onThreads < 0.85 * total;
+    const double clearing = kPerScalar * static_cast<double>(factorScalars);
+    const double serial = static_cast<double>(mapping.totalWork) -
+                          kNodeOverhead * static_cast<double>(mapping.owner.size()) + clearing;
+    const double onThreads = static_cast<double>(mapping.makespan) + kForkAndJoin + clearing;
+    return mapping.totalWork >= kLeastWork && onThreads < 0.9 * serial;
 }
 
 /// The power of two by which to scale a right-hand side before the solver sees it. The solver takes
@@ -107,7 +115,7 @@ template <class T> struct BlockLDLT<T>::Impl {
     Status analyze(const BlockMatrix<T>& A, TrailingPlacement placement);
     Status order(TrailingPlacement placement, OrderingResult& ordering);
     Status buildStructure(const BlockMatrix<T>& A, OrderingResult& ordering);
-    Status planThreads(const std::vector<unsigned int>& sizes);
+    Status planThreads(const std::vector<unsigned int>& sizes, std::uint64_t factorScalars);
     bool canOrderLater() const;
     void prepareVectors(const BlockMatrix<T>& A);
     Status factor(const BlockMatrix<T>& A);
@@ -210,7 +218,7 @@ Status BlockLDLT<T>::Impl::buildStructure(const BlockMatrix<T>& A, OrderingResul
     if (counts.scalars + kValueSlack > kMaxCount)
         return tooLarge("the factor", counts.scalars, kMaxCount);
     structure.fill(data.factorRowStart, data.factorColumns, data.columnPattern);
-    const Status result = planThreads(sizes);
+    const Status result = planThreads(sizes, counts.scalars);
     if (!result.ok())
         return result;
     scatter.prepare(A, ordering.pattern, analysis.order, analysis.position, analysis.multifrontal,
@@ -222,7 +230,9 @@ Status BlockLDLT<T>::Impl::buildStructure(const BlockMatrix<T>& A, OrderingResul
 }
 
 /// Decides between serial and multifrontal, and builds the schedule for the latter.
-template <class T> Status BlockLDLT<T>::Impl::planThreads(const std::vector<unsigned int>& sizes)
+template <class T>
+Status BlockLDLT<T>::Impl::planThreads(const std::vector<unsigned int>& sizes,
+                                       std::uint64_t factorScalars)
 {
     analysis.multifrontal = false;
     analysis.threads = 1;
@@ -236,7 +246,7 @@ template <class T> Status BlockLDLT<T>::Impl::planThreads(const std::vector<unsi
         mapTree(data.eliminationTree, workPerNode(data.columnPattern, sizes), threads);
     analysis.work = mapping.totalWork;
     analysis.makespan = mapping.makespan;
-    if (factorization == Factorization::Automatic && !pays(mapping))
+    if (factorization == Factorization::Automatic && !pays(mapping, factorScalars))
         return {};
     const SyncMode mode = waiting == Waiting::Spinning ? SyncMode::Spinning : SyncMode::Blocking;
     Status result = schedule.build(mapping, sizes, mode, data);
