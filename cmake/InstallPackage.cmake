@@ -25,5 +25,6 @@ install(FILES
     "${PROJECT_BINARY_DIR}/kyrOrvelConfigVersion.cmake"
     "${CMAKE_CURRENT_LIST_DIR}/FindAPR.cmake"
     "${CMAKE_CURRENT_LIST_DIR}/FindCOLAMD.cmake"
+    "${CMAKE_CURRENT_LIST_DIR}/FindMETIS.cmake"
     "${CMAKE_CURRENT_LIST_DIR}/FindOpenThreadsTarget.cmake"
     DESTINATION "${packageDir}")

@@ -15,17 +15,28 @@ using kyrOrvel::client::OrderingMethod;
 
 namespace {
 
-const char* describe(OrderingMethod method)
+std::string describe(const kyrOrvel::client::Analysis& analysis)
 {
-    switch (method) {
+    const std::string placed =
+        analysis.earlyBlocks > 0
+            ? ", trailing blocks behind the ordinary blocks that they couple to, " +
+                  std::to_string(analysis.earlyBlocks) + " of them behind the first"
+            : ", trailing blocks behind the ordinary blocks that they couple to";
+    switch (analysis.method) {
     case OrderingMethod::Symamd:
         return "minimum degree";
     case OrderingMethod::SymamdRepaired:
         return "minimum degree, trailing leaves behind their parents";
     case OrderingMethod::SymamdDelayed:
         return "minimum degree, trailing blocks behind a coupled ordinary block";
-    case OrderingMethod::SymamdAfterCoupled:
-        return "minimum degree, trailing blocks behind all coupled ordinary blocks";
+    case OrderingMethod::ConstraintAware:
+        return "minimum degree" + placed;
+    case OrderingMethod::NestedDissection:
+        return "nested dissection" + placed;
+    case OrderingMethod::Natural:
+        return "as numbered";
+    case OrderingMethod::User:
+        return "as given";
     }
     return "";
 }
@@ -112,7 +123,7 @@ void printAnalysis(const Analysis& analysis)
     printLine("scalars of L", std::to_string(analysis.factorScalars));
     printLine("operations", fmt::format("{:.3g}", static_cast<double>(analysis.operations)),
               "multiply-subtract pairs, about");
-    printLine("ordering", "", describe(analysis.method));
+    printLine("ordering", "", describe(analysis));
 }
 
 void printAccuracy(const Accuracy& accuracy)

@@ -16,6 +16,7 @@ namespace orvel {
 using kyrOrvel::client::BlockLDLT;
 using kyrOrvel::client::BlockMatrix;
 using kyrOrvel::client::BlockPartition;
+using kyrOrvel::client::Signs;
 using kyrOrvel::client::Status;
 
 namespace {
@@ -85,6 +86,7 @@ int runSolve(const SolveOptions& options)
     const BlockMatrix<double>& A = input.matrix;
     std::vector<double> x(A.dimension());
     BlockLDLT<double> solver;
+    solver.setSigns(Signs::Any); // files come from anywhere
     int refinements = 0;
     if (solver.compute(A).ok() && solver.solve(b.data(), x.data()).ok())
         solver.refine(b.data(), x.data(), kMaxRefinements, &refinements);

@@ -8,8 +8,12 @@ const char* statusName(StatusCode code)
     switch (code) {
     case StatusCode::Ok:
         return "Ok";
+    case StatusCode::Regularized:
+        return "Regularized";
     case StatusCode::Singular:
         return "Singular";
+    case StatusCode::WrongSigns:
+        return "WrongSigns";
     case StatusCode::NotFinite:
         return "NotFinite";
     case StatusCode::InvalidInput:

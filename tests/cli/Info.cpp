@@ -26,8 +26,8 @@ TEST(Info, BlocksAreFoundByStructure)
                        "  blocks of L                  4  0 of them fill-in\n"
                        "  scalars of L                13\n"
                        "  operations                  12  multiply-subtract pairs, about\n"
-                       "  ordering                        minimum degree, trailing leaves behind "
-                       "their parents\n");
+                       "  ordering                        minimum degree, trailing blocks behind "
+                       "the ordinary blocks that they couple to\n");
 }
 
 // X X . X    A ring of four: whichever goes first joins its two neighbours. The columns of L have
@@ -72,8 +72,8 @@ TEST(Info, SidecarIsUsed)
                   "  blocks of L                  3  0 of them fill-in\n"
                   "  scalars of L                 3\n"
                   "  operations                   1  multiply-subtract pairs, about\n"
-                  "  ordering                        minimum degree, trailing leaves behind their "
-                  "parents\n");
+                  "  ordering                        minimum degree, trailing blocks behind "
+                  "the ordinary blocks that they couple to\n");
 }
 
 TEST(Info, FoundBlocksEndAt64Rows)

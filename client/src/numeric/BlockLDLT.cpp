@@ -1,428 +1,201 @@
-#include <kyrOrvelClient/BlockLDLT>
+#include "BlockLDLTImpl.h"
 
-#include "../OutOfMemory.h"
-#include "../ordering/Ordering.h"
-#include "../schedule/Schedule.h"
-#include "../symbolic/FactorStructure.h"
-#include "MatrixPattern.h"
-#include "PivotCheck.h"
-#include "ValueScatter.h"
-
-#include <kyrOrvel/Orvel>
+#include "MatrixWalk.h"
+#include "PivotBounds.h"
+#include "PivotReport.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstddef>
-#include <limits>
-#include <string>
+#include <utility>
 
 namespace kyrOrvel {
 namespace client {
-
-namespace {
-
-constexpr std::uint64_t kMaxCount = 0xFFFFFFFEu; ///< of blocks or scalars in one matrix
-constexpr std::uint64_t kValueSlack = 64;        ///< the factorization asks for that much more
-constexpr std::size_t kMaxDimension = 0x7FFFFFFF;
-
-Status tooLarge(const std::string& what, std::uint64_t count, std::uint64_t limit)
-{
-    return {StatusCode::TooLarge,
-            what + " needs a count of " + std::to_string(count) + ", more than the " +
-                std::to_string(limit) + " that the solver can hold; split the system",
-            kNone, kNone};
-}
-
-// The choice between serial and multifrontal, in the schedule's units of a third of a nanosecond.
-
-/// About half a millisecond on one thread. Below it the hand-over costs more than threads bring.
-constexpr std::uint64_t kLeastWork = 1500000;
-
-/// What the multifrontal method spends on a node beyond what the serial one does: measured on rope
-/// bridges, whose nodes are small.
-constexpr double kNodeOverhead = 600;
-
-/// To wake sleeping workers and to be woken by them.
-constexpr double kForkAndJoin = 180000;
-
-/// To clear a scalar of both factors and the fronts, which no further thread makes faster.
-constexpr double kPerScalar = 6;
-
-/// Whether a schedule is expected to beat one thread clearly.
-bool pays(const TreeMapping& mapping, std::uint64_t factorScalars)
-{
-    const double clearing = kPerScalar * static_cast<double>(factorScalars);
-    const double serial = static_cast<double>(mapping.totalWork) -
-                          kNodeOverhead * static_cast<double>(mapping.owner.size()) + clearing;
-    const double onThreads = static_cast<double>(mapping.makespan) + kForkAndJoin + clearing;
-    return mapping.totalWork >= kLeastWork && onThreads < 0.9 * serial;
-}
-
-/// The power of two by which to scale a right-hand side before the solver sees it. The solver takes
-/// leading values below the machine epsilon for zeros, whatever the units are; where the vector
-/// begins with such a value, the power brings that to the epsilon, and the largest value to 1/ε at
-/// the most: what is left out then is ε² of it.
-template <class T> int scaleExponent(const std::vector<T>& v)
-{
-    constexpr int kEpsilonExponent = 1 - std::numeric_limits<T>::digits;
-    const auto first = std::find_if(v.begin(), v.end(), [](T x) { return x != 0; });
-    if (first == v.end() || !(std::abs(*first) < std::numeric_limits<T>::epsilon()))
-        return 0;
-    T largest = 0;
-    for (const T x : v)
-        largest = std::max(largest, std::abs(x));
-    const int needed = kEpsilonExponent - std::ilogb(*first);
-    return std::max(0, std::min(needed, -kEpsilonExponent - std::ilogb(largest)));
-}
-
-template <class T> void scaleBy(int exponent, std::vector<T>& v)
-{
-    const T factor = std::ldexp(T(1), exponent);
-    for (T& x : v)
-        x *= factor;
-}
 
 Status callSequence(const char* needed)
 {
     return {StatusCode::CallSequence, std::string(needed) + " has to succeed first", kNone, kNone};
 }
 
-} // namespace
-
-template <class T> struct BlockLDLT<T>::Impl {
-    Status status;
-    Analysis analysis;
-    OrvelData<T> data;
-
-    unsigned int threads = 1;
-    Factorization factorization = Factorization::Automatic;
-    Waiting waiting = Waiting::Blocking;
-
-    bool analyzed = false;
-    bool factorized = false;
-    MatrixPattern pattern;
-    ValueScatter<T> scatter;
-    PivotCheck<T> pivotCheck;
-    Schedule<T> schedule;
-    std::vector<T> work;              ///< vectors in elimination order: the one being solved,
-    std::vector<T> rightHandSide;     ///< and for refinement what to solve for,
-    std::vector<T> solution;          ///< the best so far,
-    std::vector<T> residual;          ///< and what is left of it
-    std::vector<std::size_t> offsets; ///< scalar offset of each block in the user's order
-
-    Status analyze(const BlockMatrix<T>& A);
-    Status checkSizes(const BlockMatrix<T>& A) const;
-    Status analyze(const BlockMatrix<T>& A, TrailingPlacement placement);
-    Status order(TrailingPlacement placement, OrderingResult& ordering);
-    Status buildStructure(const BlockMatrix<T>& A, OrderingResult& ordering);
-    Status planThreads(const std::vector<unsigned int>& sizes, std::uint64_t factorScalars);
-    bool canOrderLater() const;
-    void prepareVectors(const BlockMatrix<T>& A);
-    Status factor(const BlockMatrix<T>& A);
-    Status factorChecked();
-    Status solve(const T* b, T* x);
-    Status refine(const T* b, T* x, int maxSteps, int& steps);
-    void solveWork();
-    Status checkVectors(const T* b, const T* x) const;
-    Status gather(const T* from, const char* what, std::vector<T>& to) const;
-    Status checkSolution() const;
-    void scatterTo(const std::vector<T>& from, T* to) const;
-    T computeResidual(const std::vector<T>& x);
-
-    void forgetAnalysis()
-    {
-        analyzed = false;
-        factorized = false;
+template <class T> Status BlockLDLT<T>::Impl::analyze(const BlockMatrix<T>& A, bool values)
+{
+    const PhaseTimer timer(statistics.analysisSeconds);
+    forgetAnalysis();
+    statistics.analysisReused = findInCache(A);
+    if (!statistics.analysisReused) {
+        AnalyzedSystem<T>& next = makeRoom();
+        next.settings = settings;
+        const Status result = next.analyze(A, values);
+        if (!result.ok()) {
+            systems.erase(systems.begin());
+            return result;
+        }
+        prepareVectors();
     }
-
-    /// Runs a step, turning exhausted memory into a status.
-    template <class Step> const Status& guard(Step step)
-    {
-        status = guardMemory(step);
-        return status;
-    }
-};
-
-template <class T> Status BlockLDLT<T>::Impl::analyze(const BlockMatrix<T>& A)
-{
-    analyzed = false;
-    factorized = false;
-    Status result = checkSizes(A);
-    if (!result.ok())
-        return result;
-    pattern = MatrixPattern(A);
-    prepareVectors(A);
-    return analyze(A, TrailingPlacement::AfterFirst);
-}
-
-template <class T>
-Status BlockLDLT<T>::Impl::analyze(const BlockMatrix<T>& A, TrailingPlacement placement)
-{
-    analyzed = false;
-    OrderingResult ordering;
-    Status result = order(placement, ordering);
-    if (result.ok())
-        result = buildStructure(A, ordering);
-    analyzed = result.ok();
-    return result;
-}
-
-/// Whether trailing blocks stand before some of the ordinary blocks that they couple to.
-template <class T> bool BlockLDLT<T>::Impl::canOrderLater() const
-{
-    return analysis.method == OrderingMethod::SymamdRepaired ||
-           analysis.method == OrderingMethod::SymamdDelayed;
-}
-
-template <class T> Status BlockLDLT<T>::Impl::checkSizes(const BlockMatrix<T>& A) const
-{
-    if (A.dimension() > kMaxDimension)
-        return tooLarge("the scalar dimension", A.dimension(), kMaxDimension);
-    const std::uint64_t entries = A.numBlocks() + A.numBlockRows();
-    if (entries > kMaxDimension)
-        return tooLarge("the block pattern", entries, kMaxDimension);
+    analyzed = true;
     return {};
 }
 
-template <class T>
-Status BlockLDLT<T>::Impl::order(TrailingPlacement placement, OrderingResult& ordering)
+/// Brings the system analysed for A's pattern under the present settings to the front, if there is
+/// one.
+template <class T> bool BlockLDLT<T>::Impl::findInCache(const BlockMatrix<T>& A)
 {
-    SkeletonMatrix skeleton;
-    pattern.fillSkeleton(skeleton);
-    const std::vector<unsigned char> standsAlone = pattern.standsAlone();
-    const OrderingInput input{skeleton, pattern.firstTrailing(), standsAlone};
-    Status result = computeOrdering(input, placement, data.scratch, ordering);
-    if (!result.ok())
-        return result;
-    const unsigned int n = pattern.numBlockRows();
-    analysis.method = ordering.method;
-    analysis.order.assign(ordering.permutation.P, ordering.permutation.P + n);
-    analysis.position.resize(n);
-    for (unsigned int k = 0; k < n; ++k)
-        analysis.position[analysis.order[k]] = k;
-    analysis.matrixBlocks = skeleton.rowStart[n];
-    return {};
+    const std::uint64_t hash = MatrixPattern::hashOf(A);
+    const auto found = std::find_if(systems.begin(), systems.end(), [&](const auto& s) {
+        return s->analyzed && s->pattern.hash() == hash && s->settings == settings &&
+               s->pattern.compare(A).ok();
+    });
+    if (found == systems.end())
+        return false;
+    std::rotate(systems.begin(), found, found + 1);
+    if (prepared != systems.front().get())
+        prepareVectors();
+    return true;
 }
 
-template <class T>
-Status BlockLDLT<T>::Impl::buildStructure(const BlockMatrix<T>& A, OrderingResult& ordering)
+/// A system at the front to analyse a new pattern in: the oldest one's storage once the cache is
+/// full.
+template <class T> AnalyzedSystem<T>& BlockLDLT<T>::Impl::makeRoom()
 {
-    std::vector<unsigned int> sizes;
-    for (const unsigned int block : analysis.order)
-        sizes.push_back(A.blockSize(block));
-    data.eliminationTree = ordering.tree;
-    const FactorStructure structure(ordering.pattern, data.eliminationTree, sizes);
-    const FactorCounts& counts = structure.counts();
-    if (counts.blocks > kMaxCount)
-        return tooLarge("the factor's block pattern", counts.blocks, kMaxCount);
-    if (counts.scalars + kValueSlack > kMaxCount)
-        return tooLarge("the factor", counts.scalars, kMaxCount);
-    structure.fill(data.factorRowStart, data.factorColumns, data.columnPattern);
-    const Status result = planThreads(sizes, counts.scalars);
-    if (!result.ok())
-        return result;
-    scatter.prepare(A, ordering.pattern, analysis.order, analysis.position, analysis.multifrontal,
-                    data.matrix);
-    analysis.factorBlocks = counts.blocks;
-    analysis.factorScalars = counts.scalars;
-    analysis.operations = counts.operations;
-    return {};
+    if (systems.size() < cacheSize)
+        systems.insert(systems.begin(), std::make_unique<AnalyzedSystem<T>>());
+    else
+        std::rotate(systems.begin(), systems.end() - 1, systems.end());
+    return *systems.front();
 }
 
-/// Decides between serial and multifrontal, and builds the schedule for the latter.
-template <class T>
-Status BlockLDLT<T>::Impl::planThreads(const std::vector<unsigned int>& sizes,
-                                       std::uint64_t factorScalars)
+template <class T> void BlockLDLT<T>::Impl::prepareVectors()
 {
-    analysis.multifrontal = false;
-    analysis.threads = 1;
-    analysis.work = 0;
-    analysis.makespan = 0;
-    data.useMultifrontal = 0;
-    if (factorization == Factorization::Serial ||
-        (factorization == Factorization::Automatic && threads == 1))
-        return {};
-    const TreeMapping mapping =
-        mapTree(data.eliminationTree, workPerNode(data.columnPattern, sizes), threads);
-    analysis.work = mapping.totalWork;
-    analysis.makespan = mapping.makespan;
-    if (factorization == Factorization::Automatic && !pays(mapping, factorScalars))
-        return {};
-    const SyncMode mode = waiting == Waiting::Spinning ? SyncMode::Spinning : SyncMode::Blocking;
-    Status result = schedule.build(mapping, sizes, mode, data);
-    if (!result.ok())
-        return result;
-    analysis.multifrontal = true;
-    analysis.threads = threads;
-    data.useMultifrontal = 1;
-    data.numThreads = threads;
-    return {};
-}
-
-template <class T> void BlockLDLT<T>::Impl::prepareVectors(const BlockMatrix<T>& A)
-{
-    const unsigned int n = A.numBlockRows();
-    offsets.resize(n);
-    unsigned int largest = 0;
-    for (unsigned int r = 0; r < n; ++r) {
-        offsets[r] = A.blockOffset(r);
-        largest = std::max(largest, A.blockSize(r));
-    }
-    for (std::vector<T>* vector : {&work, &rightHandSide, &solution, &residual})
-        vector->resize(A.dimension());
-    pivotCheck.reserve(largest);
+    prepared = nullptr;
+    const SparseMatrix<T>& A = data().matrix;
+    const unsigned int n = A.numBlockRows;
+    const std::size_t dimension = n == 0 ? 0 : A.blockSizes[n];
+    for (std::vector<T>* vector :
+         {&pivotBounds, &work, &rightHandSide, &solution, &residual, &weight})
+        vector->resize(dimension);
+    unit.resize(system().largestBlock);
+    pivotCheck.reserve(dimension, n, system().largestBlock);
+    prepared = &system();
 }
 
 template <class T> Status BlockLDLT<T>::Impl::factor(const BlockMatrix<T>& A)
 {
+    const PhaseTimer timer(statistics.factorizationSeconds);
     factorized = false;
     if (!analyzed)
         return callSequence("analyzePattern");
-    Status result = pattern.compare(A);
+    Status result = system().pattern.compare(A);
+    if (result.ok())
+        result = load(A);
     if (!result.ok())
         return result;
-    result = scatter.run(A);
-    if (!result.ok())
-        return result;
-    result = factorChecked();
-    if (!result.ok() && canOrderLater()) {
-        result = analyze(A, TrailingPlacement::AfterLast);
+    takeIds(A);
+    PivotFailure<T> failure = factorOnce();
+    if (failure.kind != PivotFailure<T>::Kind::None && system().canOrderLater() &&
+        regularization == Regularization::None) {
+        analyzed = false;
+        result = system().analyzeLater(A);
         if (result.ok())
-            result = scatter.run(A);
-        if (result.ok())
-            result = factorChecked();
+            result = load(A);
+        if (!result.ok())
+            return result;
+        analyzed = true;
+        prepareVectors();
+        failure = factorOnce();
     }
+    result = report(failure);
     factorized = result.ok();
     return result;
 }
 
-template <class T> Status BlockLDLT<T>::Impl::factorChecked()
+/// Copies A's values to where the solver wants them, and adds the compliances.
+template <class T> Status BlockLDLT<T>::Impl::load(const BlockMatrix<T>& A)
 {
-    data.factored = 0;
-    if (analysis.multifrontal) {
-        if (data.trace)
-            data.trace->threads.assign(threads, {});
-        Orvel::factorMF(data);
-    } else {
-        Orvel::factorSerial(data);
-    }
-    return pivotCheck.run(data, analysis.order, canOrderLater());
+    const Status result = system().scatter.run(A);
+    return result.ok() ? applyCompliance(A.firstTrailing()) : result;
 }
 
-template <class T> Status BlockLDLT<T>::Impl::checkVectors(const T* b, const T* x) const
+template <class T> Status BlockLDLT<T>::Impl::applyCompliance(unsigned int firstTrailing)
 {
-    if (!factorized)
-        return callSequence("factorize");
-    if (!work.empty() && (!b || !x))
-        return {StatusCode::InvalidInput, "a right-hand side and room for the solution are needed",
+    const std::vector<unsigned int>& position = system().analysis.position;
+    if (!compliances.empty() && compliances.size() != position.size() - firstTrailing)
+        return {StatusCode::InvalidInput,
+                "there are " + std::to_string(compliances.size()) + " compliances for " +
+                    std::to_string(position.size() - firstTrailing) + " trailing blocks",
                 kNone, kNone};
-    return {};
-}
-
-template <class T> Status BlockLDLT<T>::Impl::solve(const T* b, T* x)
-{
-    Status result = checkVectors(b, x);
-    if (result.ok())
-        result = gather(b, "right-hand side", work);
-    if (!result.ok())
-        return result;
-    solveWork();
-    result = checkSolution();
-    if (result.ok())
-        scatterTo(work, x);
-    return result;
-}
-
-/// work = A⁻¹·work. Scaling by a power of two changes no digit, short of underflow.
-template <class T> void BlockLDLT<T>::Impl::solveWork()
-{
-    const int exponent = scaleExponent(work);
-    if (exponent != 0)
-        scaleBy(exponent, work);
-    Orvel::solve(data, work.data());
-    if (exponent != 0)
-        scaleBy(-exponent, work);
-}
-
-template <class T> Status BlockLDLT<T>::Impl::refine(const T* b, T* x, int maxSteps, int& steps)
-{
-    steps = 0;
-    Status result = checkVectors(b, x);
-    if (result.ok())
-        result = gather(b, "right-hand side", rightHandSide);
-    if (result.ok())
-        result = gather(x, "solution to improve", solution);
-    if (!result.ok())
-        return result;
-    T norm = computeResidual(solution);
-    while (steps < maxSteps && norm > 0) {
-        work = residual;
-        solveWork();
-        for (std::size_t i = 0; i < work.size(); ++i)
-            work[i] += solution[i];
-        const T next = computeResidual(work);
-        if (!(next < norm)) // also when the correction overflowed
-            break;
-        norm = next;
-        solution.swap(work);
-        ++steps;
-    }
-    scatterTo(solution, x);
-    return {};
-}
-
-/// residual = b - A·x; returns its 2-norm.
-template <class T> T BlockLDLT<T>::Impl::computeResidual(const std::vector<T>& x)
-{
-    data.matrix.multiply(x.data(), residual.data());
-    T sum = 0;
-    for (std::size_t i = 0; i < residual.size(); ++i) {
-        residual[i] = rightHandSide[i] - residual[i];
-        sum += residual[i] * residual[i];
-    }
-    return std::sqrt(sum);
-}
-
-/// Brings a vector into elimination order.
-template <class T>
-Status BlockLDLT<T>::Impl::gather(const T* from, const char* what, std::vector<T>& to) const
-{
-    const SparseMatrix<T>& L = data.factor;
-    for (unsigned int k = 0; k < L.numBlockRows; ++k) {
-        const unsigned int block = analysis.order[k];
-        const T* const values = from + offsets[block];
-        for (unsigned int i = 0; i < L.blockSizes[k]; ++i) {
-            if (!std::isfinite(values[i]))
-                return {StatusCode::NotFinite,
-                        std::string("the ") + what + " holds an infinity or NaN in row " +
-                            std::to_string(i) + " of block " + std::to_string(block),
-                        block, i};
-            to[L.blockOffsets[k] + i] = values[i];
-        }
+    if (compliances.empty() && compliance == 0)
+        return {};
+    const SparseMatrix<T>& A = data().matrix;
+    for (std::size_t t = firstTrailing; t < position.size(); ++t) {
+        const T c = compliances.empty() ? compliance : compliances[t - firstTrailing];
+        const unsigned int k = position[t];
+        const std::size_t m = A.blockSizes[k];
+        T* const block = diagonalBlock(A, data().useMultifrontal != 0, k);
+        for (std::size_t i = 0; i < m; ++i)
+            block[i * m + i] -= c;
     }
     return {};
 }
 
-template <class T> Status BlockLDLT<T>::Impl::checkSolution() const
+template <class T> PivotFailure<T> BlockLDLT<T>::Impl::factorOnce()
 {
-    const SparseMatrix<T>& L = data.factor;
-    for (unsigned int k = 0; k < L.numBlockRows; ++k)
-        for (unsigned int i = 0; i < L.blockSizes[k]; ++i)
-            if (!std::isfinite(work[L.blockOffsets[k] + i]))
-                return {StatusCode::NotFinite,
-                        "the solution overflows in row " + std::to_string(i) + " of block " +
-                            std::to_string(analysis.order[k]) + "; scale the system",
-                        analysis.order[k], i};
-    return {};
+    OrvelData<T>& d = data();
+    const std::vector<unsigned int>& order = system().analysis.order;
+    const unsigned int firstTrailing = system().pattern.firstTrailing();
+    d.factored = 0;
+    d.trace = trace;
+    d.pivotBounds = nullptr;
+    if (regularization == Regularization::Dynamic) {
+        computePivotBounds(d, order, firstTrailing, regularizationShare, pivotBounds);
+        d.pivotBounds = pivotBounds.data();
+    }
+    if (system().analysis.multifrontal) {
+        if (trace)
+            trace->threads.assign(system().analysis.threads, {});
+        Orvel::factorMF(d);
+    } else {
+        Orvel::factorSerial(d);
+    }
+    if (d.pivotBounds)
+        return pivotCheck.runBounded(d);
+    PivotDemands demands;
+    demands.signs = signs == Signs::Expected && system().signsAreKnown;
+    demands.strong = system().canOrderLater();
+    return pivotCheck.run(d, order, firstTrailing, demands);
 }
 
-/// Brings a vector back into the user's order.
-template <class T> void BlockLDLT<T>::Impl::scatterTo(const std::vector<T>& from, T* to) const
+template <class T> Status BlockLDLT<T>::Impl::report(const PivotFailure<T>& failure)
 {
-    const SparseMatrix<T>& L = data.factor;
-    for (unsigned int k = 0; k < L.numBlockRows; ++k)
-        std::copy_n(from.data() + L.blockOffsets[k], L.blockSizes[k],
-                    to + offsets[analysis.order[k]]);
+    const PivotCounts& counts = pivotCheck.counts();
+    statistics.positivePivots = counts.positive;
+    statistics.negativePivots = counts.negative;
+    statistics.regularizedPivots = counts.bounded;
+    statistics.smallestPivot = counts.smallest;
+    statistics.largestPivot = counts.largest;
+    const std::vector<unsigned int>& order = system().analysis.order;
+    if (failure.kind != PivotFailure<T>::Kind::None)
+        return reportPivot(failure, data(), order, system().pattern.firstTrailing(), pivotCheck);
+    return data().pivotBounds ? reportBounded(pivotCheck, order) : Status();
+}
+
+template <class T> void BlockLDLT<T>::Impl::takeIds(const BlockMatrix<T>& A)
+{
+    ids.resize(A.hasIds() ? A.numBlockRows() : 0);
+    for (unsigned int b = 0; b < ids.size(); ++b)
+        ids[b] = A.id(b);
+}
+
+template <class T> void BlockLDLT<T>::Impl::addIds(Status& s) const
+{
+    const auto idOf = [&](unsigned int block) {
+        return block < ids.size() ? ids[block] : std::uint64_t(block);
+    };
+    if (s.block != kNone) {
+        s.id = idOf(s.block);
+        if (s.block < ids.size())
+            s.message += " (block " + std::to_string(s.block) + " is " + std::to_string(s.id) + ")";
+    }
+    for (Dependency& dependency : s.dependsOn)
+        dependency.id = idOf(dependency.block);
 }
 
 template <class T> BlockLDLT<T>::BlockLDLT() : m_impl(std::make_unique<Impl>())
@@ -440,7 +213,7 @@ template <class T> const Status& BlockLDLT<T>::setThreads(unsigned int threads)
                     std::to_string(threads) + " threads are outside the range 1 to " +
                         std::to_string(kMaxOwners),
                     kNone, kNone};
-        m_impl->threads = threads;
+        m_impl->settings.threads = threads;
         m_impl->forgetAnalysis();
         return {};
     });
@@ -448,24 +221,99 @@ template <class T> const Status& BlockLDLT<T>::setThreads(unsigned int threads)
 
 template <class T> void BlockLDLT<T>::setFactorization(Factorization factorization)
 {
-    m_impl->factorization = factorization;
+    m_impl->settings.factorization = factorization;
     m_impl->forgetAnalysis();
 }
 
 template <class T> void BlockLDLT<T>::setWaiting(Waiting waiting)
 {
-    m_impl->waiting = waiting;
+    m_impl->settings.waiting = waiting;
     m_impl->forgetAnalysis();
+}
+
+template <class T> void BlockLDLT<T>::setOrdering(Ordering ordering)
+{
+    m_impl->settings.ordering = ordering;
+    m_impl->forgetAnalysis();
+}
+
+template <class T> void BlockLDLT<T>::setOrder(std::vector<unsigned int> order)
+{
+    m_impl->settings.userOrder = std::move(order);
+    setOrdering(Ordering::User);
+}
+
+template <class T> void BlockLDLT<T>::setCacheSize(std::size_t patterns)
+{
+    m_impl->cacheSize = std::max<std::size_t>(patterns, 1);
+    if (m_impl->systems.size() > m_impl->cacheSize)
+        m_impl->systems.resize(m_impl->cacheSize);
+}
+
+template <class T> void BlockLDLT<T>::setSigns(Signs signs)
+{
+    m_impl->signs = signs;
+}
+
+namespace {
+
+template <class T> Status checkCompliance(T c)
+{
+    if (std::isfinite(c) && c >= 0)
+        return {};
+    return {StatusCode::InvalidInput, "a compliance has to be zero or positive, and finite", kNone,
+            kNone};
+}
+
+} // namespace
+
+template <class T> const Status& BlockLDLT<T>::setCompliance(T c)
+{
+    return m_impl->guard([&] {
+        const Status result = checkCompliance(c);
+        if (result.ok()) {
+            m_impl->compliance = c;
+            m_impl->compliances.clear();
+        }
+        return result;
+    });
+}
+
+template <class T> const Status& BlockLDLT<T>::setCompliance(std::vector<T> perTrailingBlock)
+{
+    return m_impl->guard([&] {
+        for (const T c : perTrailingBlock) {
+            Status result = checkCompliance(c);
+            if (!result.ok())
+                return result;
+        }
+        m_impl->compliance = 0;
+        m_impl->compliances = std::move(perTrailingBlock);
+        return Status();
+    });
+}
+
+template <class T>
+const Status& BlockLDLT<T>::setRegularization(Regularization regularization, T share)
+{
+    return m_impl->guard([&]() -> Status {
+        if (!(share > 0 && share < 1))
+            return {StatusCode::InvalidInput, "a pivot's share has to lie between 0 and 1", kNone,
+                    kNone};
+        m_impl->regularization = regularization;
+        m_impl->regularizationShare = share;
+        return {};
+    });
 }
 
 template <class T> void BlockLDLT<T>::setTrace(FactorTrace* trace)
 {
-    m_impl->data.trace = trace;
+    m_impl->trace = trace;
 }
 
 template <class T> const Status& BlockLDLT<T>::analyzePattern(const BlockMatrix<T>& A)
 {
-    return m_impl->guard([&] { return m_impl->analyze(A); });
+    return m_impl->guard([&] { return m_impl->analyze(A, false); });
 }
 
 template <class T> const Status& BlockLDLT<T>::factorize(const BlockMatrix<T>& A)
@@ -475,21 +323,9 @@ template <class T> const Status& BlockLDLT<T>::factorize(const BlockMatrix<T>& A
 
 template <class T> const Status& BlockLDLT<T>::compute(const BlockMatrix<T>& A)
 {
-    return analyzePattern(A).ok() ? factorize(A) : info();
-}
-
-template <class T> const Status& BlockLDLT<T>::solve(const T* b, T* x)
-{
-    return m_impl->guard([&] { return m_impl->solve(b, x); });
-}
-
-template <class T> const Status& BlockLDLT<T>::refine(const T* b, T* x, int maxSteps, int* steps)
-{
-    int done = 0;
-    m_impl->guard([&] { return m_impl->refine(b, x, maxSteps, done); });
-    if (steps)
-        *steps = done;
-    return m_impl->status;
+    if (!m_impl->guard([&] { return m_impl->analyze(A, true); }).ok())
+        return info();
+    return factorize(A);
 }
 
 template <class T> const Status& BlockLDLT<T>::info() const
@@ -499,12 +335,22 @@ template <class T> const Status& BlockLDLT<T>::info() const
 
 template <class T> const Analysis& BlockLDLT<T>::analysis() const
 {
-    return m_impl->analysis;
+    return m_impl->system().analysis;
+}
+
+template <class T> Statistics BlockLDLT<T>::statistics() const
+{
+    Statistics result = m_impl->statistics;
+    const Analysis& found = analysis();
+    result.fillBlocks = found.factorBlocks - found.matrixBlocks;
+    result.operations = found.operations;
+    result.bytes = found.bytes;
+    return result;
 }
 
 template <class T> const OrvelData<T>& BlockLDLT<T>::data() const
 {
-    return m_impl->data;
+    return m_impl->data();
 }
 
 template class BlockLDLT<float>;

@@ -3,6 +3,7 @@
 #include "../OutOfMemory.h"
 
 #include <algorithm>
+#include <numeric>
 
 namespace kyrOrvel {
 namespace client {
@@ -78,6 +79,17 @@ template <class T> Status BlockMatrix<T>::add(unsigned int r, unsigned int c, co
         for (std::size_t j = 0; j < n; ++j)
             target[i * rowStep + j * columnStep] += values[i * n + j];
     return {};
+}
+
+template <class T> void BlockMatrix<T>::setId(unsigned int block, std::uint64_t id)
+{
+    if (block >= numBlockRows())
+        return;
+    if (m_ids.empty()) {
+        m_ids.resize(numBlockRows());
+        std::iota(m_ids.begin(), m_ids.end(), std::uint64_t(0));
+    }
+    m_ids[block] = id;
 }
 
 template <class T> void BlockMatrix<T>::setZero()

@@ -17,7 +17,7 @@ Status mismatch(const std::string& what, unsigned int block)
 
 template <class T>
 MatrixPattern::MatrixPattern(const BlockMatrix<T>& A)
-    : m_sizes(A.blockSizes()), m_firstTrailing(A.firstTrailing())
+    : m_sizes(A.blockSizes()), m_firstTrailing(A.firstTrailing()), m_hash(hashOf(A))
 {
     m_rowStart.reserve(m_sizes.size() + 1);
     m_columns.reserve(A.numBlocks());
@@ -27,6 +27,22 @@ MatrixPattern::MatrixPattern(const BlockMatrix<T>& A)
             m_columns.push_back(entry.column);
         m_rowStart.push_back(m_columns.size());
     }
+}
+
+/// FNV-1a over words instead of bytes: a comparison follows wherever hashes agree.
+template <class T> std::uint64_t MatrixPattern::hashOf(const BlockMatrix<T>& A)
+{
+    std::uint64_t hash = 0xCBF29CE484222325u;
+    const auto add = [&](std::uint64_t word) { hash = (hash ^ word) * 0x100000001B3u; };
+    add(A.numBlockRows());
+    add(A.firstTrailing());
+    for (unsigned int r = 0; r < A.numBlockRows(); ++r) {
+        add(A.blockSize(r));
+        add(A.row(r).size());
+        for (const auto& entry : A.row(r))
+            add(entry.column);
+    }
+    return hash;
 }
 
 template <class T> Status MatrixPattern::compare(const BlockMatrix<T>& A) const
@@ -73,8 +89,20 @@ std::vector<unsigned char> MatrixPattern::standsAlone() const
     return result;
 }
 
+bool MatrixPattern::signsAreKnown() const
+{
+    const std::vector<unsigned char> diagonal = standsAlone();
+    for (unsigned int r = m_firstTrailing; r < numBlockRows(); ++r)
+        for (std::size_t e = m_rowStart[r]; e < m_rowStart[r + 1]; ++e)
+            if (m_columns[e] >= m_firstTrailing && !(diagonal[r] && diagonal[m_columns[e]]))
+                return false;
+    return true;
+}
+
 template MatrixPattern::MatrixPattern(const BlockMatrix<float>&);
 template MatrixPattern::MatrixPattern(const BlockMatrix<double>&);
+template std::uint64_t MatrixPattern::hashOf(const BlockMatrix<float>&);
+template std::uint64_t MatrixPattern::hashOf(const BlockMatrix<double>&);
 template Status MatrixPattern::compare(const BlockMatrix<float>&) const;
 template Status MatrixPattern::compare(const BlockMatrix<double>&) const;
 

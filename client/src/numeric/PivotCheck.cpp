@@ -2,10 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstddef>
-#include <cstdio>
 #include <limits>
-#include <string>
 
 namespace kyrOrvel {
 namespace client {
@@ -22,73 +19,132 @@ template <class T> constexpr T kNoiseShare = 512 * std::numeric_limits<T>::epsil
 /// lost up to all but one.
 constexpr double kEarlyShare = 1e-3;
 
-std::string number(double v)
-{
-    char text[32];
-    std::snprintf(text, sizeof text, "%.3g", v);
-    return text;
-}
-
-Status failedPivot(StatusCode code, unsigned int block, unsigned int row, double pivot,
-                   const std::string& why)
-{
-    return {code,
-            "the pivot of row " + std::to_string(row) + " of block " + std::to_string(block) +
-                " is " + number(pivot) + why,
-            block, row};
-}
-
-template <class T>
-Status judge(T pivot, T scale, T blockScale, T share, unsigned int block, unsigned int row)
-{
-    constexpr T epsilon = std::numeric_limits<T>::epsilon();
-    if (!std::isfinite(pivot) || !std::isfinite(blockScale))
-        return failedPivot(StatusCode::NotFinite, block, row, double(pivot),
-                           ", with terms of " + number(double(scale)) +
-                               ": the values overflow; scale the matrix");
-    const T magnitude = std::abs(pivot);
-    if (pivot == 0)
-        return failedPivot(StatusCode::Singular, block, row, 0,
-                           ": the row is zero or depends on rows eliminated before it; "
-                           "remove what is redundant or give the block a diagonal (a compliance)");
-    if (magnitude <= share * scale)
-        return failedPivot(StatusCode::Singular, block, row, double(pivot),
-                           ", rounding noise beside its terms of " + number(double(scale)) +
-                               ": the row depends on rows eliminated before it; remove what is "
-                               "redundant or give the block a diagonal (a compliance)");
-    if (magnitude <= epsilon * blockScale)
-        return failedPivot(StatusCode::Singular, block, row, double(pivot),
-                           ", nothing beside its block's scale of " + number(double(blockScale)) +
-                               ": scale the block's rows to comparable sizes");
-    return {};
-}
+/// What doubtful pivots may cost together, in readings of L.
+constexpr std::size_t kReadings = 4;
 
 } // namespace
 
 template <class T>
-Status PivotCheck<T>::run(const OrvelData<T>& data, const std::vector<unsigned int>& order,
-                          bool canOrderLater)
+void PivotCheck<T>::reserve(std::size_t dimension, unsigned int blocks, unsigned int largestBlock)
 {
-    const T share = canOrderLater ? T(kEarlyShare) : kNoiseShare<T>;
+    m_scales.resize(largestBlock);
+    m_diagonal.resize(largestBlock);
+    m_nullVector.reserve(dimension, blocks);
+}
+
+template <class T>
+PivotFailure<T> PivotCheck<T>::run(const OrvelData<T>& data, const std::vector<unsigned int>& order,
+                                   unsigned int firstTrailing, PivotDemands demands)
+{
+    using Kind = typename PivotFailure<T>::Kind;
+    m_counts = {};
+    m_leastShare = 1;
     const SparseMatrix<T>& L = data.factor;
+    m_budget = kReadings * L.valueCapacity;
     for (unsigned int r = 0; r < L.numBlockRows; ++r) {
         const unsigned int m = L.blockSizes[r];
         if (m == 0)
             continue;
         computeScales(data, r);
-        const T blockScale = *std::max_element(m_scales.begin(), m_scales.begin() + m);
-        const T* const pivots = data.pivots.data + L.blockOffsets[r];
+        PivotFailure<T> pivot;
+        pivot.position = r;
+        pivot.blockScale = *std::max_element(m_scales.begin(), m_scales.begin() + m);
+        const bool negative = demands.signs && order[r] >= firstTrailing;
         for (unsigned int i = 0; i < m; ++i) {
-            Status status = judge(pivots[i], m_scales[i], blockScale, share, order[r], i);
-            if (!status.ok())
-                return status;
+            pivot.row = i;
+            pivot.pivot = data.pivots.data[L.blockOffsets[r] + i];
+            pivot.scale = m_scales[i];
+            pivot.kind = judge(data, r, i, pivot, demands);
+            if (pivot.kind == Kind::None && demands.signs && (pivot.pivot < 0) != negative)
+                pivot.kind = wrongSign(negative, i);
+            if (pivot.kind != Kind::None)
+                return pivot;
+            count(pivot.pivot);
+            m_leastShare = std::min(m_leastShare, std::abs(pivot.pivot) / pivot.scale);
         }
     }
     return {};
 }
 
-/// |A(i, i)| + Σ |L(i, q)·(L·D)(i, q)| over all columns before i, for every row i of block row r.
-template <class T> void PivotCheck<T>::computeScales(const OrvelData<T>& data, unsigned int r)
+template <class T>
+typename PivotFailure<T>::Kind PivotCheck<T>::judge(const OrvelData<T>& data, unsigned int r,
+                                                    unsigned int i, const PivotFailure<T>& pivot,
+                                                    PivotDemands demands)
+{
+    using Kind = typename PivotFailure<T>::Kind;
+    if (!std::isfinite(pivot.pivot) || !std::isfinite(pivot.blockScale))
+        return Kind::NotFinite;
+    if (pivot.pivot == 0)
+        return Kind::Zero;
+    const T magnitude = std::abs(pivot.pivot);
+    if (magnitude <= kNoiseShare<T> * pivot.scale)
+        return Kind::Lost;
+    if (magnitude <= std::numeric_limits<T>::epsilon() * pivot.blockScale)
+        return Kind::OutOfScale;
+    if (demands.strong && magnitude <= T(kEarlyShare) * pivot.scale)
+        return Kind::Weak;
+    // Noise of the pivots before it may have grown on the way by what they lost to cancellation.
+    if (magnitude * m_leastShare <= kNoiseShare<T> * pivot.scale && isNoise(data, r, i, magnitude))
+        return Kind::Lost;
+    return Kind::None;
+}
+
+/// Behind sound pivots, only a positive diagonal of its own can make the pivot of a trailing row
+/// positive; any other was negative and too small to tell.
+template <class T>
+typename PivotFailure<T>::Kind PivotCheck<T>::wrongSign(bool trailing, unsigned int i) const
+{
+    using Kind = typename PivotFailure<T>::Kind;
+    return trailing && !(m_diagonal[i] > 0) ? Kind::Lost : Kind::WrongSign;
+}
+
+template <class T>
+bool PivotCheck<T>::isNoise(const OrvelData<T>& data, unsigned int r, unsigned int i, T magnitude)
+{
+    if (m_budget == 0)
+        return false;
+    m_nullVector.compute(data, r, i);
+    m_budget -= std::min(m_budget, m_nullVector.cost());
+    return magnitude <= std::numeric_limits<T>::epsilon() * m_nullVector.magnitude(data);
+}
+
+template <class T> PivotFailure<T> PivotCheck<T>::runBounded(const OrvelData<T>& data)
+{
+    using Kind = typename PivotFailure<T>::Kind;
+    m_counts = {};
+    m_firstBounded = {};
+    const SparseMatrix<T>& L = data.factor;
+    for (unsigned int r = 0; r < L.numBlockRows; ++r)
+        for (unsigned int i = 0; i < L.blockSizes[r]; ++i) {
+            const unsigned int s = L.blockOffsets[r] + i;
+            PivotFailure<T> pivot;
+            pivot.position = r;
+            pivot.row = i;
+            pivot.pivot = data.pivots.data[s];
+            if (!std::isfinite(pivot.pivot)) {
+                pivot.kind = Kind::NotFinite;
+                return pivot;
+            }
+            if (pivot.pivot == data.pivotBounds[s] && m_counts.bounded++ == 0)
+                m_firstBounded = pivot;
+            count(pivot.pivot);
+        }
+    return {};
+}
+
+template <class T> void PivotCheck<T>::count(T pivot)
+{
+    const auto d = double(pivot);
+    const bool first = m_counts.positive + m_counts.negative == 0;
+    ++(d > 0 ? m_counts.positive : m_counts.negative);
+    if (first || std::abs(d) < std::abs(m_counts.smallest))
+        m_counts.smallest = d;
+    if (first || std::abs(d) > std::abs(m_counts.largest))
+        m_counts.largest = d;
+}
+
+template <class T>
+const std::vector<T>& PivotCheck<T>::computeScales(const OrvelData<T>& data, unsigned int r)
 {
     const SparseMatrix<T>& A = data.matrix;
     const SparseMatrix<T>& L = data.factor;
@@ -97,7 +153,7 @@ template <class T> void PivotCheck<T>::computeScales(const OrvelData<T>& data, u
     const bool upper = A.blockColumns[A.rowStart[r]] == r && A.rowStart[r + 1] - A.rowStart[r] > 1;
     const T* const diagonalOfA = A.blockData[upper ? A.rowStart[r] : A.rowStart[r + 1] - 1];
     for (std::size_t i = 0; i < m; ++i)
-        m_scales[i] = std::abs(diagonalOfA[i * m + i]);
+        m_scales[i] = std::abs(m_diagonal[i] = diagonalOfA[i * m + i]);
     const unsigned int diagonal = L.rowStart[r + 1] - 1;
     for (unsigned int slot = L.rowStart[r]; slot <= diagonal; ++slot) {
         const std::size_t p = L.blockSizes[L.blockColumns[slot]];
@@ -109,6 +165,7 @@ template <class T> void PivotCheck<T>::computeScales(const OrvelData<T>& data, u
                 m_scales[i] += std::abs(l[i * p + q] * s[i * p + q]);
         }
     }
+    return m_scales;
 }
 
 template class PivotCheck<float>;

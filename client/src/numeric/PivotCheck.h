@@ -1,36 +1,97 @@
 #ifndef KYRORVEL_CLIENT_PIVOT_CHECK_H
 #define KYRORVEL_CLIENT_PIVOT_CHECK_H
 
-#include <kyrOrvelClient/Status>
+#include "LeadingNullVector.h"
 
 #include <kyrOrvel/Orvel>
 
+#include <cstddef>
 #include <vector>
 
 namespace kyrOrvel {
 namespace client {
 
-/// The first pivot of a factorization that cannot be trusted.
+/// A pivot that cannot be accepted, and why.
+template <class T> struct PivotFailure {
+    enum class Kind {
+        None,
+        NotFinite,  ///< it or one of its terms
+        Zero,       ///< exactly
+        Lost,       ///< no more than rounding noise beside its terms
+        OutOfScale, ///< no digit of it counts beside the others of its block
+        WrongSign,
+        Weak ///< usable, but a better order would do better
+    };
+    Kind kind = Kind::None;
+    unsigned int position = 0; ///< block row in elimination order
+    unsigned int row = 0;      ///< scalar row inside it
+    T pivot = 0;
+    T scale = 0;      ///< sum of the magnitudes of the terms that the pivot is the difference of
+    T blockScale = 0; ///< the largest such sum in its block
+};
+
+/// What the pivots have in common.
+struct PivotCounts {
+    std::size_t positive = 0;
+    std::size_t negative = 0;
+    std::size_t bounded = 0; ///< replaced by their bounds
+    double smallest = 0;     ///< the one of smallest magnitude
+    double largest = 0;      ///< the one of largest magnitude
+};
+
+/// What is asked of pivots.
+struct PivotDemands {
+    bool signs = false;  ///< positive up to firstTrailing, negative from there
+    bool strong = false; ///< each keeps a good share of its terms: a failure leads to another order
+};
+
+/// Finds the first pivot of a factorization that cannot be trusted.
 ///
 /// A pivot is a difference: d(i) = A(i, i) - Σ L(i, q)²·d(q). It fails when it is not finite; when
 /// it is zero or so much smaller than the sum of the magnitudes of those terms that only rounding
 /// noise can be left; or when it is below the machine epsilon times the largest such sum of its
-/// block, so that no digit of it counts beside the block's others.
+/// block. Noise is told by that sum where earlier pivots were well determined. Where they were not
+/// it can be larger: then the vector that the leading matrix takes to the pivot decides.
 template <class T> class PivotCheck {
 public:
-    /// Makes room for blocks of up to this size.
-    void reserve(unsigned int largestBlock) { m_scales.resize(largestBlock); }
+    /// Makes room for systems of that many scalars, blocks and largest block.
+    void reserve(std::size_t dimension, unsigned int blocks, unsigned int largestBlock);
 
-    /// @param order          order[k]: the user's number of the block at position k
-    /// @param canOrderLater  asks for more: a failure leads to a better order, not to a report
-    /// O(scalars of the factor); allocates nothing when all is well.
-    Status run(const OrvelData<T>& data, const std::vector<unsigned int>& order,
-               bool canOrderLater);
+    /// @param order         order[k]: the user's number of the block at position k
+    /// @param firstTrailing the user's number of the first trailing block
+    /// O(scalars of the factor), a few times that where pivots are doubtful; allocates nothing.
+    PivotFailure<T> run(const OrvelData<T>& data, const std::vector<unsigned int>& order,
+                        unsigned int firstTrailing, PivotDemands demands);
+
+    /// Counts pivots, and finds the first that is not finite; all that can be asked of pivots that
+    /// were kept to bounds.
+    PivotFailure<T> runBounded(const OrvelData<T>& data);
+
+    const PivotCounts& counts() const { return m_counts; }
+
+    /// The number of pivots kept to bounds, and where the first is.
+    PivotFailure<T> firstBounded() const { return m_firstBounded; }
+
+    /// |A(i, i)| + Σ |L(i, q)·(L·D)(i, q)| over all columns before i, for every row i of block row
+    /// r.
+    const std::vector<T>& computeScales(const OrvelData<T>& data, unsigned int r);
+
+    LeadingNullVector<T>& nullVector() { return m_nullVector; }
 
 private:
-    void computeScales(const OrvelData<T>& data, unsigned int r);
+    typename PivotFailure<T>::Kind judge(const OrvelData<T>& data, unsigned int r, unsigned int i,
+                                         const PivotFailure<T>& pivot, PivotDemands demands);
+    typename PivotFailure<T>::Kind wrongSign(bool trailing, unsigned int i) const;
+    bool isNoise(const OrvelData<T>& data, unsigned int r, unsigned int i, T magnitude);
+    void count(T pivot);
 
-    std::vector<T> m_scales; ///< per row of the block at hand: sum of the magnitudes of its terms
+    std::vector<T> m_scales;   ///< per row of the block at hand
+    std::vector<T> m_diagonal; ///< of A, likewise
+    PivotCounts m_counts;
+    PivotFailure<T> m_firstBounded;
+    T m_leastShare = 1;       ///< of its terms that a pivot has kept so far
+    std::size_t m_budget = 0; ///< scalars of L that doubtful pivots may still look at
+    LeadingNullVector<T> m_nullVector;
 };
 
 } // namespace client

@@ -7,6 +7,7 @@
 #include <kyrOrvel/SkeletonMatrix>
 #include <kyrOrvel/SparseMatrix>
 
+#include <cstddef>
 #include <vector>
 
 namespace kyrOrvel {
@@ -34,6 +35,11 @@ private:
         T* values;
         bool transposed; ///< the block lies above the diagonal in elimination order
     };
+
+public:
+    static constexpr std::size_t kBytesPerBlock = sizeof(Target);
+
+private:
     std::vector<Target> m_targets; ///< per block of A, row by row
 };
 

@@ -9,6 +9,12 @@
 namespace kyrOrvel {
 namespace client {
 
+/// Where trailing blocks go.
+enum class TrailingPlacement {
+    AfterFirst, ///< behind the first ordinary block that they couple to: structurally enough
+    AfterLast   ///< behind the last one
+};
+
 /// Which trailing blocks lean on which blocks: a trailing block must follow one of those that it
 /// leans on. It leans on its ordinary couplings; one without any, on its trailing ones.
 class Couplings {

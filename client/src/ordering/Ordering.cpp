@@ -1,10 +1,15 @@
 #include "Ordering.h"
 
-#include "Couplings.h"
+#include "../symbolic/FactorStructure.h"
+#include "ConstraintPlacement.h"
+#include "EarlyRule.h"
+#include "NestedDissection.h"
+#include "StructuralRank.h"
 
 #include <kyrOrvel/Reordering>
 
 #include <algorithm>
+#include <numeric>
 #include <string>
 
 namespace kyrOrvel {
@@ -16,87 +21,10 @@ namespace {
 /// which can make new leaves; two rounds settle every system seen.
 constexpr int kMaxRepairs = 4;
 
-/// Emits blocks into an order, each trailing block once enough of what it leans on is placed.
-class DelayedOrder {
-public:
-    DelayedOrder(const OrderingInput& input, const Couplings& couplings,
-                 TrailingPlacement placement)
-        : m_couplings(couplings),
-          m_missing(couplings.needs(input, placement)),
-          m_state(m_missing.size(), kUnseen)
-    {
-        m_order.reserve(m_missing.size());
-    }
+/// Early elimination has to save that share of the operations: late elimination needs no luck.
+constexpr double kWorthwhile = 0.95;
 
-    /// The block's turn in the incoming order: it is placed now, or waits.
-    void offer(unsigned int block)
-    {
-        m_state[block] = kWaiting;
-        if (m_missing[block] == 0)
-            place(block);
-    }
-
-    const std::vector<unsigned int>& order() const { return m_order; }
-
-    /// The first block that is still waiting, or kNone.
-    unsigned int firstWaiting() const
-    {
-        const auto waiting = std::find(m_state.begin(), m_state.end(), kWaiting);
-        return waiting == m_state.end() ? kNone
-                                        : static_cast<unsigned int>(waiting - m_state.begin());
-    }
-
-private:
-    enum State : unsigned char { kUnseen, kWaiting, kPlaced };
-
-    /// Places a block and, one after the other, all that waited for it alone.
-    void place(unsigned int block)
-    {
-        std::size_t done = m_order.size();
-        append(block);
-        for (; done < m_order.size(); ++done)
-            m_couplings.forEachLeaning(m_order[done], [&](unsigned int t) {
-                if (m_missing[t] > 0)
-                    --m_missing[t];
-                if (m_missing[t] == 0 && m_state[t] == kWaiting)
-                    append(t);
-            });
-    }
-
-    void append(unsigned int block)
-    {
-        m_state[block] = kPlaced;
-        m_order.push_back(block);
-    }
-
-    const Couplings& m_couplings;
-    std::vector<unsigned int> m_missing;
-    std::vector<unsigned char> m_state;
-    std::vector<unsigned int> m_order;
-};
-
-/// Whether a block couples to any other, numbered before it or after it.
-bool isCoupled(const SkeletonMatrix& S, unsigned int block)
-{
-    const unsigned int* const later = S.columnIndices + S.rowStart[block + 1];
-    const unsigned int* const end = S.columnIndices + S.rowStart[S.numBlockRows];
-    return S.rowStart[block + 1] - S.rowStart[block] > 1 || std::find(later, end, block) != end;
-}
-
-Status structurallySingular(const OrderingInput& input, unsigned int block)
-{
-    const bool coupled = isCoupled(input.pattern, block);
-    return {StatusCode::Singular,
-            "trailing block " + std::to_string(block) +
-                (coupled ? " couples to no ordinary block, neither directly nor through others, "
-                           "and none of those has a diagonal block: whichever is eliminated first "
-                           "has zero pivots; "
-                         : " couples to no other block and has no diagonal block: the matrix is "
-                           "singular whatever its values; ") +
-                "couple it to an ordinary block, give it a diagonal block (a compliance), or leave "
-                "it out",
-            block, kNone};
-}
+using Order = std::vector<unsigned int>;
 
 bool sameOrder(const Permutation& permutation, const std::vector<unsigned int>& order)
 {
@@ -155,45 +83,230 @@ void applyPostOrder(OrderingResult& result)
     std::copy_n(permutation.Pi, permutation.size, permutation.P);
 }
 
-Status delay(const OrderingInput& input, TrailingPlacement placement,
-             const std::vector<unsigned int>& order, Permutation& permutation)
+Order orderIn(const Permutation& permutation)
 {
-    const Couplings couplings(input);
-    DelayedOrder delayed(input, couplings, placement);
-    for (const unsigned int block : order)
-        delayed.offer(block);
-    const unsigned int waiting = delayed.firstWaiting();
-    if (waiting != kNone)
-        return structurallySingular(input, waiting);
-    std::copy(delayed.order().begin(), delayed.order().end(), permutation.P);
+    return Order(permutation.P, permutation.P + permutation.size);
+}
+
+void use(const Order& order, Permutation& permutation)
+{
+    const auto n = static_cast<unsigned int>(order.size());
+    if (permutation.capacity < n) {
+        for (unsigned int** array : {&permutation.P, &permutation.Pi}) {
+            delete[] * array;
+            *array = nullptr;
+            permutation.capacity = 0;
+        }
+        permutation.P = new unsigned int[order.size() + 1];
+        permutation.Pi = new unsigned int[order.size() + 1];
+        permutation.capacity = n;
+    }
+    permutation.size = n;
+    std::copy(order.begin(), order.end(), permutation.P);
+}
+
+Status symamd(const OrderingInput& input, ScratchPad& scratch, OrderingResult& result)
+{
+    if (!Reordering::computeSymamdPermutation(input.pattern, result.permutation, scratch))
+        return {StatusCode::OutOfMemory,
+                "the minimum degree ordering ran out of memory; no order was chosen", kNone, kNone};
     return {};
+}
+
+/// Minimum degree, and what it takes to give every trailing block something to lean on.
+Status orderRepaired(const OrderingInput& input, ScratchPad& scratch, OrderingResult& result)
+{
+    Status status = symamd(input, scratch, result);
+    result.method = OrderingMethod::Symamd;
+    if (!status.ok() || input.firstTrailing == input.pattern.numBlockRows)
+        return status;
+    const Order wanted = orderIn(result.permutation);
+    result.method = OrderingMethod::SymamdRepaired;
+    if (repair(input, scratch, result))
+        return {};
+    result.method = OrderingMethod::SymamdDelayed;
+    ConstraintPlacement placement(input, TrailingPlacement::AfterFirst, nullptr);
+    status = placement.run(wanted);
+    if (status.ok())
+        use(placement.order(), result.permutation);
+    return status;
+}
+
+/// Operations and blocks of the factor that an order leads to. Leaves `result` with its structure.
+FactorCounts countsOf(const OrderingInput& input, const Order& order, ScratchPad& scratch,
+                      OrderingResult& result)
+{
+    use(order, result.permutation);
+    buildStructure(input, scratch, result);
+    std::vector<unsigned int> sizes;
+    sizes.reserve(order.size());
+    for (const unsigned int block : order)
+        sizes.push_back(input.sizes[block]);
+    return FactorStructure(result.pattern, result.tree, sizes).counts();
+}
+
+/// Whether trailing blocks may stay where early elimination put them: no structurally zero pivot,
+/// and no fill at all or clearly fewer operations than late elimination.
+bool earlyIsBetter(const OrderingInput& input, const Order& early, const Order& late,
+                   ScratchPad& scratch, OrderingResult& result)
+{
+    if (firstStructurallyZeroPivot(input, early) != kNone)
+        return false;
+    const FactorCounts counts = countsOf(input, early, scratch, result);
+    if (counts.blocks == input.pattern.rowStart[input.pattern.numBlockRows])
+        return true;
+    return static_cast<double>(counts.operations) <
+           kWorthwhile * static_cast<double>(countsOf(input, late, scratch, result).operations);
+}
+
+/// Places the trailing blocks of an order of all blocks.
+Status placeConstraints(const OrderingInput& input, const Order& wanted, const EarlyRule* rule,
+                        ScratchPad& scratch, OrderingResult& result)
+{
+    ConstraintPlacement late(input, TrailingPlacement::AfterLast, nullptr);
+    Status status = late.run(wanted);
+    if (!status.ok())
+        return status;
+    result.earlyBlocks = 0;
+    if (rule) {
+        ConstraintPlacement early(input, TrailingPlacement::AfterLast, rule);
+        status = early.run(wanted);
+        if (status.ok() && early.earlyBlocks() > 0 &&
+            earlyIsBetter(input, early.order(), late.order(), scratch, result)) {
+            result.earlyBlocks = early.earlyBlocks();
+            use(early.order(), result.permutation);
+            return {};
+        }
+    }
+    use(late.order(), result.permutation);
+    return {};
+}
+
+Status orderConstraintAware(const OrderingInput& input, const EarlyRule* rule, ScratchPad& scratch,
+                            OrderingResult& result)
+{
+    Status status = symamd(input, scratch, result);
+    if (status.ok())
+        status = placeConstraints(input, orderIn(result.permutation), rule, scratch, result);
+    result.method = OrderingMethod::ConstraintAware;
+    return status;
+}
+
+Status orderByDissection(const OrderingInput& input, const EarlyRule* rule, ScratchPad& scratch,
+                         OrderingResult& result)
+{
+    Order wanted;
+    Status status = nestedDissection(input, wanted);
+    if (status.ok())
+        status = placeConstraints(input, wanted, rule, scratch, result);
+    result.method = OrderingMethod::NestedDissection;
+    return status;
+}
+
+/// The better of the two, minimum degree if they are equal or if it is the only one there is.
+Status orderBest(const OrderingInput& input, const EarlyRule* rule, ScratchPad& scratch,
+                 OrderingResult& result)
+{
+    if (!hasNestedDissection())
+        return orderConstraintAware(input, rule, scratch, result);
+    Status status = orderByDissection(input, rule, scratch, result);
+    if (!status.ok())
+        return status;
+    const Order dissected = orderIn(result.permutation);
+    const unsigned int earlyInDissected = result.earlyBlocks;
+    const std::uint64_t operations = countsOf(input, dissected, scratch, result).operations;
+    status = orderConstraintAware(input, rule, scratch, result);
+    if (!status.ok() ||
+        countsOf(input, orderIn(result.permutation), scratch, result).operations <= operations)
+        return status;
+    use(dissected, result.permutation);
+    result.earlyBlocks = earlyInDissected;
+    result.method = OrderingMethod::NestedDissection;
+    return {};
+}
+
+bool isOrder(const Order& order, std::size_t n)
+{
+    std::vector<unsigned char> seen(n, 0);
+    for (const unsigned int block : order) {
+        if (block >= n || seen[block])
+            return false;
+        seen[block] = 1;
+    }
+    return order.size() == n;
+}
+
+Status orderAsGiven(const OrderingInput& input, const Order& order, OrderingResult& result)
+{
+    Status status = checkOrder(input, order);
+    if (status.ok())
+        use(order, result.permutation);
+    return status;
+}
+
+Status orderNaturally(const OrderingInput& input, OrderingResult& result)
+{
+    Order order(input.pattern.numBlockRows);
+    std::iota(order.begin(), order.end(), 0u);
+    result.method = OrderingMethod::Natural;
+    return orderAsGiven(input, order, result);
+}
+
+Status choose(const OrderingInput& input, Ordering choice, const EarlyRule* rule,
+              ScratchPad& scratch, OrderingResult& result)
+{
+    const bool trailing = input.firstTrailing < input.pattern.numBlockRows;
+    switch (choice) {
+    case Ordering::Automatic:
+        return trailing ? orderConstraintAware(input, rule, scratch, result)
+                        : orderRepaired(input, scratch, result);
+    case Ordering::ConstraintAware:
+        return orderConstraintAware(input, rule, scratch, result);
+    case Ordering::Symamd:
+        return orderRepaired(input, scratch, result);
+    case Ordering::NestedDissection:
+        return orderByDissection(input, rule, scratch, result);
+    case Ordering::Natural:
+        return orderNaturally(input, result);
+    case Ordering::User:
+        result.method = OrderingMethod::User;
+        return orderAsGiven(input, input.userOrder, result);
+    case Ordering::Best:
+        return orderBest(input, rule, scratch, result);
+    }
+    return {StatusCode::InvalidInput, "there is no such ordering", kNone, kNone};
 }
 
 } // namespace
 
-Status computeOrdering(const OrderingInput& input, TrailingPlacement placement, ScratchPad& scratch,
-                       OrderingResult& result)
+Status checkOrder(const OrderingInput& input, const std::vector<unsigned int>& order)
 {
-    Permutation& permutation = result.permutation;
-    if (!Reordering::computeSymamdPermutation(input.pattern, permutation, scratch))
-        return {StatusCode::OutOfMemory,
-                "the minimum degree ordering ran out of memory; no order was chosen", kNone, kNone};
-    result.method = OrderingMethod::Symamd;
-    if (input.firstTrailing < input.pattern.numBlockRows) {
-        const std::vector<unsigned int> symamd(permutation.P, permutation.P + permutation.size);
-        const bool early = placement == TrailingPlacement::AfterFirst;
-        if (early && repair(input, scratch, result)) {
-            result.method = OrderingMethod::SymamdRepaired;
-        } else {
-            Status status = delay(input, placement, symamd, permutation);
-            if (!status.ok())
-                return status;
-            result.method =
-                early ? OrderingMethod::SymamdDelayed : OrderingMethod::SymamdAfterCoupled;
-        }
-    }
-    moveIsolatedLast(input.pattern, permutation);
+    const std::size_t n = input.pattern.numBlockRows;
+    if (!isOrder(order, n))
+        return {StatusCode::InvalidInput,
+                "the order does not name each of the " + std::to_string(n) + " blocks once", kNone,
+                kNone};
+    const unsigned int block = firstStructurallyZeroPivot(input, order);
+    if (block == kNone)
+        return {};
+    return {StatusCode::Singular,
+            "in this order block " + std::to_string(block) +
+                " has a zero pivot whatever the values: what it couples to comes later or has "
+                "fewer rows; move it behind all blocks that it couples to",
+            block, kNone};
+}
+
+Status computeOrdering(const OrderingInput& input, Ordering choice, const EarlyRule* rule,
+                       ScratchPad& scratch, OrderingResult& result)
+{
+    result.earlyBlocks = 0;
+    Status status = choose(input, choice, rule, scratch, result);
+    if (!status.ok())
+        return status;
+    moveIsolatedLast(input.pattern, result.permutation);
     buildStructure(input, scratch, result);
+    if (choice == Ordering::User || choice == Ordering::Natural)
+        return {};
     applyPostOrder(result);
     buildStructure(input, scratch, result);
     return {};

@@ -1,7 +1,7 @@
 #ifndef KYRORVEL_CLIENT_ORDERING_H
 #define KYRORVEL_CLIENT_ORDERING_H
 
-#include <kyrOrvelClient/BlockLDLT>
+#include <kyrOrvelClient/Analysis>
 #include <kyrOrvelClient/Status>
 
 #include <kyrOrvel/EliminationTree>
@@ -14,6 +14,8 @@
 namespace kyrOrvel {
 namespace client {
 
+class EarlyRule;
+
 /// A block pattern (lower triangle by rows, columns ascending, diagonal last) with its trailing
 /// class.
 struct OrderingInput {
@@ -22,35 +24,51 @@ struct OrderingInput {
     /// Per block: whether a pivot of its own is to be expected, because it has a diagonal block or
     /// no rows. Such a trailing block needs nothing before it if it couples to no ordinary block.
     const std::vector<unsigned char>& standsAlone;
+    const std::vector<unsigned int>& sizes;     ///< scalar size of each block
+    const std::vector<unsigned int>& userOrder; ///< for Ordering::User
 };
 
 /// An elimination order with the structure that belongs to it.
 struct OrderingResult {
     OrderingMethod method = OrderingMethod::Symamd;
-    Permutation permutation; ///< P alone is in step
-    SkeletonMatrix pattern;  ///< the input permuted by P; flags mark transposed entries
-    EliminationTree tree;    ///< elimination tree of `pattern`
+    unsigned int earlyBlocks = 0; ///< trailing blocks before an ordinary one that they couple to
+    Permutation permutation;      ///< P alone is in step
+    SkeletonMatrix pattern;       ///< the input permuted by P; flags mark transposed entries
+    EliminationTree tree;         ///< elimination tree of `pattern`
 };
 
-/// Where trailing blocks go.
-enum class TrailingPlacement {
-    /// Behind the first ordinary block that they couple to: cheap, and structurally enough.
-    AfterFirst,
-    /// Behind the last one. With positive definite ordinary blocks and constraints that do not
-    /// depend on each other every pivot is then safe, whatever the values: the leading matrix of
-    /// each step is one of complete constraints on positive definite bodies, which is nonsingular.
-    AfterLast
-};
-
-/// Orders by minimum degree, then puts every trailing block behind ordinary blocks that it couples
-/// to. AfterFirst: by the library's two repairs where they manage, by delaying single blocks where
-/// not. AfterLast: by delaying.
+/// Chooses an elimination order in which no trailing block is eliminated before something that
+/// gives it pivots; Analysis explains the choices.
+///
+/// The default with trailing blocks is constraint-aware: a minimum degree order of all blocks, in
+/// which every trailing block is moved to directly behind the last ordinary block that it couples
+/// to, unless the rule lets it stay early. Then
+///
+///  - behind the last one it is safe. Let K be the leading part of the matrix up to some pivot. If
+///    all its constraints are complete, K = [M Gᵀ; G 0] with M positive definite and G whole rows
+///    of the Jacobian; where those are independent, G·M⁻¹·Gᵀ is positive definite and the pivot,
+///    positive for a body and negative for a multiplier. Nor is it smaller than need be: G·M⁻¹·Gᵀ
+///    is a principal submatrix of the whole system's, so its condition is no worse.
+///  - early, directly behind its first body, is safe if for every body the rows of the constraints
+///    that begin there are independent on that body alone: sorted by first body, G is block upper
+///    triangular with full-rank diagonal blocks. Constraints placed late are not covered by that
+///    argument, so a rule is an estimate, and the pivots have the last word.
+///
+/// Early is cheaper on trees, where it makes no fill at all; elsewhere both orders are built and
+/// the one with fewer operations wins, late on a tie of 5 %. O(symamd + blocks of L).
 ///
 /// A trailing block that couples to trailing blocks only is put behind one that is itself in place.
 /// Where that is not possible either, its first pivot is zero whatever the values: Singular, naming
-/// the first such block.
-Status computeOrdering(const OrderingInput& input, TrailingPlacement placement, ScratchPad& scratch,
-                       OrderingResult& result);
+/// the first such block. An order of the user's is taken as it is: Singular, naming the block, if a
+/// pivot in it is zero whatever the values.
+///
+/// @param rule  lets trailing blocks be early; null: none is
+Status computeOrdering(const OrderingInput& input, Ordering choice, const EarlyRule* rule,
+                       ScratchPad& scratch, OrderingResult& result);
+
+/// Ok if no pivot in `order` is zero whatever the values; Singular, naming the block, or
+/// InvalidInput if it is no order of all blocks.
+Status checkOrder(const OrderingInput& input, const std::vector<unsigned int>& order);
 
 /// The position of the first trailing block in `order` that has no block to lean on before it, or
 /// kNone. O(entries).

@@ -89,6 +89,24 @@ Status Schedule<T>::build(const TreeMapping& mapping, const std::vector<unsigned
     return {};
 }
 
+template <class T> void Schedule<T>::clear()
+{
+    *this = Schedule();
+}
+
+template <class T> std::uint64_t Schedule<T>::bytes() const
+{
+    std::uint64_t entries = 0;
+    for (const auto& updates : m_updates)
+        entries += updates.size();
+    std::uint64_t blocks = 0;
+    for (const auto& fronts : m_fronts)
+        blocks += fronts.size();
+    return (m_frontSize + m_updateSize) * sizeof(T) + entries * sizeof(UpdateEntry) +
+           blocks * sizeof(T*) + m_nodes.size() * (sizeof(Node) + sizeof(m_fronts[0])) +
+           m_syncs.size() * sizeof(kyr::NodeSync);
+}
+
 template <class T>
 void Schedule<T>::countStorage(const TreeMapping& mapping,
                                const std::vector<unsigned int>& blockSizes,

@@ -29,6 +29,12 @@ public:
     Status build(const TreeMapping& mapping, const std::vector<unsigned int>& blockSizes,
                  SyncMode mode, OrvelData<T>& data);
 
+    /// Releases everything: no schedule.
+    void clear();
+
+    /// What the arrays take.
+    std::uint64_t bytes() const;
+
 private:
     using Node = typename MultifrontManager<T>::Node;
     using UpdateEntry = typename MultifrontManager<T>::UpdateEntry;

@@ -1,0 +1,203 @@
+#include "AnalyzedSystem.h"
+
+#include "../ordering/EarlyRule.h"
+
+#include <algorithm>
+#include <memory>
+#include <string>
+
+namespace kyrOrvel {
+namespace client {
+
+namespace {
+
+constexpr std::uint64_t kMaxCount = 0xFFFFFFFEu; ///< of blocks or scalars in one matrix
+constexpr std::uint64_t kValueSlack = 64;        ///< the factorization asks for that much more
+constexpr std::size_t kMaxDimension = 0x7FFFFFFF;
+
+Status tooLarge(const std::string& what, std::uint64_t count, std::uint64_t limit)
+{
+    return {StatusCode::TooLarge,
+            what + " needs a count of " + std::to_string(count) + ", more than the " +
+                std::to_string(limit) + " that the solver can hold; split the system",
+            kNone, kNone};
+}
+
+// The choice between serial and multifrontal, in the schedule's units of a third of a nanosecond.
+
+/// About half a millisecond on one thread. Below it the hand-over costs more than threads bring.
+constexpr std::uint64_t kLeastWork = 1500000;
+
+/// What the multifrontal method spends on a node beyond what the serial one does: measured on rope
+/// bridges, whose nodes are small.
+constexpr double kNodeOverhead = 600;
+
+/// To wake sleeping workers and to be woken by them.
+constexpr double kForkAndJoin = 180000;
+
+/// To clear a scalar of both factors and the fronts, which no further thread makes faster.
+constexpr double kPerScalar = 6;
+
+/// Whether a schedule is expected to beat one thread clearly.
+bool pays(const TreeMapping& mapping, std::uint64_t factorScalars)
+{
+    const double clearing = kPerScalar * static_cast<double>(factorScalars);
+    const double serial = static_cast<double>(mapping.totalWork) -
+                          kNodeOverhead * static_cast<double>(mapping.owner.size()) + clearing;
+    const double onThreads = static_cast<double>(mapping.makespan) + kForkAndJoin + clearing;
+    return mapping.totalWork >= kLeastWork && onThreads < 0.9 * serial;
+}
+
+} // namespace
+
+template <class T> Status AnalyzedSystem<T>::analyze(const BlockMatrix<T>& A, bool values)
+{
+    analyzed = false;
+    Status result = checkSizes(A);
+    if (!result.ok())
+        return result;
+    pattern = MatrixPattern(A);
+    signsAreKnown = pattern.firstTrailing() < A.numBlockRows() && pattern.signsAreKnown();
+    offsets.resize(A.numBlockRows());
+    largestBlock = 0;
+    for (unsigned int r = 0; r < A.numBlockRows(); ++r) {
+        offsets[r] = A.blockOffset(r);
+        largestBlock = std::max(largestBlock, A.blockSize(r));
+    }
+    analysis.orderedAgain = false;
+    if (values)
+        return build(A, std::make_unique<ValueRule<T>>(A).get());
+    return build(A, std::make_unique<CountRule>(pattern.sizes()).get());
+}
+
+template <class T> Status AnalyzedSystem<T>::analyzeLater(const BlockMatrix<T>& A)
+{
+    analysis.orderedAgain = true;
+    return build(A, nullptr);
+}
+
+template <class T> Status AnalyzedSystem<T>::build(const BlockMatrix<T>& A, const EarlyRule* rule)
+{
+    analyzed = false;
+    OrderingResult ordering;
+    Status result = order(rule, ordering);
+    if (result.ok())
+        result = buildStructure(A, ordering);
+    analyzed = result.ok();
+    return result;
+}
+
+template <class T> Status AnalyzedSystem<T>::checkSizes(const BlockMatrix<T>& A) const
+{
+    if (A.dimension() > kMaxDimension)
+        return tooLarge("the scalar dimension", A.dimension(), kMaxDimension);
+    const std::uint64_t entries = A.numBlocks() + A.numBlockRows();
+    if (entries > kMaxDimension)
+        return tooLarge("the block pattern", entries, kMaxDimension);
+    return {};
+}
+
+template <class T> Status AnalyzedSystem<T>::order(const EarlyRule* rule, OrderingResult& ordering)
+{
+    SkeletonMatrix skeleton;
+    pattern.fillSkeleton(skeleton);
+    const std::vector<unsigned char> standsAlone = pattern.standsAlone();
+    const OrderingInput input{skeleton, pattern.firstTrailing(), standsAlone, pattern.sizes(),
+                              settings.userOrder};
+    Status result = computeOrdering(input, settings.ordering, rule, data.scratch, ordering);
+    if (!result.ok())
+        return result;
+    const unsigned int n = pattern.numBlockRows();
+    analysis.method = ordering.method;
+    analysis.earlyBlocks = ordering.earlyBlocks;
+    analysis.order.assign(ordering.permutation.P, ordering.permutation.P + n);
+    analysis.position.resize(n);
+    for (unsigned int k = 0; k < n; ++k)
+        analysis.position[analysis.order[k]] = k;
+    analysis.matrixBlocks = skeleton.rowStart[n];
+    return {};
+}
+
+template <class T>
+Status AnalyzedSystem<T>::buildStructure(const BlockMatrix<T>& A, OrderingResult& ordering)
+{
+    std::vector<unsigned int> sizes;
+    sizes.reserve(analysis.order.size());
+    for (const unsigned int block : analysis.order)
+        sizes.push_back(A.blockSize(block));
+    data.eliminationTree = ordering.tree;
+    const FactorStructure structure(ordering.pattern, data.eliminationTree, sizes);
+    const FactorCounts& counts = structure.counts();
+    if (counts.blocks > kMaxCount)
+        return tooLarge("the factor's block pattern", counts.blocks, kMaxCount);
+    if (counts.scalars + kValueSlack > kMaxCount)
+        return tooLarge("the factor", counts.scalars, kMaxCount);
+    structure.fill(data.factorRowStart, data.factorColumns, data.columnPattern);
+    const Status result = planThreads(sizes, counts.scalars);
+    if (!result.ok())
+        return result;
+    scatter.prepare(A, ordering.pattern, analysis.order, analysis.position, analysis.multifrontal,
+                    data.matrix);
+    analysis.factorBlocks = counts.blocks;
+    analysis.factorScalars = counts.scalars;
+    analysis.operations = counts.operations;
+    analysis.bytes = countBytes(A, counts);
+    return {};
+}
+
+/// Decides between serial and multifrontal, and builds the schedule for the latter.
+template <class T>
+Status AnalyzedSystem<T>::planThreads(const std::vector<unsigned int>& sizes,
+                                      std::uint64_t factorScalars)
+{
+    analysis.multifrontal = false;
+    analysis.threads = 1;
+    analysis.work = 0;
+    analysis.makespan = 0;
+    data.useMultifrontal = 0;
+    m_schedule.clear();
+    if (settings.factorization == Factorization::Serial ||
+        (settings.factorization == Factorization::Automatic && settings.threads == 1))
+        return {};
+    const TreeMapping mapping =
+        mapTree(data.eliminationTree, workPerNode(data.columnPattern, sizes), settings.threads);
+    analysis.work = mapping.totalWork;
+    analysis.makespan = mapping.makespan;
+    if (settings.factorization == Factorization::Automatic && !pays(mapping, factorScalars))
+        return {};
+    const SyncMode mode =
+        settings.waiting == Waiting::Spinning ? SyncMode::Spinning : SyncMode::Blocking;
+    Status result = m_schedule.build(mapping, sizes, mode, data);
+    if (!result.ok())
+        return result;
+    analysis.multifrontal = true;
+    analysis.threads = settings.threads;
+    data.useMultifrontal = 1;
+    data.numThreads = settings.threads;
+    return {};
+}
+
+/// What the arrays take that are as long as the problem.
+template <class T>
+std::uint64_t AnalyzedSystem<T>::countBytes(const BlockMatrix<T>& A,
+                                            const FactorCounts& counts) const
+{
+    constexpr std::uint64_t kWord = sizeof(unsigned int);
+    constexpr std::uint64_t kPerSlot = 2 * kWord + sizeof(T*); // column, tag, pointer
+    constexpr std::uint64_t kPerRow = 3 * kWord;               // start, size, offset
+    constexpr std::uint64_t kVectors = 10; // pivots, bounds, vectors in elimination order
+    const std::uint64_t n = A.numBlockRows();
+    const std::uint64_t matrixValues = data.matrix.valueCapacity;
+    const std::uint64_t factors =
+        2 * ((counts.scalars + kValueSlack) * sizeof(T) + counts.blocks * kPerSlot + n * kPerRow);
+    const std::uint64_t matrix = matrixValues * sizeof(T) + analysis.matrixBlocks * kPerSlot +
+                                 n * kPerRow + A.numBlocks() * ValueScatter<T>::kBytesPerBlock;
+    const std::uint64_t structure = (2 * counts.blocks + A.numBlocks()) * kWord + n * 16 * kWord;
+    return factors + matrix + structure + kVectors * A.dimension() * sizeof(T) + m_schedule.bytes();
+}
+
+template class AnalyzedSystem<float>;
+template class AnalyzedSystem<double>;
+
+} // namespace client
+} // namespace kyrOrvel

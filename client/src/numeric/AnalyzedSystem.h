@@ -1,0 +1,59 @@
+#ifndef KYRORVEL_CLIENT_ANALYZED_SYSTEM_H
+#define KYRORVEL_CLIENT_ANALYZED_SYSTEM_H
+
+#include "../ordering/Ordering.h"
+#include "../schedule/Schedule.h"
+#include "../symbolic/FactorStructure.h"
+#include "MatrixPattern.h"
+#include "Settings.h"
+#include "ValueScatter.h"
+
+#include <kyrOrvel/Orvel>
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace kyrOrvel {
+namespace client {
+
+/// One pattern, analysed, with the storage to factor matrices that have it.
+template <class T> class AnalyzedSystem {
+public:
+    Settings settings;
+    MatrixPattern pattern;
+    Analysis analysis;
+    OrvelData<T> data;
+    ValueScatter<T> scatter;
+    std::vector<std::size_t> offsets; ///< scalar offset of each block in the user's order
+    unsigned int largestBlock = 0;
+    bool signsAreKnown = false; ///< of the pivots
+    bool analyzed = false;
+
+    /// Analyses A's pattern by `settings`. Storage of an earlier analysis is reused.
+    ///
+    /// @param values  whether A's values may be looked at, to decide which trailing blocks go early
+    Status analyze(const BlockMatrix<T>& A, bool values);
+
+    /// The same pattern with all trailing blocks behind all ordinary blocks that they couple to.
+    Status analyzeLater(const BlockMatrix<T>& A);
+
+    /// Whether trailing blocks stand before some of the ordinary blocks that they couple to, and
+    /// may be moved.
+    bool canOrderLater() const { return analysis.earlyBlocks > 0; }
+
+private:
+    Status checkSizes(const BlockMatrix<T>& A) const;
+    Status build(const BlockMatrix<T>& A, const EarlyRule* rule);
+    Status order(const EarlyRule* rule, OrderingResult& ordering);
+    Status buildStructure(const BlockMatrix<T>& A, OrderingResult& ordering);
+    Status planThreads(const std::vector<unsigned int>& sizes, std::uint64_t factorScalars);
+    std::uint64_t countBytes(const BlockMatrix<T>& A, const FactorCounts& counts) const;
+
+    Schedule<T> m_schedule;
+};
+
+} // namespace client
+} // namespace kyrOrvel
+
+#endif

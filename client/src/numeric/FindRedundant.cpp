@@ -1,0 +1,67 @@
+#include "../OutOfMemory.h"
+
+#include <kyrOrvelClient/BlockLDLT>
+#include <kyrOrvelClient/Diagnosis>
+
+#include <algorithm>
+#include <cstddef>
+
+namespace kyrOrvel {
+namespace client {
+
+namespace {
+
+/// A copy in which every trailing block has a diagonal block, so that one can be given to it.
+template <class T> BlockMatrix<T> copyWithDiagonals(const BlockMatrix<T>& A)
+{
+    BlockMatrix<T> copy(A.blockSizes(), A.firstTrailing());
+    for (unsigned int r = 0; r < A.numBlockRows(); ++r) {
+        for (const auto& entry : A.row(r))
+            std::copy_n(entry.values, std::size_t(A.blockSize(r)) * A.blockSize(entry.column),
+                        copy.block(r, entry.column));
+        if (r >= A.firstTrailing())
+            copy.block(r, r);
+        if (A.hasIds())
+            copy.setId(r, A.id(r));
+    }
+    return copy;
+}
+
+/// Decouples a block from all others and gives it pivots of its own; the pattern stays.
+template <class T> void takeOut(BlockMatrix<T>& A, unsigned int block)
+{
+    const std::size_t m = A.blockSize(block);
+    for (unsigned int r = block; r < A.numBlockRows(); ++r)
+        for (const auto& entry : A.row(r))
+            if (r == block || entry.column == block)
+                std::fill_n(entry.values, std::size_t(A.blockSize(r)) * A.blockSize(entry.column),
+                            T(0));
+    for (std::size_t i = 0; i < m; ++i)
+        A.block(block, block)[i * m + i] = -1;
+}
+
+} // namespace
+
+template <class T> std::vector<Status> findRedundant(const BlockMatrix<T>& A)
+{
+    std::vector<Status> found;
+    const Status last = guardMemory([&]() -> Status {
+        BlockMatrix<T> rest = copyWithDiagonals(A);
+        BlockLDLT<T> solver;
+        while (solver.compute(rest).code == StatusCode::Singular &&
+               solver.info().block >= A.firstTrailing() && solver.info().block < A.numBlockRows()) {
+            found.push_back(solver.info());
+            takeOut(rest, solver.info().block);
+        }
+        return solver.info();
+    });
+    if (!last.ok())
+        found.push_back(last);
+    return found;
+}
+
+template std::vector<Status> findRedundant(const BlockMatrix<float>&);
+template std::vector<Status> findRedundant(const BlockMatrix<double>&);
+
+} // namespace client
+} // namespace kyrOrvel

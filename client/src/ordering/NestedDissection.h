@@ -1,0 +1,17 @@
+#ifndef KYRORVEL_CLIENT_NESTED_DISSECTION_H
+#define KYRORVEL_CLIENT_NESTED_DISSECTION_H
+
+#include "Ordering.h"
+
+namespace kyrOrvel {
+namespace client {
+
+/// Orders the block graph by nested dissection, blocks weighted by their sizes (METIS; Karypis,
+/// Kumar 1998 SIAM J. Sci. Comput. 20(1) 359-392). The seed is fixed, so the same pattern gives the
+/// same order. InvalidInput in a build without METIS.
+Status nestedDissection(const OrderingInput& input, std::vector<unsigned int>& order);
+
+} // namespace client
+} // namespace kyrOrvel
+
+#endif
