@@ -25,16 +25,16 @@ double* getScalarArray(ScratchPad& scratch, unsigned long size, double /*type*/)
     return scratch.getDoubleArray(0, size);
 }
 
-/// Dense L·D·Lᵀ of the m × m block B in place: unit lower triangle, zeros above, pivots to d, kept
-/// to their bounds unless those are null.
-template <class T> void factorDiagonal(T* B, T* d, const T* bounds, std::size_t m)
+/// Dense L·D·Lᵀ of the m × m block B in place: unit lower triangle, zeros above, pivots to d.
+template <class T>
+void factorDiagonal(T* B, T* d, const detail::PivotBound<T>& bound, std::size_t m)
 {
     for (std::size_t q = 0; q < m; ++q) {
         d[q] = B[q * m + q];
         B[q * m + q] = T(1);
     }
     if (m > 0)
-        detail::boundPivot(d, bounds, 0);
+        bound.apply(d, 0);
     for (std::size_t i = 1; i < m; ++i) {
         T* b = B + i * m;
         for (std::size_t j = 0; j < i; ++j) {
@@ -45,7 +45,7 @@ template <class T> void factorDiagonal(T* B, T* d, const T* bounds, std::size_t 
         }
         for (std::size_t t = 0; t < i; ++t)
             d[i] -= b[t] * (b[t] * d[t]);
-        detail::boundPivot(d, bounds, i);
+        bound.apply(d, i);
     }
     for (std::size_t i = 0; i < m; ++i)
         std::fill(B + i * m + i + 1, B + (i + 1) * m, T(0));
@@ -80,10 +80,6 @@ private:
     unsigned int diagonalSlot(unsigned int r) const { return m_L.rowStart[r + 1] - 1; }
     std::size_t sizeOf(unsigned int r) const { return m_L.blockSizes[r]; }
     T* pivotsOf(unsigned int r) const { return m_data.pivots.data + m_L.blockOffsets[r]; }
-    const T* boundsOf(unsigned int r) const
-    {
-        return m_data.pivotBounds ? m_data.pivotBounds + m_L.blockOffsets[r] : nullptr;
-    }
 
     void prepareWork()
     {
@@ -136,7 +132,8 @@ private:
             const T* S = scaledBlock(r, j);
             orvel_MM_CM_ABt(m_L.blockData[j], p, S, p, m_blockWork, int(m), int(m), int(m), p);
         }
-        factorDiagonal(m_blockWork, pivotsOf(r), boundsOf(r), m);
+        factorDiagonal(m_blockWork, pivotsOf(r), detail::PivotBound<T>(m_data, m_L.blockOffsets[r]),
+                       m);
         std::copy_n(m_blockWork, m * m, m_L.blockData[g]);
     }
 

@@ -23,16 +23,16 @@ unsigned int callingThread()
     return thread ? thread->getIndex() : kyr::Thread::s_threads.front()->getIndex();
 }
 
-/// Dense L·D·Lᵀ of the m × m diagonal front F in place: unit lower triangle, zeros above. Pivots
-/// are kept to their bounds unless those are null.
-template <class T> void factorDiagonalFront(T* F, T* d, const T* bounds, std::size_t m)
+/// Dense L·D·Lᵀ of the m × m diagonal front F in place: unit lower triangle, zeros above.
+template <class T>
+void factorDiagonalFront(T* F, T* d, const detail::PivotBound<T>& bound, std::size_t m)
 {
     for (std::size_t j = 0; j < m; ++j) {
         d[j] = F[j * m + j];
         F[j * m + j] = T(1);
     }
     if (m > 0)
-        detail::boundPivot(d, bounds, 0);
+        bound.apply(d, 0);
     for (std::size_t i = 1; i < m; ++i) {
         T* f = F + i * m;
         for (std::size_t j = 0; j < i; ++j) {
@@ -43,7 +43,7 @@ template <class T> void factorDiagonalFront(T* F, T* d, const T* bounds, std::si
         }
         for (std::size_t p = 0; p < i; ++p)
             d[i] -= f[p] * d[p] * f[p];
-        detail::boundPivot(d, bounds, i);
+        bound.apply(d, i);
     }
     for (std::size_t i = 0; i < m; ++i)
         std::fill(F + i * m + i + 1, F + (i + 1) * m, T(0));
@@ -219,7 +219,7 @@ private:
         const std::size_t m = m_sizes[k];
         T* const F = front(k, 0);
         T* const d = pivotsOf(k);
-        factorDiagonalFront(F, d, boundsOf(k), m);
+        factorDiagonalFront(F, d, detail::PivotBound<T>(m_data, m_data.factor.blockOffsets[k]), m);
         const unsigned int slot = m_data.factor.rowStart[k + 1] - 1;
         std::copy_n(F, m * m, m_data.factor.blockData[slot]);
         detail::scaleColumns(F, d, m_data.scaledFactor.blockData[slot], m, m);
@@ -320,10 +320,6 @@ private:
 
     T* front(unsigned int node, unsigned int i) const { return (*m_nodes[node].front)[i]; }
     T* pivotsOf(unsigned int k) const { return m_data.pivots.data + m_data.factor.blockOffsets[k]; }
-    const T* boundsOf(unsigned int k) const
-    {
-        return m_data.pivotBounds ? m_data.pivotBounds + m_data.factor.blockOffsets[k] : nullptr;
-    }
 
     OrvelData<T>& m_data;
     Node* m_nodes;

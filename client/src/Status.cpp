@@ -24,6 +24,8 @@ const char* statusName(StatusCode code)
         return "TooLarge";
     case StatusCode::OutOfMemory:
         return "OutOfMemory";
+    case StatusCode::Inaccurate:
+        return "Inaccurate";
     case StatusCode::CallSequence:
         return "CallSequence";
     }

@@ -1,17 +1,44 @@
 #ifndef KYRORVEL_DETAIL_PIVOT_BOUND_H
 #define KYRORVEL_DETAIL_PIVOT_BOUND_H
 
+#include <kyrOrvel/Orvel>
+
+#include <cmath>
 #include <cstddef>
 
 namespace kyrOrvel {
 namespace detail {
 
-/// Replaces pivot i by its signed bound where it falls short of that; bounds may be null.
-template <class T> inline void boundPivot(T* pivots, const T* bounds, std::size_t i)
-{
-    if (bounds && (bounds[i] < 0 ? pivots[i] > bounds[i] : pivots[i] < bounds[i]))
-        pivots[i] = bounds[i];
-}
+/// Keeps the pivots of one block row to the bounds that a system asks for, if it does.
+template <class T> class PivotBound {
+public:
+    /// @param offset  of the block row's first scalar
+    PivotBound(const OrvelData<T>& data, std::size_t offset)
+        : m_bounds(data.pivotBounds ? data.pivotBounds + offset : nullptr),
+          m_keepSigns(data.pivotsKeepSigns != 0)
+    {
+    }
+
+    /// Replaces pivot i of the row where it falls short of its bound.
+    void apply(T* pivots, std::size_t i) const
+    {
+        if (!m_bounds)
+            return;
+        const T bound = m_bounds[i];
+        if (m_keepSigns) {
+            if (pivots[i] == 0)
+                pivots[i] = bound;
+            else if (std::abs(pivots[i]) < std::abs(bound))
+                pivots[i] = std::copysign(bound, pivots[i]);
+        } else if (bound < 0 ? pivots[i] > bound : pivots[i] < bound) {
+            pivots[i] = bound;
+        }
+    }
+
+private:
+    const T* m_bounds;
+    bool m_keepSigns;
+};
 
 } // namespace detail
 } // namespace kyrOrvel

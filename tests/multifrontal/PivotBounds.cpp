@@ -30,18 +30,20 @@ template <class T> System<T> system(T d0, T d1, T d2)
 
 /// Both factorizations, each with its own input order.
 template <class T> struct Factorizations {
-    static std::vector<T> serial(const System<T>& A, const T* bounds)
+    static std::vector<T> serial(const System<T>& A, const T* bounds, bool keepSigns = false)
     {
         const auto data = support::makeData(A);
         data->pivotBounds = bounds;
+        data->pivotsKeepSigns = keepSigns;
         Orvel::factorSerial(*data);
         return std::vector<T>(data->pivots.data, data->pivots.data + data->pivots.size);
     }
-    static std::vector<T> multifrontal(const System<T>& A, const T* bounds)
+    static std::vector<T> multifrontal(const System<T>& A, const T* bounds, bool keepSigns = false)
     {
         Problem<T> problem(A);
         problem.map(1);
         problem.data.pivotBounds = bounds;
+        problem.data.pivotsKeepSigns = keepSigns;
         Orvel::factorMF(problem.data);
         const auto& pivots = problem.data.pivots;
         return std::vector<T>(pivots.data, pivots.data + pivots.size);
@@ -51,10 +53,10 @@ template <class T> struct Factorizations {
 template <class T> class PivotBounds : public testing::Test {
 protected:
     static void expectPivots(const System<T>& A, const std::vector<T>& bounds,
-                             const std::vector<T>& expected)
+                             const std::vector<T>& expected, bool keepSigns = false)
     {
-        EXPECT_EQ(Factorizations<T>::serial(A, bounds.data()), expected);
-        EXPECT_EQ(Factorizations<T>::multifrontal(A, bounds.data()), expected);
+        EXPECT_EQ(Factorizations<T>::serial(A, bounds.data(), keepSigns), expected);
+        EXPECT_EQ(Factorizations<T>::multifrontal(A, bounds.data(), keepSigns), expected);
     }
 };
 TYPED_TEST_SUITE(PivotBounds, support::Scalars);
@@ -83,6 +85,14 @@ TYPED_TEST(PivotBounds, PivotsOfTheWrongSignBecomeTheirBounds)
 TYPED_TEST(PivotBounds, ZeroPivotsBecomeTheirBounds)
 {
     this->expectPivots(system<TypeParam>(2, 4, 0), {1, 1, -0.5}, {2, 4, -0.5});
+}
+
+TYPED_TEST(PivotBounds, PivotsThatKeepTheirSignsAreBoundedByMagnitude)
+{
+    // d(0) = -1/2 becomes -1, d(1) = 4 stays, d(2) = 0 takes the bound as it is.
+    System<TypeParam> A = system<TypeParam>(-0.5, 0, 0);
+    A.blocks[{0, 0}] = {-0.5, 0, 0, 0, 4, 0, 0, 0, 0};
+    this->expectPivots(A, {1, -1, -0.25}, {-1, 4, -0.25}, true);
 }
 
 TYPED_TEST(PivotBounds, NaNStays)

@@ -90,8 +90,9 @@ template <class T> Status BlockLDLT<T>::Impl::factor(const BlockMatrix<T>& A)
         return result;
     takeIds(A);
     PivotFailure<T> failure = factorOnce();
-    if (failure.kind != PivotFailure<T>::Kind::None && system().canOrderLater() &&
-        regularization == Regularization::None) {
+    const bool unusable =
+        failure.kind != PivotFailure<T>::Kind::None || pivotCheck.counts().bounded > 0;
+    if (unusable && system().canOrderLater()) {
         analyzed = false;
         result = system().analyzeLater(A);
         if (result.ok())
@@ -147,6 +148,7 @@ template <class T> PivotFailure<T> BlockLDLT<T>::Impl::factorOnce()
     if (regularization == Regularization::Dynamic) {
         computePivotBounds(d, order, firstTrailing, regularizationShare, pivotBounds);
         d.pivotBounds = pivotBounds.data();
+        d.pivotsKeepSigns = !(signs == Signs::Expected && system().signsAreKnown);
     }
     if (system().analysis.multifrontal) {
         if (trace)
@@ -304,6 +306,11 @@ const Status& BlockLDLT<T>::setRegularization(Regularization regularization, T s
         m_impl->regularizationShare = share;
         return {};
     });
+}
+
+template <class T> void BlockLDLT<T>::setCorrections(int steps)
+{
+    m_impl->corrections = steps;
 }
 
 template <class T> void BlockLDLT<T>::setTrace(FactorTrace* trace)

@@ -41,6 +41,7 @@ template <class T> struct BlockLDLT<T>::Impl {
     std::vector<T> compliances; ///< per trailing block, or none
     Regularization regularization = Regularization::None;
     T regularizationShare = kDefaultShare;
+    int corrections = 20; ///< of a solve with a regularised factor
 
     /// The patterns analysed last, latest first. The first one is the one to factor, if any is.
     std::vector<std::unique_ptr<AnalyzedSystem<T>>> systems;

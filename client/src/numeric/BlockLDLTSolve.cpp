@@ -12,9 +12,6 @@ namespace client {
 
 namespace {
 
-/// Corrections that a solve makes at the most where pivots were regularised.
-constexpr int kMaxCorrections = 20;
-
 /// The power of two by which to scale a right-hand side before the solver sees it. The solver takes
 /// leading values below the machine epsilon for zeros, whatever the units are; where the vector
 /// begins with such a value, the power brings that to the epsilon, and the largest value to 1/ε at
@@ -37,26 +34,6 @@ template <class T> void scaleBy(int exponent, std::vector<T>& v)
     const T factor = std::ldexp(T(1), exponent);
     for (T& x : v)
         x *= factor;
-}
-
-/// y = |A|·|x|.
-template <class T>
-void multiplyMagnitudes(const SparseMatrix<T>& A, bool upper, const std::vector<T>& x,
-                        std::vector<T>& y)
-{
-    std::fill(y.begin(), y.end(), T(0));
-    forEachBlock(A, upper, [&](unsigned int late, unsigned int early, const T* block) {
-        const std::size_t n = A.blockSizes[early];
-        for (std::size_t i = 0; i < A.blockSizes[late]; ++i)
-            for (std::size_t j = 0; j < (late == early ? i + 1 : n); ++j) {
-                const std::size_t row = A.blockOffsets[late] + i;
-                const std::size_t column = A.blockOffsets[early] + j;
-                const T a = std::abs(block[i * n + j]);
-                y[row] += a * std::abs(x[column]);
-                if (row != column)
-                    y[column] += a * std::abs(x[row]);
-            }
-    });
 }
 
 } // namespace
@@ -98,7 +75,7 @@ template <class T> Status BlockLDLT<T>::Impl::solve(const T* b, T* x)
     result = checkSolution(work);
     if (result.ok() && bounded) {
         solution.swap(work);
-        refineSolution(kMaxCorrections, statistics.refinementSteps);
+        refineSolution(corrections, statistics.refinementSteps);
         solution.swap(work);
     }
     if (result.ok())
@@ -137,7 +114,7 @@ template <class T> Status BlockLDLT<T>::Impl::solveForBlock(unsigned int block, 
         rightHandSide = work;
         solveWork();
         solution.swap(work);
-        refineSolution(kMaxCorrections, statistics.refinementSteps);
+        refineSolution(corrections, statistics.refinementSteps);
         solution.swap(work);
     } else {
         // A position on the border between two blocks stands for the one that ends there.
@@ -212,7 +189,7 @@ Status BlockLDLT<T>::Impl::constraintSpace(const std::vector<JacobianRow<T>>& J,
         solveWork();
         if (data().pivotBounds) {
             solution.swap(work);
-            refineSolution(kMaxCorrections, statistics.refinementSteps);
+            refineSolution(corrections, statistics.refinementSteps);
             solution.swap(work);
         }
         result = checkSolution(work);
@@ -274,7 +251,15 @@ template <class T> T BlockLDLT<T>::Impl::computeResidual(const std::vector<T>& x
 template <class T> void BlockLDLT<T>::Impl::computeBackwardError(const std::vector<T>& x)
 {
     computeResidual(x);
-    multiplyMagnitudes(data().matrix, data().useMultifrontal != 0, x, weight);
+    const SparseMatrix<T>& A = data().matrix;
+    const auto forEach = [&](auto f) {
+        forEachBlock(A, data().useMultifrontal != 0,
+                     [&](unsigned int late, unsigned int early, const T* block) {
+                         f(A.blockOffsets[late], A.blockOffsets[early], A.blockSizes[late],
+                           A.blockSizes[early], block);
+                     });
+    };
+    multiplyMagnitudes(forEach, x, weight);
     statistics.backwardError = double(backwardErrorOf(residual, weight, rightHandSide));
 }
 

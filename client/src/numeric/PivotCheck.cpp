@@ -125,7 +125,7 @@ template <class T> PivotFailure<T> PivotCheck<T>::runBounded(const OrvelData<T>&
                 pivot.kind = Kind::NotFinite;
                 return pivot;
             }
-            if (pivot.pivot == data.pivotBounds[s] && m_counts.bounded++ == 0)
+            if (std::abs(pivot.pivot) == std::abs(data.pivotBounds[s]) && m_counts.bounded++ == 0)
                 m_firstBounded = pivot;
             count(pivot.pivot);
         }
