@@ -1,0 +1,189 @@
+#include "support/BlockSystems.h"
+#include "support/Mechanisms.h"
+#include "support/Random.h"
+
+#include <kyrOrvelClient/BlockLDLT>
+#include <kyrOrvelClient/MixedLDLT>
+#include <kyrOrvelClient/Scenes>
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <utility>
+#include <vector>
+
+using kyrOrvel::client::BlockMatrix;
+using kyrOrvel::client::MixedLDLT;
+using kyrOrvel::client::Scene;
+using kyrOrvel::client::Signs;
+using kyrOrvel::client::StatusCode;
+using support::Random;
+
+namespace {
+
+/// Solves for a random right-hand side; expects an accurate solution, and returns the corrections.
+int expectSolved(MixedLDLT& solver, const BlockMatrix<double>& A, double accuracy = 1e-14)
+{
+    Random random(5);
+    const std::vector<double> b = random.scalars<double>(A.dimension());
+    std::vector<double> x(b.size());
+    EXPECT_TRUE(solver.solve(b.data(), x.data()).ok()) << solver.info().message;
+    EXPECT_LT(support::backwardError(A, x, b), accuracy);
+    return solver.statistics().refinementSteps;
+}
+
+class MixedLDLTOnScenes : public testing::TestWithParam<Scene (*)()> {};
+
+TEST_P(MixedLDLTOnScenes, IsAsAccurateAsDouble)
+{
+    const Scene scene = GetParam()();
+    MixedLDLT solver;
+    ASSERT_TRUE(solver.compute(scene.matrix).ok()) << solver.info().message;
+
+    const int steps = expectSolved(solver, scene.matrix);
+
+    EXPECT_GT(steps, 1) << "float alone cannot have been enough";
+    EXPECT_LT(solver.statistics().backwardError, 1e-12);
+}
+
+INSTANTIATE_TEST_SUITE_P(Scenes, MixedLDLTOnScenes,
+                         testing::Values(
+                             +[] { return kyrOrvel::client::makeRope(100); },
+                             +[] { return kyrOrvel::client::makeRopeBridge(20); },
+                             +[] { return kyrOrvel::client::makeRagdollPile(8); },
+                             +[] { return kyrOrvel::client::makeNet(8); },
+                             +[] { return kyrOrvel::client::makeLattice(4); }));
+
+TEST(MixedLDLT, SolvesMechanismsWithoutRedundantJoints)
+{
+    for (unsigned int seed = 1; seed <= 300; ++seed) {
+        SCOPED_TRACE(seed);
+        Random random(seed);
+        const auto A = support::matrixOf<double>(support::randomMechanism(random));
+        MixedLDLT solver;
+        ASSERT_TRUE(solver.compute(A).ok()) << solver.info().message;
+        expectSolved(solver, A, 1e-11);
+    }
+}
+
+// Plain corrections grow on these: their joints are within a thousandth of redundant, and float's
+// factor is wrong in a few directions.
+TEST(MixedLDLT, SolvesWherePlainCorrectionDiverges)
+{
+    for (const unsigned int seed : {265u, 890u, 1872u}) {
+        SCOPED_TRACE(seed);
+        Random random(seed);
+        const auto A = support::matrixOf<double>(support::randomMechanism(random));
+        MixedLDLT solver;
+        ASSERT_TRUE(solver.compute(A).ok()) << solver.info().message;
+        expectSolved(solver, A, 1e-11);
+    }
+}
+
+TEST(MixedLDLT, SingularMatrixIsInaccurateAndLeavesX)
+{
+    const auto A = support::scalarMatrix<double>({{4}, {0, 4}, {1, 1, 0}, {1, 1, 0, 0}}, 2);
+    const double b[] = {1, 2, 3, 4}; // the two constraints contradict each other
+    double x[] = {7, 7, 7, 7};
+    MixedLDLT solver;
+    ASSERT_TRUE(solver.compute(A).ok()) << solver.info().message;
+
+    EXPECT_EQ(solver.solve(b, x).code, StatusCode::Inaccurate);
+
+    EXPECT_EQ(x[0], 7);
+    EXPECT_EQ(x[3], 7);
+}
+
+TEST(MixedLDLT, IndefiniteMatrixIsSolvedWithAnySigns)
+{
+    const auto A = support::scalarMatrix<double>({{4}, {1, -3}, {1, 2, 5}}, 3);
+    MixedLDLT solver;
+    solver.factorSolver().setSigns(Signs::Any);
+    ASSERT_TRUE(solver.compute(A).ok()) << solver.info().message;
+
+    expectSolved(solver, A);
+}
+
+TEST(MixedLDLT, NewValuesTakeEffect)
+{
+    BlockMatrix<double> A = support::scalarMatrix<double>({{4}, {1, 3}});
+    MixedLDLT solver;
+    ASSERT_TRUE(solver.compute(A).ok());
+    *A.block(0, 0) = 0.7;
+
+    ASSERT_TRUE(solver.factorize(A).ok());
+
+    expectSolved(solver, A);
+}
+
+TEST(MixedLDLT, HugeAndTinyRightHandSidesAreSolved)
+{
+    const auto A = support::scalarMatrix<double>({{4}, {1, 3}});
+    MixedLDLT solver;
+    ASSERT_TRUE(solver.compute(A).ok());
+    for (const double unit : {1e-200, 1e200}) {
+        const double b[] = {5 * unit, 4 * unit};
+        double x[2];
+        ASSERT_TRUE(solver.solve(b, x).ok()) << solver.info().message;
+        EXPECT_NEAR(x[0] / unit, 1, 1e-14);
+        EXPECT_NEAR(x[1] / unit, 1, 1e-14);
+    }
+}
+
+TEST(MixedLDLT, ZeroRightHandSideHasTheZeroSolution)
+{
+    const auto A = support::scalarMatrix<double>({{4}, {1, 3}});
+    MixedLDLT solver;
+    ASSERT_TRUE(solver.compute(A).ok());
+    double x[] = {0, 0};
+
+    ASSERT_TRUE(solver.solve(x, x).ok());
+
+    EXPECT_EQ(x[0], 0);
+    EXPECT_EQ(x[1], 0);
+}
+
+TEST(MixedLDLT, ValuesBeyondFloatAreNotFinite)
+{
+    const auto A = support::scalarMatrix<double>({{4}, {1e200, 3}});
+    MixedLDLT solver;
+
+    EXPECT_EQ(solver.compute(A).code, StatusCode::NotFinite);
+}
+
+TEST(MixedLDLT, StepsOutOfSequenceAreRefused)
+{
+    const auto A = support::scalarMatrix<double>({{4}, {1, 3}});
+    double x[] = {1, 1};
+    MixedLDLT solver;
+
+    EXPECT_EQ(solver.factorize(A).code, StatusCode::CallSequence);
+    EXPECT_EQ(solver.solve(x, x).code, StatusCode::CallSequence);
+    ASSERT_TRUE(solver.compute(A).ok());
+    EXPECT_EQ(solver.solve(x, nullptr).code, StatusCode::InvalidInput);
+    EXPECT_EQ(solver.solve(nullptr, x).code, StatusCode::InvalidInput);
+    x[1] = std::numeric_limits<double>::quiet_NaN();
+    EXPECT_EQ(solver.solve(x, x).code, StatusCode::NotFinite);
+}
+
+TEST(MixedLDLT, OtherPatternIsAMismatch)
+{
+    MixedLDLT solver;
+    ASSERT_TRUE(solver.compute(support::scalarMatrix<double>({{4}, {1, 3}})).ok());
+
+    EXPECT_EQ(solver.factorize(support::scalarMatrix<double>({{4}, {1, 3}, {0, 1, 2}})).code,
+              StatusCode::PatternMismatch);
+}
+
+TEST(MixedLDLT, MovedSolverKeepsItsFactor)
+{
+    const auto A = support::scalarMatrix<double>({{4}, {1, 3}});
+    MixedLDLT solver;
+    ASSERT_TRUE(solver.compute(A).ok());
+
+    MixedLDLT moved(std::move(solver));
+
+    expectSolved(moved, A);
+}
+
+} // namespace
