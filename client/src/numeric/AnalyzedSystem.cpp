@@ -3,7 +3,6 @@
 #include "../ordering/EarlyRule.h"
 
 #include <algorithm>
-#include <memory>
 #include <string>
 
 namespace kyrOrvel {
@@ -65,15 +64,23 @@ template <class T> Status AnalyzedSystem<T>::analyze(const BlockMatrix<T>& A, bo
         largestBlock = std::max(largestBlock, A.blockSize(r));
     }
     analysis.orderedAgain = false;
+    const ValueRule<T> byValues(A);
+    const CountRule byCount(pattern.sizes());
     if (values)
-        return build(A, std::make_unique<ValueRule<T>>(A).get());
-    return build(A, std::make_unique<CountRule>(pattern.sizes()).get());
+        return build(A, &byValues);
+    return build(A, &byCount);
 }
 
-template <class T> Status AnalyzedSystem<T>::analyzeLater(const BlockMatrix<T>& A)
+template <class T>
+Status AnalyzedSystem<T>::analyzeLater(const BlockMatrix<T>& A,
+                                       const std::vector<unsigned char>& unusable)
 {
+    if (analysis.orderedAgain)
+        return build(A, nullptr);
     analysis.orderedAgain = true;
-    return build(A, nullptr);
+    const ValueRule<T> byValues(A);
+    const ExceptRule rule(byValues, unusable);
+    return build(A, &rule);
 }
 
 template <class T> Status AnalyzedSystem<T>::build(const BlockMatrix<T>& A, const EarlyRule* rule)
@@ -115,6 +122,13 @@ template <class T> Status AnalyzedSystem<T>::order(const EarlyRule* rule, Orderi
     for (unsigned int k = 0; k < n; ++k)
         analysis.position[analysis.order[k]] = k;
     analysis.matrixBlocks = skeleton.rowStart[n];
+    early.assign(n, 0);
+    for (unsigned int t = pattern.firstTrailing(); canOrderLater() && t < n; ++t)
+        for (unsigned int e = skeleton.rowStart[t]; e < skeleton.rowStart[t + 1]; ++e) {
+            const unsigned int c = skeleton.columnIndices[e];
+            if (c < pattern.firstTrailing() && analysis.position[c] > analysis.position[t])
+                early[t] = 1;
+        }
     return {};
 }
 

@@ -28,6 +28,9 @@ public:
     std::vector<std::size_t> offsets; ///< scalar offset of each block in the user's order
     unsigned int largestBlock = 0;
     bool signsAreKnown = false; ///< of the pivots
+    /// Per block: whether it is a trailing one before an ordinary one that it couples to, and may
+    /// be moved behind that.
+    std::vector<unsigned char> early;
     bool analyzed = false;
 
     /// Analyses A's pattern by `settings`. Storage of an earlier analysis is reused.
@@ -35,8 +38,11 @@ public:
     /// @param values  whether A's values may be looked at, to decide which trailing blocks go early
     Status analyze(const BlockMatrix<T>& A, bool values);
 
-    /// The same pattern with all trailing blocks behind all ordinary blocks that they couple to.
-    Status analyzeLater(const BlockMatrix<T>& A);
+    /// The same pattern, trailing blocks that met unusable pivots behind all ordinary blocks that
+    /// they couple to: those named the first time, all of them the second.
+    ///
+    /// @param unusable  per block
+    Status analyzeLater(const BlockMatrix<T>& A, const std::vector<unsigned char>& unusable);
 
     /// Whether trailing blocks stand before some of the ordinary blocks that they couple to, and
     /// may be moved.

@@ -90,21 +90,36 @@ template <class T> Status BlockLDLT<T>::Impl::factor(const BlockMatrix<T>& A)
         return result;
     takeIds(A);
     PivotFailure<T> failure = factorOnce();
-    const bool unusable =
-        failure.kind != PivotFailure<T>::Kind::None || pivotCheck.counts().bounded > 0;
-    if (unusable && system().canOrderLater()) {
-        analyzed = false;
-        result = system().analyzeLater(A);
-        if (result.ok())
-            result = load(A);
+    while (isUnusable(failure) && system().canOrderLater()) {
+        result = orderLater(A);
         if (!result.ok())
             return result;
-        analyzed = true;
-        prepareVectors();
         failure = factorOnce();
     }
     result = report(failure);
     factorized = result.ok();
+    return result;
+}
+
+template <class T> bool BlockLDLT<T>::Impl::isUnusable(const PivotFailure<T>& failure) const
+{
+    return failure.kind != PivotFailure<T>::Kind::None || pivotCheck.counts().bounded > 0;
+}
+
+/// Analyses anew with trailing blocks that met unusable pivots further back, at most twice: the
+/// second time all of them.
+template <class T> Status BlockLDLT<T>::Impl::orderLater(const BlockMatrix<T>& A)
+{
+    std::vector<unsigned char> unusable;
+    pivotCheck.findUnusable(data(), system().analysis.order, system().pattern.firstTrailing(),
+                            demands(), unusable);
+    analyzed = false;
+    Status result = system().analyzeLater(A, unusable);
+    if (result.ok())
+        result = load(A);
+    analyzed = result.ok();
+    if (analyzed)
+        prepareVectors();
     return result;
 }
 
@@ -159,10 +174,16 @@ template <class T> PivotFailure<T> BlockLDLT<T>::Impl::factorOnce()
     }
     if (d.pivotBounds)
         return pivotCheck.runBounded(d);
-    PivotDemands demands;
-    demands.signs = signs == Signs::Expected && system().signsAreKnown;
-    demands.strong = system().canOrderLater();
-    return pivotCheck.run(d, order, firstTrailing, demands);
+    return pivotCheck.run(d, order, firstTrailing, demands());
+}
+
+template <class T> PivotDemands BlockLDLT<T>::Impl::demands() const
+{
+    PivotDemands result;
+    result.signs = signs == Signs::Expected && system().signsAreKnown;
+    if (system().canOrderLater())
+        result.early = &system().early;
+    return result;
 }
 
 template <class T> Status BlockLDLT<T>::Impl::report(const PivotFailure<T>& failure)

@@ -76,6 +76,9 @@ template <class T> struct BlockLDLT<T>::Impl {
     Status load(const BlockMatrix<T>& A);
     Status applyCompliance(unsigned int firstTrailing);
     PivotFailure<T> factorOnce();
+    PivotDemands demands() const;
+    bool isUnusable(const PivotFailure<T>& failure) const;
+    Status orderLater(const BlockMatrix<T>& A);
     Status report(const PivotFailure<T>& failure);
     void takeIds(const BlockMatrix<T>& A);
 

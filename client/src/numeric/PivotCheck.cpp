@@ -19,6 +19,18 @@ template <class T> constexpr T kNoiseShare = 512 * std::numeric_limits<T>::epsil
 /// lost up to all but one.
 constexpr double kEarlyShare = 1e-3;
 
+/// Whether another order might serve the pivots of block row r better: they are those of an early
+/// block, or of an ordinary one that an early block has changed.
+template <class T>
+bool owesToEarly(const SparseMatrix<T>& L, unsigned int r, bool trailing,
+                 const std::vector<unsigned int>& order, const std::vector<unsigned char>& early)
+{
+    if (trailing)
+        return early[order[r]] != 0;
+    return std::any_of(L.blockColumns + L.rowStart[r], L.blockColumns + L.rowStart[r + 1],
+                       [&](unsigned int c) { return early[order[c]] != 0; });
+}
+
 /// What doubtful pivots may cost together, in readings of L.
 constexpr std::size_t kReadings = 4;
 
@@ -42,34 +54,84 @@ PivotFailure<T> PivotCheck<T>::run(const OrvelData<T>& data, const std::vector<u
     const SparseMatrix<T>& L = data.factor;
     m_budget = kReadings * L.valueCapacity;
     for (unsigned int r = 0; r < L.numBlockRows; ++r) {
-        const unsigned int m = L.blockSizes[r];
-        if (m == 0)
-            continue;
-        computeScales(data, r);
-        PivotFailure<T> pivot;
-        pivot.position = r;
-        pivot.blockScale = *std::max_element(m_scales.begin(), m_scales.begin() + m);
-        const bool negative = demands.signs && order[r] >= firstTrailing;
-        for (unsigned int i = 0; i < m; ++i) {
-            pivot.row = i;
-            pivot.pivot = data.pivots.data[L.blockOffsets[r] + i];
-            pivot.scale = m_scales[i];
-            pivot.kind = judge(data, r, i, pivot, demands);
-            if (pivot.kind == Kind::None && demands.signs && (pivot.pivot < 0) != negative)
-                pivot.kind = wrongSign(negative, i);
-            if (pivot.kind != Kind::None)
-                return pivot;
-            count(pivot.pivot);
-            m_leastShare = std::min(m_leastShare, std::abs(pivot.pivot) / pivot.scale);
-        }
+        const PivotFailure<T> failure = checkBlock(data, r, order, firstTrailing, demands);
+        if (failure.kind != Kind::None)
+            return failure;
+    }
+    return {};
+}
+
+/// Checks and counts the pivots of a block row, up to the first that fails.
+template <class T>
+PivotFailure<T> PivotCheck<T>::checkBlock(const OrvelData<T>& data, unsigned int r,
+                                          const std::vector<unsigned int>& order,
+                                          unsigned int firstTrailing, PivotDemands demands)
+{
+    using Kind = typename PivotFailure<T>::Kind;
+    const unsigned int m = data.factor.blockSizes[r];
+    if (m == 0)
+        return {};
+    computeScales(data, r);
+    const bool trailing = order[r] >= firstTrailing;
+    const bool strong =
+        demands.early && owesToEarly(data.factor, r, trailing, order, *demands.early);
+    PivotFailure<T> pivot;
+    pivot.position = r;
+    pivot.blockScale = *std::max_element(m_scales.begin(), m_scales.begin() + m);
+    for (unsigned int i = 0; i < m; ++i) {
+        pivot.row = i;
+        pivot.pivot = data.pivots.data[data.factor.blockOffsets[r] + i];
+        pivot.scale = m_scales[i];
+        pivot.kind = judge(data, r, i, pivot, strong);
+        if (pivot.kind == Kind::None && demands.signs && (pivot.pivot < 0) != trailing)
+            pivot.kind = wrongSign(trailing, i);
+        if (pivot.kind != Kind::None)
+            return pivot;
+        count(pivot.pivot);
+        m_leastShare = std::min(m_leastShare, std::abs(pivot.pivot) / pivot.scale);
     }
     return {};
 }
 
 template <class T>
+void PivotCheck<T>::findUnusable(const OrvelData<T>& data, const std::vector<unsigned int>& order,
+                                 unsigned int firstTrailing, PivotDemands demands,
+                                 std::vector<unsigned char>& later)
+{
+    using Kind = typename PivotFailure<T>::Kind;
+    const SparseMatrix<T>& L = data.factor;
+    std::vector<unsigned char> spoilt(L.numBlockRows, 0);
+    later.assign(L.numBlockRows, 0);
+    m_budget = 0; // noise is not told from weak pivots here
+    m_leastShare = 1;
+    for (unsigned int r = 0; r < L.numBlockRows; ++r) {
+        const bool trailing = order[r] >= firstTrailing;
+        if (!spoilt[r]) {
+            const bool bad = hasBounded(data, r) ||
+                             checkBlock(data, r, order, firstTrailing, demands).kind != Kind::None;
+            if (!bad)
+                continue;
+            later[order[r]] = trailing;
+            for (unsigned int slot = L.rowStart[r]; !trailing && slot < L.rowStart[r + 1]; ++slot)
+                later[order[L.blockColumns[slot]]] = order[L.blockColumns[slot]] >= firstTrailing;
+        }
+        spoilt[data.eliminationTree.parent[r]] = 1;
+    }
+}
+
+template <class T> bool PivotCheck<T>::hasBounded(const OrvelData<T>& data, unsigned int r) const
+{
+    const unsigned int first = data.factor.blockOffsets[r];
+    for (unsigned int s = first; data.pivotBounds && s < first + data.factor.blockSizes[r]; ++s)
+        if (std::abs(data.pivots.data[s]) == std::abs(data.pivotBounds[s]))
+            return true;
+    return false;
+}
+
+template <class T>
 typename PivotFailure<T>::Kind PivotCheck<T>::judge(const OrvelData<T>& data, unsigned int r,
                                                     unsigned int i, const PivotFailure<T>& pivot,
-                                                    PivotDemands demands)
+                                                    bool strong)
 {
     using Kind = typename PivotFailure<T>::Kind;
     if (!std::isfinite(pivot.pivot) || !std::isfinite(pivot.blockScale))
@@ -81,7 +143,7 @@ typename PivotFailure<T>::Kind PivotCheck<T>::judge(const OrvelData<T>& data, un
         return Kind::Lost;
     if (magnitude <= std::numeric_limits<T>::epsilon() * pivot.blockScale)
         return Kind::OutOfScale;
-    if (demands.strong && magnitude <= T(kEarlyShare) * pivot.scale)
+    if (strong && magnitude <= T(kEarlyShare) * pivot.scale)
         return Kind::Weak;
     // Noise of the pivots before it may have grown on the way by what they lost to cancellation.
     if (magnitude * m_leastShare <= kNoiseShare<T> * pivot.scale && isNoise(data, r, i, magnitude))

@@ -41,8 +41,11 @@ struct PivotCounts {
 
 /// What is asked of pivots.
 struct PivotDemands {
-    bool signs = false;  ///< positive up to firstTrailing, negative from there
-    bool strong = false; ///< each keeps a good share of its terms: a failure leads to another order
+    bool signs = false; ///< positive up to firstTrailing, negative from there
+    /// Not null: per block, in the user's numbers, whether it may be ordered later. Its pivots, and
+    /// those of ordinary blocks behind it that it changed, have to keep a good share of their
+    /// terms.
+    const std::vector<unsigned char>* early = nullptr;
 };
 
 /// Finds the first pivot of a factorization that cannot be trusted.
@@ -63,6 +66,16 @@ public:
     PivotFailure<T> run(const OrvelData<T>& data, const std::vector<unsigned int>& order,
                         unsigned int firstTrailing, PivotDemands demands);
 
+    /// Marks the trailing blocks to be ordered later because of pivots that `run` would refuse with
+    /// these demands, or that are at their bounds: the block of such a pivot itself, or for an
+    /// ordinary block those that were eliminated before it and changed it. Pivots above another
+    /// such one in the elimination tree may owe it to that, and are passed over.
+    ///
+    /// @param later  receives one mark per block, in the user's numbers
+    void findUnusable(const OrvelData<T>& data, const std::vector<unsigned int>& order,
+                      unsigned int firstTrailing, PivotDemands demands,
+                      std::vector<unsigned char>& later);
+
     /// Counts pivots, and finds the first that is not finite; all that can be asked of pivots that
     /// were kept to bounds.
     PivotFailure<T> runBounded(const OrvelData<T>& data);
@@ -80,7 +93,11 @@ public:
 
 private:
     typename PivotFailure<T>::Kind judge(const OrvelData<T>& data, unsigned int r, unsigned int i,
-                                         const PivotFailure<T>& pivot, PivotDemands demands);
+                                         const PivotFailure<T>& pivot, bool strong);
+    PivotFailure<T> checkBlock(const OrvelData<T>& data, unsigned int r,
+                               const std::vector<unsigned int>& order, unsigned int firstTrailing,
+                               PivotDemands demands);
+    bool hasBounded(const OrvelData<T>& data, unsigned int r) const;
     typename PivotFailure<T>::Kind wrongSign(bool trailing, unsigned int i) const;
     bool isNoise(const OrvelData<T>& data, unsigned int r, unsigned int i, T magnitude);
     void count(T pivot);

@@ -54,6 +54,26 @@ private:
     const BlockMatrix<T>& m_A;
 };
 
+/// Another rule, except that certain trailing blocks are never early.
+class ExceptRule : public EarlyRule {
+public:
+    /// @param excepted  per block, whether it must not be early
+    ExceptRule(const EarlyRule& rule, const std::vector<unsigned char>& excepted)
+        : m_rule(rule), m_excepted(excepted)
+    {
+    }
+
+    bool accepts(unsigned int body, const std::vector<unsigned int>& taken,
+                 unsigned int t) const override
+    {
+        return !m_excepted[t] && m_rule.accepts(body, taken, t);
+    }
+
+private:
+    const EarlyRule& m_rule;
+    const std::vector<unsigned char>& m_excepted;
+};
+
 } // namespace client
 } // namespace kyrOrvel
 

@@ -9,6 +9,7 @@
 #include <kyrOrvel/Reordering>
 
 #include <algorithm>
+#include <cstdint>
 #include <numeric>
 #include <string>
 
@@ -23,6 +24,10 @@ constexpr int kMaxRepairs = 4;
 
 /// Early elimination has to save that share of the operations: late elimination needs no luck.
 constexpr double kWorthwhile = 0.95;
+
+/// An order with that many times the blocks of another's factor is not looked at further: waiting
+/// for the hub of a large star would fill the matrix.
+constexpr std::uint64_t kHopeless = 8;
 
 using Order = std::vector<unsigned int>;
 
@@ -132,9 +137,10 @@ Status orderRepaired(const OrderingInput& input, ScratchPad& scratch, OrderingRe
     return status;
 }
 
-/// Operations and blocks of the factor that an order leads to. Leaves `result` with its structure.
+/// Operations and blocks of the factor that an order leads to, unless it has more than `maxBlocks`.
+/// Leaves `result` with its structure.
 FactorCounts countsOf(const OrderingInput& input, const Order& order, ScratchPad& scratch,
-                      OrderingResult& result)
+                      OrderingResult& result, std::uint64_t maxBlocks = UINT64_MAX)
 {
     use(order, result.permutation);
     buildStructure(input, scratch, result);
@@ -142,7 +148,7 @@ FactorCounts countsOf(const OrderingInput& input, const Order& order, ScratchPad
     sizes.reserve(order.size());
     for (const unsigned int block : order)
         sizes.push_back(input.sizes[block]);
-    return FactorStructure(result.pattern, result.tree, sizes).counts();
+    return FactorStructure(result.pattern, result.tree, sizes, maxBlocks).counts();
 }
 
 /// Whether trailing blocks may stay where early elimination put them: no structurally zero pivot,
@@ -155,8 +161,9 @@ bool earlyIsBetter(const OrderingInput& input, const Order& early, const Order& 
     const FactorCounts counts = countsOf(input, early, scratch, result);
     if (counts.blocks == input.pattern.rowStart[input.pattern.numBlockRows])
         return true;
-    return static_cast<double>(counts.operations) <
-           kWorthwhile * static_cast<double>(countsOf(input, late, scratch, result).operations);
+    const FactorCounts ofLate = countsOf(input, late, scratch, result, kHopeless * counts.blocks);
+    return !ofLate.complete || static_cast<double>(counts.operations) <
+                                   kWorthwhile * static_cast<double>(ofLate.operations);
 }
 
 /// Places the trailing blocks of an order of all blocks.

@@ -5,8 +5,9 @@
 namespace kyrOrvel {
 namespace client {
 
-/// Calls f(r, c) for every block L(r, c), r > c, rows ascending.
-template <class F> void FactorStructure::forEachBelowDiagonal(F f) const
+/// Calls f(r, c) for every block L(r, c), r > c, rows ascending, until it returns false; returns
+/// whether it never did.
+template <class F> bool FactorStructure::forEachBelowDiagonal(F f) const
 {
     const unsigned int n = m_pattern.numBlockRows;
     std::vector<unsigned int> visitedBy(n, kNone);
@@ -16,19 +17,24 @@ template <class F> void FactorStructure::forEachBelowDiagonal(F f) const
             for (unsigned int c = m_pattern.columnIndices[e]; visitedBy[c] != r;
                  c = m_tree.parent[c]) {
                 visitedBy[c] = r;
-                f(r, c);
+                if (!f(r, c))
+                    return false;
             }
     }
+    return true;
 }
 
 FactorStructure::FactorStructure(const SkeletonMatrix& pattern, const EliminationTree& tree,
-                                 const std::vector<unsigned int>& blockSizes)
+                                 const std::vector<unsigned int>& blockSizes,
+                                 std::uint64_t maxBlocks)
     : m_pattern(pattern), m_tree(tree), m_columnCounts(pattern.numBlockRows, 0)
 {
     std::vector<std::uint64_t> columnHeight(pattern.numBlockRows, 0); // scalar rows below
-    forEachBelowDiagonal([&](unsigned int r, unsigned int c) {
+    std::uint64_t below = 0;
+    m_counts.complete = forEachBelowDiagonal([&](unsigned int r, unsigned int c) {
         ++m_columnCounts[c];
         columnHeight[c] += blockSizes[r];
+        return ++below <= maxBlocks;
     });
     for (unsigned int c = 0; c < pattern.numBlockRows; ++c) {
         const std::uint64_t width = blockSizes[c];
@@ -64,6 +70,7 @@ void FactorStructure::fill(std::vector<unsigned int>& rowStart,
     forEachBelowDiagonal([&](unsigned int r, unsigned int c) {
         columns.columnIndices[next[c]++] = r;
         ++rowStart[r + 1];
+        return true;
     });
 
     // Read back by columns, every row ascends and ends with its diagonal.

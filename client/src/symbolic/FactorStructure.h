@@ -15,6 +15,7 @@ struct FactorCounts {
     std::uint64_t blocks = 0;     ///< blocks of L
     std::uint64_t scalars = 0;    ///< scalars in them, diagonal blocks full
     std::uint64_t operations = 0; ///< multiply-subtract pairs to compute them
+    bool complete = true;         ///< false: there are more blocks than were to be counted
 };
 
 /// The block structure of the factor of a permuted pattern, from its elimination tree.
@@ -27,8 +28,10 @@ public:
     /// @param pattern     lower triangle by rows, diagonal last, in elimination order
     /// @param tree        its elimination tree; must live as long as this object
     /// @param blockSizes  scalar sizes in elimination order
+    /// @param maxBlocks   where to stop counting; an object with more is of no further use
     FactorStructure(const SkeletonMatrix& pattern, const EliminationTree& tree,
-                    const std::vector<unsigned int>& blockSizes);
+                    const std::vector<unsigned int>& blockSizes,
+                    std::uint64_t maxBlocks = UINT64_MAX);
 
     const FactorCounts& counts() const { return m_counts; }
 
@@ -38,7 +41,7 @@ public:
               SkeletonMatrix& columns) const;
 
 private:
-    template <class F> void forEachBelowDiagonal(F f) const;
+    template <class F> bool forEachBelowDiagonal(F f) const;
 
     const SkeletonMatrix& m_pattern;
     const EliminationTree& m_tree;
