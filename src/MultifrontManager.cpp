@@ -3,6 +3,7 @@
 #include "detail/ExactArithmetic.h"
 #include "detail/UpdateSearch.h"
 
+#include <cassert>
 #include <cstddef>
 
 namespace kyrOrvel {
@@ -33,6 +34,7 @@ public:
     {
         if (m_count == 0)
             return;
+        assert(m_next); // who has ancestors has a list
         addToFront(m_node, 0);
         unsigned int last = m_node;
         for (unsigned int t = 1; t < m_count; ++t) {
@@ -62,14 +64,15 @@ private:
     /// Adds all entries not yet consumed to the update list of b.
     void addRestToUpdates(unsigned int b)
     {
+        assert(m_nodes[b].updates);
         const unsigned int begin = m_pattern.rowStart[b];
         detail::UpdateSearch<T> search(*m_nodes[b].updates, m_pattern.columnIndices + begin + 1,
                                        m_pattern.rowStart[b + 1] - begin - 1);
-        unsigned int column = kNone;
-        for (; m_next != m_end; ++m_next) {
-            if (m_next->column != column)
-                search.startColumn(column = m_next->column);
-            addBlock(*m_next, search.find(m_next->row, column));
+        while (m_next != m_end) {
+            const unsigned int column = m_next->column;
+            search.startColumn(column);
+            for (; m_next != m_end && m_next->column == column; ++m_next)
+                addBlock(*m_next, search.find(m_next->row, column));
         }
     }
 

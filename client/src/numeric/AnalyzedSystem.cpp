@@ -147,7 +147,7 @@ Status AnalyzedSystem<T>::buildStructure(const BlockMatrix<T>& A, OrderingResult
     if (counts.scalars + kValueSlack > kMaxCount)
         return tooLarge("the factor", counts.scalars, kMaxCount);
     structure.fill(data.factorRowStart, data.factorColumns, data.columnPattern);
-    const Status result = planThreads(sizes, counts.scalars);
+    Status result = planThreads(sizes, counts.scalars);
     if (!result.ok())
         return result;
     scatter.prepare(A, ordering.pattern, analysis.order, analysis.position, analysis.multifrontal,

@@ -24,7 +24,7 @@ template <class T> Status BlockLDLT<T>::Impl::analyze(const BlockMatrix<T>& A, b
     if (!statistics.analysisReused) {
         AnalyzedSystem<T>& next = makeRoom();
         next.settings = settings;
-        const Status result = next.analyze(A, values);
+        Status result = next.analyze(A, values);
         if (!result.ok()) {
             systems.erase(systems.begin());
             return result;
@@ -262,7 +262,7 @@ template <class T> void BlockLDLT<T>::setOrdering(Ordering ordering)
 
 template <class T> void BlockLDLT<T>::setOrder(std::vector<unsigned int> order)
 {
-    m_impl->settings.userOrder = std::move(order);
+    m_impl->settings.userOrder.swap(order);
     setOrdering(Ordering::User);
 }
 
@@ -293,7 +293,7 @@ template <class T> Status checkCompliance(T c)
 template <class T> const Status& BlockLDLT<T>::setCompliance(T c)
 {
     return m_impl->guard([&] {
-        const Status result = checkCompliance(c);
+        Status result = checkCompliance(c);
         if (result.ok()) {
             m_impl->compliance = c;
             m_impl->compliances.clear();
@@ -320,7 +320,8 @@ template <class T>
 const Status& BlockLDLT<T>::setRegularization(Regularization regularization, T share)
 {
     return m_impl->guard([&]() -> Status {
-        if (!(share > 0 && share < 1))
+        const bool isShare = share > T(0) && share < T(1);
+        if (!isShare)
             return {StatusCode::InvalidInput, "a pivot's share has to lie between 0 and 1", kNone,
                     kNone};
         m_impl->regularization = regularization;

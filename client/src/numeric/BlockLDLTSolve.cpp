@@ -131,7 +131,7 @@ template <class T> Status BlockLDLT<T>::Impl::inverseBlock(unsigned int r, unsig
     std::fill(unit.begin(), unit.end(), T(0));
     for (std::size_t j = 0; j < n; ++j) {
         unit[j] = 1;
-        const Status result = solveForBlock(c, unit.data());
+        Status result = solveForBlock(c, unit.data());
         unit[j] = 0;
         if (!result.ok())
             return result;

@@ -160,7 +160,7 @@ struct MixedLDLT::Impl {
     Status correct()
     {
         for (steps = 0; steps < kMaxSteps && residualNorm > 0; ++steps) {
-            const Status result = invert(residual, next);
+            Status result = invert(residual, next);
             if (!result.ok())
                 return result;
             for (std::size_t i = 0; i < next.size(); ++i)
