@@ -2,6 +2,7 @@
 #define KYRORVEL_DETAIL_SOLVE_STEPS_H
 
 #include "BlockVectorOps.h"
+#include "FixedSizes.h"
 #include "ZeroTest.h"
 
 #include <kyrOrvel/SparseMatrix>
@@ -21,10 +22,9 @@ template <class T> unsigned int firstNonzeroRow(const SparseMatrix<T>& L, const 
     return L.numBlockRows - 1;
 }
 
-/// x_r := L(r, r)⁻¹ · (x_r - Σ over the row's columns c of L(r, c)·x_c). Columns for which
-/// `reads(c)` is false are left out: their x is known to be zero.
+/// The steps of one block row, for rows of any size; those of M scalars follow.
 template <class T, class Filter>
-void forwardRow(const SparseMatrix<T>& L, unsigned int r, T* x, Filter reads)
+void forwardRowOfAnySize(const SparseMatrix<T>& L, unsigned int r, T* x, Filter reads)
 {
     const unsigned int m = L.blockSizes[r];
     T* const xr = x + L.blockOffsets[r];
@@ -38,10 +38,41 @@ void forwardRow(const SparseMatrix<T>& L, unsigned int r, T* x, Filter reads)
     BlockVectorOps<T>::solveUnitLower(L.blockData[diagonal], xr, m);
 }
 
-/// Finishes x_r with the diagonal block of S = L·D, which divides by the pivots, and scatters it
-/// into the earlier rows. `writes(c)` is told of every row c before it is changed.
+template <int M, class T, class Filter>
+void forwardRowOfSize(const SparseMatrix<T>& L, unsigned int r, T* x, Filter reads)
+{
+    T* const xr = x + L.blockOffsets[r];
+    T y[M];
+    for (int i = 0; i < M; ++i)
+        y[i] = xr[i];
+    const unsigned int diagonal = L.rowStart[r + 1] - 1;
+    for (unsigned int slot = L.rowStart[r]; slot < diagonal; ++slot) {
+        const unsigned int c = L.blockColumns[slot];
+        if (reads(c))
+            subtractAx<M>(L.blockData[slot], x + L.blockOffsets[c], y, L.blockSizes[c]);
+    }
+    const T* const F = L.blockData[diagonal];
+    for (int i = 1; i < M; ++i)
+        for (int j = 0; j < i; ++j)
+            y[i] -= F[i * M + j] * y[j];
+    for (int i = 0; i < M; ++i)
+        xr[i] = y[i];
+}
+
+/// x_r := L(r, r)⁻¹ · (x_r - Σ over the row's columns c of L(r, c)·x_c). Columns for which
+/// `reads(c)` is false are left out: their x is known to be zero.
+template <class T, class Filter>
+void forwardRow(const SparseMatrix<T>& L, unsigned int r, T* x, Filter reads)
+{
+    const bool fixed = withFixedSize(L.blockSizes[r], [&](auto size) {
+        forwardRowOfSize<decltype(size)::value>(L, r, x, reads);
+    });
+    if (!fixed)
+        forwardRowOfAnySize(L, r, x, reads);
+}
+
 template <class T, class Visitor>
-void backwardRow(const SparseMatrix<T>& S, unsigned int r, T* x, Visitor writes)
+void backwardRowOfAnySize(const SparseMatrix<T>& S, unsigned int r, T* x, Visitor writes)
 {
     const unsigned int m = S.blockSizes[r];
     T* const xr = x + S.blockOffsets[r];
@@ -53,6 +84,41 @@ void backwardRow(const SparseMatrix<T>& S, unsigned int r, T* x, Visitor writes)
         BlockVectorOps<T>::subtractAtx(S.blockData[slot], xr, x + S.blockOffsets[c], m,
                                        S.blockSizes[c]);
     }
+}
+
+template <int M, class T, class Visitor>
+void backwardRowOfSize(const SparseMatrix<T>& S, unsigned int r, T* x, Visitor writes)
+{
+    T* const xr = x + S.blockOffsets[r];
+    T y[M];
+    for (int i = 0; i < M; ++i)
+        y[i] = xr[i];
+    const unsigned int diagonal = S.rowStart[r + 1] - 1;
+    const T* const F = S.blockData[diagonal];
+    for (int i = M; i-- > 0;) {
+        y[i] = y[i] / F[i * M + i];
+        for (int j = 0; j < i; ++j)
+            y[j] -= y[i] * F[i * M + j];
+    }
+    for (int i = 0; i < M; ++i)
+        xr[i] = y[i];
+    for (unsigned int slot = S.rowStart[r]; slot < diagonal; ++slot) {
+        const unsigned int c = S.blockColumns[slot];
+        writes(c);
+        subtractAtx<M>(S.blockData[slot], y, x + S.blockOffsets[c], S.blockSizes[c]);
+    }
+}
+
+/// Finishes x_r with the diagonal block of S = L·D, which divides by the pivots, and scatters it
+/// into the earlier rows. `writes(c)` is told of every row c before it is changed.
+template <class T, class Visitor>
+void backwardRow(const SparseMatrix<T>& S, unsigned int r, T* x, Visitor writes)
+{
+    const bool fixed = withFixedSize(S.blockSizes[r], [&](auto size) {
+        backwardRowOfSize<decltype(size)::value>(S, r, x, writes);
+    });
+    if (!fixed)
+        backwardRowOfAnySize(S, r, x, writes);
 }
 
 } // namespace detail

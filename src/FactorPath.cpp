@@ -1,0 +1,58 @@
+#include "detail/FactorPath.h"
+
+#include <atomic>
+#include <initializer_list>
+
+namespace kyrOrvel {
+namespace detail {
+
+namespace {
+
+std::atomic<FactorPath>& chosenPath()
+{
+    static std::atomic<FactorPath> path(bestFactorPath());
+    return path;
+}
+
+} // namespace
+
+bool isAvailable(FactorPath path)
+{
+    switch (path) {
+    case FactorPath::Plain:
+    case FactorPath::Baseline:
+        return true;
+#ifdef KYRORVEL_X86_PATHS
+    case FactorPath::Avx2:
+        return __builtin_cpu_supports("avx2");
+    case FactorPath::Avx512:
+        return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl");
+#else
+    case FactorPath::Avx2:
+    case FactorPath::Avx512:
+        return false;
+#endif
+    }
+    return false;
+}
+
+FactorPath bestFactorPath()
+{
+    for (const FactorPath path : {FactorPath::Avx512, FactorPath::Avx2})
+        if (isAvailable(path))
+            return path;
+    return FactorPath::Baseline;
+}
+
+void setFactorPath(FactorPath path)
+{
+    chosenPath() = path;
+}
+
+FactorPath factorPath()
+{
+    return chosenPath().load(std::memory_order_relaxed);
+}
+
+} // namespace detail
+} // namespace kyrOrvel

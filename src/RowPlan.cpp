@@ -1,0 +1,170 @@
+#include "detail/RowPlan.h"
+
+#include "detail/FactorStorage.h"
+
+#include <algorithm>
+
+namespace kyrOrvel {
+namespace detail {
+
+template <class T> bool RowPlan<T>::prepare(const OrvelData<T>& data)
+{
+    if (!isSamePattern(data))
+        m_usable = takePattern(data);
+    return m_usable && takeInput(data);
+}
+
+template <class T> bool RowPlan<T>::isSamePattern(const OrvelData<T>& data) const
+{
+    return data.matrix.numBlockRows == m_numRows && !m_rowStart.empty() &&
+           data.factorRowStart == m_rowStart && data.factorColumns == m_columns &&
+           std::equal(m_sizes.begin(), m_sizes.end(), data.matrix.blockSizes);
+}
+
+/// Copies the pattern; false if it is none for this path.
+template <class T> bool RowPlan<T>::takePattern(const OrvelData<T>& data)
+{
+    const unsigned int n = data.matrix.numBlockRows;
+    m_numRows = n;
+    m_rowStart = data.factorRowStart;
+    m_columns = data.factorColumns;
+    m_sizes.assign(data.matrix.blockSizes, data.matrix.blockSizes + n);
+    if (n == 0 || m_rowStart.size() != std::size_t(n) + 1 || m_rowStart[0] != 0 ||
+        m_rowStart[n] != m_columns.size() ||
+        *std::max_element(m_sizes.begin(), m_sizes.end()) > kMaxRowBlock)
+        return false;
+    m_valueAt.resize(m_columns.size());
+    m_numValues = 0;
+    std::size_t longest = 0;
+    for (unsigned int r = 0; r < n; ++r) {
+        if (m_rowStart[r + 1] <= m_rowStart[r] || m_columns[m_rowStart[r + 1] - 1] != r)
+            return false;
+        std::size_t length = 0;
+        for (unsigned int slot = m_rowStart[r]; slot < m_rowStart[r + 1]; ++slot) {
+            if (slot > m_rowStart[r] && m_columns[slot] <= m_columns[slot - 1])
+                return false;
+            m_valueAt[slot] = m_numValues;
+            m_numValues += std::size_t(m_sizes[r]) * m_sizes[m_columns[slot]];
+            length += m_sizes[m_columns[slot]];
+        }
+        longest = std::max(longest, length);
+    }
+    takeColumns();
+    if (!isClosed())
+        return false;
+    std::size_t dimension = 0;
+    for (const unsigned int size : m_sizes)
+        dimension += size;
+    m_input.resize(m_columns.size());
+    m_workAt.resize(n);
+    m_work.resize(longest * kMaxRowBlock);
+    m_reciprocals.resize(dimension);
+    return true;
+}
+
+template <class T> void RowPlan<T>::takeColumns()
+{
+    m_columnStart.assign(std::size_t(m_numRows) + 1, 0);
+    m_columnEntries.resize(m_columns.size() - m_numRows);
+    for (unsigned int r = 0; r < m_numRows; ++r)
+        for (unsigned int slot = m_rowStart[r]; slot + 1 < m_rowStart[r + 1]; ++slot)
+            ++m_columnStart[m_columns[slot] + 1];
+    for (unsigned int c = 0; c < m_numRows; ++c)
+        m_columnStart[c + 1] += m_columnStart[c];
+    m_done.assign(m_columnStart.begin(), m_columnStart.end() - 1);
+    for (unsigned int r = 0; r < m_numRows; ++r)
+        for (unsigned int slot = m_rowStart[r]; slot + 1 < m_rowStart[r + 1]; ++slot)
+            m_columnEntries[m_done[m_columns[slot]]++] = {r, slot};
+}
+
+/// Whether the rows of every column, but for the first, are rows of the column that the first one
+/// names. Then the rows that two columns share are in the pattern of either row.
+template <class T> bool RowPlan<T>::isClosed() const
+{
+    for (unsigned int k = 0; k < m_numRows; ++k) {
+        if (m_columnStart[k] == m_columnStart[k + 1])
+            continue;
+        const unsigned int parent = m_columnEntries[m_columnStart[k]].row;
+        unsigned int p = m_columnStart[parent];
+        for (unsigned int e = m_columnStart[k] + 1; e < m_columnStart[k + 1]; ++e) {
+            const unsigned int row = m_columnEntries[e].row;
+            while (p < m_columnStart[parent + 1] && m_columnEntries[p].row < row)
+                ++p;
+            if (p == m_columnStart[parent + 1] || m_columnEntries[p].row != row)
+                return false;
+        }
+    }
+    return true;
+}
+
+/// Finds the input's block for every slot; false if the input has a block that the pattern lacks.
+template <class T> bool RowPlan<T>::takeInput(const OrvelData<T>& data)
+{
+    for (unsigned int r = 0; r < m_numRows; ++r) {
+        unsigned int a = data.matrix.rowStart[r];
+        const unsigned int end = data.matrix.rowStart[r + 1];
+        for (unsigned int slot = m_rowStart[r]; slot < m_rowStart[r + 1]; ++slot) {
+            const bool stored = a < end && data.matrix.blockColumns[a] == m_columns[slot];
+            m_input[slot] = stored ? data.matrix.blockData[a++] : nullptr;
+        }
+        if (a < end)
+            return false;
+    }
+    return true;
+}
+
+template <class T> void RowPlan<T>::layOutFactors(OrvelData<T>& data)
+{
+    if (!isLaidOut(data.factor) || !isLaidOut(data.scaledFactor)) {
+        sizeFactors(data);
+        for (unsigned int r = 0; r < m_numRows; ++r)
+            acquireFactorRow(data, r, [](unsigned int, T*) {});
+    }
+    for (SparseMatrix<T>* matrix : {&data.factor, &data.scaledFactor}) {
+        std::fill(matrix->values + m_numValues, matrix->values + matrix->valueCapacity, T(0));
+        matrix->sizeHint = data.matrix.sizeHint;
+    }
+    std::fill_n(data.scaledFactor.blockTags, m_columns.size(), 1u);
+}
+
+template <class T> bool RowPlan<T>::isLaidOut(const SparseMatrix<T>& factor) const
+{
+    if (factor.numBlockRows != m_numRows || factor.numBlocks != m_columns.size() ||
+        factor.valueCapacity < m_numValues + kValueSlack ||
+        !std::equal(m_rowStart.begin(), m_rowStart.end(), factor.rowStart) ||
+        !std::equal(m_columns.begin(), m_columns.end(), factor.blockColumns) ||
+        !std::equal(m_sizes.begin(), m_sizes.end(), factor.blockSizes))
+        return false;
+    for (std::size_t slot = 0; slot < m_valueAt.size(); ++slot)
+        if (factor.blockData[slot] != factor.values + m_valueAt[slot] || factor.blockTags[slot] > 1)
+            return false;
+    return true;
+}
+
+template <class T> RowFactorization<T> RowPlan<T>::task(OrvelData<T>& data)
+{
+    std::fill(m_done.begin(), m_done.end(), 0u);
+    RowFactorization<T> task;
+    task.numRows = m_numRows;
+    task.rowStart = m_rowStart.data();
+    task.columns = m_columns.data();
+    task.sizes = m_sizes.data();
+    task.offsets = data.factor.blockOffsets;
+    task.input = m_input.data();
+    task.L = data.factor.blockData;
+    task.S = data.scaledFactor.blockData;
+    task.pivots = data.pivots.data;
+    task.reciprocals = m_reciprocals.data();
+    task.columnStart = m_columnStart.data();
+    task.columnEntries = m_columnEntries.data();
+    task.done = m_done.data();
+    task.workAt = m_workAt.data();
+    task.work = m_work.data();
+    return task;
+}
+
+template class RowPlan<float>;
+template class RowPlan<double>;
+
+} // namespace detail
+} // namespace kyrOrvel

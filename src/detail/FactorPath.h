@@ -1,0 +1,31 @@
+#ifndef KYRORVEL_DETAIL_FACTOR_PATH_H
+#define KYRORVEL_DETAIL_FACTOR_PATH_H
+
+#include <kyrOrvel/Export>
+
+namespace kyrOrvel {
+namespace detail {
+
+/// The ways to run a serial factorization. All give the same bits.
+enum class FactorPath {
+    Plain,    ///< block by block, as the order of operations is defined
+    Baseline, ///< row by row, compiled for every processor of the architecture
+    Avx2,     ///< the same for AVX2
+    Avx512    ///< the same for AVX-512
+};
+
+/// The fastest that the processor can run; found once.
+FactorPath bestFactorPath();
+
+/// Whether the processor can run a path, and this build has it.
+KYRORVEL_EXPORT bool isAvailable(FactorPath path);
+
+/// Which path factorizations take from now on, in all threads; for tests and measurements.
+KYRORVEL_EXPORT void setFactorPath(FactorPath path);
+
+FactorPath factorPath();
+
+} // namespace detail
+} // namespace kyrOrvel
+
+#endif

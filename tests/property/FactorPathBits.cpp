@@ -1,0 +1,209 @@
+// Every way to run the serial factorization gives the bits of the plain one.
+
+#include "detail/FactorPath.h"
+
+#include "support/BitSystems.h"
+#include "support/Bits.h"
+#include "support/FactorComparison.h"
+#include "support/PlainFactorization.h"
+#include "support/Scalars.h"
+
+#include <kyrOrvel/Orvel>
+
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+#include <vector>
+
+using kyrOrvel::Orvel;
+using kyrOrvel::OrvelData;
+using kyrOrvel::detail::FactorPath;
+using support::Random;
+using support::System;
+
+namespace {
+
+template <class T> class FactorPathBits : public testing::Test {
+protected:
+    ~FactorPathBits() override
+    {
+        for (const FactorPath path : {FactorPath::Baseline, FactorPath::Avx2, FactorPath::Avx512})
+            if (isAvailable(path))
+                setFactorPath(path);
+    }
+
+    template <class F> static void forEachPath(F f)
+    {
+        for (const FactorPath path :
+             {FactorPath::Plain, FactorPath::Baseline, FactorPath::Avx2, FactorPath::Avx512}) {
+            SCOPED_TRACE(int(path));
+            if (!isAvailable(path))
+                continue;
+            setFactorPath(path);
+            f();
+        }
+    }
+
+    /// Closed patterns, or not, with blocks of up to 8 scalars and values that are hard now and
+    /// then.
+    static System<T> system(Random& random)
+    {
+        const bool small = random.chance(0.5);
+        const unsigned int n = random.integer(1, small ? 6 : 25);
+        System<T> result;
+        const support::Sizes kinds = {0, 1, 2, 3, 3, 4, 5, 5, 6, 6, 6, 7, 8};
+        for (unsigned int r = 0; r < n; ++r)
+            result.sizes.push_back(
+                kinds[random.integer(0, static_cast<unsigned int>(kinds.size()) - 1)]);
+        result.rows = support::randomRows(random, n, 0.1 + 0.4 * random.unit());
+        result.factorRows = support::eliminated(result.rows);
+        const bool nasty = random.chance(0.3);
+        for (unsigned int r = 0; r < n; ++r)
+            for (const unsigned int c : result.rows[r]) {
+                const std::size_t count = std::size_t(result.sizes[r]) * result.sizes[c];
+                std::vector<T>& block = result.blocks[{r, c}] =
+                    nasty ? random.nastyScalars<T>(count) : random.scalars<T>(count);
+                if (r == c)
+                    for (unsigned int i = 0; i < result.sizes[r]; ++i)
+                        block[i * (std::size_t(result.sizes[r]) + 1)] += T(4);
+            }
+        return result;
+    }
+};
+TYPED_TEST_SUITE(FactorPathBits, support::Scalars);
+
+TYPED_TEST(FactorPathBits, EqualThePlainFactorization)
+{
+    for (std::uint64_t seed = 1; seed <= 400; ++seed) {
+        SCOPED_TRACE(seed);
+        Random random(seed);
+        const System<TypeParam> system = this->system(random);
+        const auto expected = support::plainFactor(system);
+        this->forEachPath([&] {
+            const auto data = support::makeData(system);
+            Orvel::factorSerial(*data);
+            ASSERT_TRUE(support::sameFactors(*data, expected));
+        });
+        if (this->HasFatalFailure())
+            return;
+    }
+}
+
+TYPED_TEST(FactorPathBits, EqualThePlainFactorizationInReusedStorage)
+{
+    this->forEachPath([] {
+        OrvelData<TypeParam> data;
+        for (std::uint64_t seed = 1001; seed <= 1150; ++seed) {
+            SCOPED_TRACE(seed);
+            Random random(seed);
+            System<TypeParam> system = FactorPathBits<TypeParam>::system(random);
+            for (int run = 0; run < 2; ++run) {
+                support::load(system, data);
+                Orvel::factorSerial(data);
+                ASSERT_TRUE(support::sameFactors(data, support::plainFactor(system)));
+                for (auto& block : system.blocks)
+                    for (TypeParam& v : block.second)
+                        v *= TypeParam(0.75);
+            }
+        }
+    });
+}
+
+TYPED_TEST(FactorPathBits, EqualThePlainFactorizationOnAnyPatterns)
+{
+    this->forEachPath([] {
+        for (std::uint64_t seed = 1; seed <= 150; ++seed) {
+            SCOPED_TRACE(seed);
+            Random random(seed);
+            const System<TypeParam> system = support::bitSystem<TypeParam>(random);
+            const auto data = support::makeData(system);
+            Orvel::factorSerial(*data);
+            ASSERT_TRUE(support::sameFactors(*data, support::plainFactor(system)));
+        }
+    });
+}
+
+// X      Column 1 of L has row 2 in it although the pattern does not say so: plain drops the
+// update, X X    and so must all. X . X
+TYPED_TEST(FactorPathBits, PatternThatIsNotClosedIsTakenAsItIs)
+{
+    System<TypeParam> system =
+        support::scalarSystem<TypeParam>({"X", "X X", "X . X"}, {{2}, {1, 3}, {1, 0, 5}});
+    system.factorRows = system.rows;
+    const auto expected = support::plainFactor(system);
+    this->forEachPath([&] {
+        const auto data = support::makeData(system);
+        Orvel::factorSerial(*data);
+        EXPECT_TRUE(support::sameFactors(*data, expected));
+    });
+}
+
+TYPED_TEST(FactorPathBits, ValuesLeftInTheFactorsDoNotMatter)
+{
+    Random random(3);
+    const System<TypeParam> system = this->system(random);
+    const auto expected = support::plainFactor(system);
+    this->forEachPath([&] {
+        const auto data = support::makeData(system);
+        Orvel::factorSerial(*data);
+        for (auto* matrix : {&data->factor, &data->scaledFactor}) {
+            for (unsigned int v = 0; v < matrix->valueCapacity; ++v)
+                matrix->values[v] = TypeParam(77);
+            for (unsigned int b = 0; b < matrix->numBlocks; ++b)
+                matrix->blockTags[b] = 1;
+        }
+        Orvel::factorSerial(*data);
+        EXPECT_TRUE(support::sameFactors(*data, expected));
+        const unsigned int end = data->factor.valueCapacity;
+        for (unsigned int v = end - 64; v < end; ++v)
+            EXPECT_EQ(data->factor.values[v], 0) << "spare scalars";
+    });
+}
+
+TYPED_TEST(FactorPathBits, EstimateInBetweenDoesNotMatter)
+{
+    Random random(4);
+    const System<TypeParam> system = this->system(random);
+    const auto expected = support::plainFactor(system);
+    this->forEachPath([&] {
+        const auto data = support::makeData(system);
+        Orvel::factorSerial(*data);
+        Orvel::estimateWork<TypeParam>(*data, nullptr);
+        Orvel::factorSerial(*data);
+        EXPECT_TRUE(support::sameFactors(*data, expected));
+    });
+}
+
+TYPED_TEST(FactorPathBits, TagsCountsAndCapacitiesAreThoseOfThePlainOne)
+{
+    for (std::uint64_t seed = 1; seed <= 50; ++seed) {
+        SCOPED_TRACE(seed);
+        Random random(seed);
+        const System<TypeParam> system = this->system(random);
+        kyrOrvel::detail::setFactorPath(FactorPath::Plain);
+        const auto plain = support::makeData(system);
+        Orvel::factorSerial(*plain);
+        this->forEachPath([&] {
+            const auto data = support::makeData(system);
+            Orvel::factorSerial(*data);
+            Orvel::factorSerial(*data);
+            for (auto member :
+                 {&OrvelData<TypeParam>::factor, &OrvelData<TypeParam>::scaledFactor}) {
+                const auto& a = (*data).*member;
+                const auto& b = (*plain).*member;
+                EXPECT_EQ(a.numBlocks, b.numBlocks);
+                EXPECT_EQ(a.numBlockRows, b.numBlockRows);
+                EXPECT_EQ(a.sizeHint, b.sizeHint);
+                EXPECT_EQ(a.valueCapacity, b.valueCapacity);
+                EXPECT_EQ(a.blockCapacity, b.blockCapacity);
+                EXPECT_EQ(a.rowCapacity, b.rowCapacity);
+                for (unsigned int s = 0; s < a.numBlocks; ++s)
+                    EXPECT_EQ(a.blockTags[s], b.blockTags[s]) << s;
+            }
+            EXPECT_EQ(data->pivots.size, plain->pivots.size);
+            EXPECT_EQ(data->factored, plain->factored);
+        });
+    }
+}
+
+} // namespace
