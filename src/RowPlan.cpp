@@ -9,15 +9,18 @@ namespace detail {
 
 template <class T> bool RowPlan<T>::prepare(const OrvelData<T>& data)
 {
-    if (!isSamePattern(data))
+    if (!m_known || !isSamePattern(data)) {
+        m_known = false; // should an allocation fail
         m_usable = takePattern(data);
+        m_known = true;
+    }
     return m_usable && takeInput(data);
 }
 
 template <class T> bool RowPlan<T>::isSamePattern(const OrvelData<T>& data) const
 {
-    return data.matrix.numBlockRows == m_numRows && !m_rowStart.empty() &&
-           data.factorRowStart == m_rowStart && data.factorColumns == m_columns &&
+    return data.matrix.numBlockRows == m_numRows && data.factorRowStart == m_rowStart &&
+           data.factorColumns == m_columns &&
            std::equal(m_sizes.begin(), m_sizes.end(), data.matrix.blockSizes);
 }
 

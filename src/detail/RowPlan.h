@@ -34,8 +34,9 @@ private:
     bool takeInput(const OrvelData<T>& data);
     bool isLaidOut(const SparseMatrix<T>& factor) const;
 
-    unsigned int m_numRows = 0;
+    bool m_known = false; ///< whether the pattern below is whole
     bool m_usable = false;
+    unsigned int m_numRows = 0;
     std::vector<unsigned int> m_rowStart;
     std::vector<unsigned int> m_columns;
     std::vector<unsigned int> m_sizes;
