@@ -141,41 +141,31 @@ private:
         }
     }
 
-    /// Dense L·D·Lᵀ of what is left of A(r, r).
+    /// Dense L·D·Lᵀ of what is left of A(r, r), column by column: each takes its products out of all
+    /// columns to its right, in the order in which the plain loops fetch them.
     void finishDiagonal() const
     {
         const unsigned int n = m_size;
-        const T* const work = m.work + m.workAt[m_r];
+        T* const work = m.work + m.workAt[m_r];
         T* const B = m.L[m_diagonal];
         T* const S = m.S[m_diagonal];
         T* const d = m.pivots + m.offsets[m_r];
-        T* const w = m.reciprocals + m.offsets[m_r];
-        for (unsigned int i = 0; i < n; ++i) {
-            for (unsigned int j = 0; j < i; ++j)
-                B[i * n + j] = work[j * Lanes + i];
-            d[i] = work[i * Lanes + i];
-        }
-        for (unsigned int i = 0; i < n; ++i) {
-            T* const b = B + i * n;
-            T scaled[kMaxRowBlock];
-            for (unsigned int j = 0; j < i; ++j) {
-                const T* const bj = B + j * n;
-                T x = b[j];
-                for (unsigned int t = 0; t < j; ++t)
-                    x -= scaled[t] * bj[t];
-                b[j] = x / d[j];
-                scaled[j] = b[j] * d[j];
-                S[i * n + j] = scaled[j];
+        for (unsigned int t = 0; t < n; ++t) {
+            const V column = lanes(work, t);
+            const T pivot = column[t];
+            const V x = column / pivot;
+            const V scaled = x * pivot;
+            for (unsigned int j = t + 1; j < n; ++j)
+                lanes(work, j) -= scaled * x[j];
+            d[t] = pivot;
+            m.reciprocals[m.offsets[m_r] + t] = T(1) / pivot;
+            B[t * n + t] = T(1);
+            S[t * n + t] = pivot;
+            for (unsigned int i = t + 1; i < n; ++i) {
+                B[i * n + t] = x[i];
+                S[i * n + t] = scaled[i];
+                B[t * n + i] = T(0);
             }
-            T pivot = d[i];
-            for (unsigned int t = 0; t < i; ++t)
-                pivot -= b[t] * scaled[t];
-            d[i] = pivot;
-            w[i] = T(1) / pivot;
-            b[i] = T(1);
-            S[i * n + i] = T(1) * pivot;
-            for (unsigned int j = i + 1; j < n; ++j)
-                b[j] = T(0);
         }
         // Zeros above the diagonal times the pivots: signed zeros, and NaNs of infinite pivots.
         for (unsigned int i = 0; i < n; ++i)
