@@ -54,5 +54,42 @@ FactorPath factorPath()
     return chosenPath().load(std::memory_order_relaxed);
 }
 
+template <class T> void (*rowFactorizer())(const RowFactorization<T>&)
+{
+    switch (factorPath()) {
+    case FactorPath::Plain:
+        return nullptr;
+#ifdef KYRORVEL_X86_PATHS
+    case FactorPath::Avx2:
+        return factorRowsAvx2;
+    case FactorPath::Avx512:
+        return factorRowsAvx512;
+#endif
+    default:
+        return factorRowsBaseline;
+    }
+}
+
+template <class T> UpdateFront<T> frontUpdater()
+{
+    switch (factorPath()) {
+    case FactorPath::Plain:
+        return nullptr;
+#ifdef KYRORVEL_X86_PATHS
+    case FactorPath::Avx2:
+        return updateFrontAvx2;
+    case FactorPath::Avx512:
+        return updateFrontAvx512;
+#endif
+    default:
+        return updateFrontBaseline;
+    }
+}
+
+template void (*rowFactorizer())(const RowFactorization<float>&);
+template void (*rowFactorizer())(const RowFactorization<double>&);
+template UpdateFront<float> frontUpdater();
+template UpdateFront<double> frontUpdater();
+
 } // namespace detail
 } // namespace kyrOrvel

@@ -19,5 +19,17 @@ void factorRowsBaseline(const RowFactorization<double>& task)
     factorRows(task);
 }
 
+void updateFrontBaseline(const float* S, unsigned int na, unsigned int nb,
+                         const FrontTarget<float>* targets, unsigned int count)
+{
+    updateFront(S, na, nb, targets, count);
+}
+
+void updateFrontBaseline(const double* S, unsigned int na, unsigned int nb,
+                         const FrontTarget<double>* targets, unsigned int count)
+{
+    updateFront(S, na, nb, targets, count);
+}
+
 } // namespace detail
 } // namespace kyrOrvel

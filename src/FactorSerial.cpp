@@ -183,31 +183,12 @@ private:
     T* m_blockWork = nullptr;  ///< M² elements
 };
 
-template <class T> void factorRows(detail::FactorPath path, const detail::RowFactorization<T>& task)
-{
-    switch (path) {
-    case detail::FactorPath::Plain:
-    case detail::FactorPath::Baseline:
-        return detail::factorRowsBaseline(task);
-#ifdef KYRORVEL_X86_PATHS
-    case detail::FactorPath::Avx2:
-        return detail::factorRowsAvx2(task);
-    case detail::FactorPath::Avx512:
-        return detail::factorRowsAvx512(task);
-#else
-    case detail::FactorPath::Avx2:
-    case detail::FactorPath::Avx512:
-        return detail::factorRowsBaseline(task);
-#endif
-    }
-}
-
 /// The same factorization row by row, 2 to 5 times as fast on blocks of 3 to 6. False, nothing
 /// done, if the system is none for it.
 template <class T> bool factorByRows(OrvelData<T>& data)
 {
-    const detail::FactorPath path = detail::factorPath();
-    if (path == detail::FactorPath::Plain || data.pivotBounds)
+    const auto factorRows = detail::rowFactorizer<T>();
+    if (!factorRows || data.pivotBounds)
         return false;
     data.factored = 0;
     if (!data.rowPlan)
@@ -218,7 +199,7 @@ template <class T> bool factorByRows(OrvelData<T>& data)
     zeroedWork(data, largestSquare(data.matrix));
     plan.layOutFactors(data);
     detail::sizePivots(data);
-    factorRows(path, plan.task(data));
+    factorRows(plan.task(data));
     data.factored = 1;
     return true;
 }

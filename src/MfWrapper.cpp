@@ -1,6 +1,7 @@
 #include <kyrOrvel/MultifrontManager>
 
 #include "detail/BlockSteps.h"
+#include "detail/FactorPath.h"
 #include "detail/PivotBound.h"
 #include "detail/UpdateSearch.h"
 
@@ -260,14 +261,14 @@ private:
     void updateFront(unsigned int k, unsigned int i)
     {
         const unsigned int a = entriesOf(k)[i];
-        const T* const S = m_data.scaledFactor.blockData[slotOf(a, k)];
         const unsigned int* const ofK = entriesOf(k);
         const unsigned int* const ofA = entriesOf(a);
         unsigned int j = i;
         unsigned int q = 0;
+        openUpdates(k, a);
         while (j < countOf(k) && q < countOf(a)) {
             if (ofK[j] == ofA[q]) {
-                subtractProduct(k, front(k, j), ofK[j], S, a, front(a, q));
+                addUpdate({front(k, j), front(a, q), m_sizes[ofK[j]]});
                 ++j;
                 ++q;
             } else if (ofA[q] < ofK[j]) {
@@ -276,6 +277,7 @@ private:
                 ++j;
             }
         }
+        closeUpdates();
     }
 
     /// Updates the list of b, the last node of this thread on the way up, with all pairs of the
@@ -286,20 +288,40 @@ private:
         detail::UpdateSearch<T> search(*m_nodes[b].updates, entriesOf(b) + 1, countOf(b) - 1);
         for (unsigned int i = first; i < countOf(k); ++i) {
             const unsigned int r = entries[i];
-            const T* const S = m_data.scaledFactor.blockData[slotOf(r, k)];
             search.startColumn(r);
+            openUpdates(k, r);
             for (unsigned int j = i; j < countOf(k); ++j)
-                subtractProduct(k, front(k, j), entries[j], S, r, search.find(entries[j], r));
+                addUpdate({front(k, j), search.find(entries[j], r), m_sizes[entries[j]]});
+            closeUpdates();
         }
     }
 
-    /// C -= L(c, k)·S(a, k)ᵀ, C size(c) × size(a).
-    void subtractProduct(unsigned int k, const T* L, unsigned int c, const T* S, unsigned int a,
-                         T* C) const
+    /// From here to closeUpdates, C -= L(c, k)·S(a, k)ᵀ for what is added, C size(c) × size(a).
+    void openUpdates(unsigned int k, unsigned int a)
     {
-        const int p = static_cast<int>(m_sizes[k]);
-        const int n = static_cast<int>(m_sizes[a]);
-        orvel_MM_CM_ABt(L, p, S, p, C, n, static_cast<int>(m_sizes[c]), n, p);
+        m_scaled = m_data.scaledFactor.blockData[slotOf(a, k)];
+        m_width = m_sizes[a];
+        m_depth = m_sizes[k];
+    }
+
+    void addUpdate(const detail::FrontTarget<T>& target)
+    {
+        m_targets[m_numTargets++] = target;
+        if (m_numTargets == kMaxTargets)
+            closeUpdates();
+    }
+
+    void closeUpdates()
+    {
+        if (m_updateFront && m_width <= detail::kMaxRowBlock && m_depth <= detail::kMaxRowBlock) {
+            m_updateFront(m_scaled, m_width, m_depth, m_targets, m_numTargets);
+        } else {
+            for (unsigned int t = 0; t < m_numTargets; ++t)
+                orvel_MM_CM_ABt(m_targets[t].L, int(m_depth), m_scaled, int(m_depth),
+                                m_targets[t].C, int(m_width), int(m_targets[t].rows), int(m_width),
+                                int(m_depth));
+        }
+        m_numTargets = 0;
     }
 
     /// The slot of column k in row r of the factor. Columns come in ascending order unless this
@@ -332,6 +354,16 @@ private:
     unsigned int m_highest = 0; ///< highest node factored so far
     bool m_outOfOrder = false;  ///< the node at hand is below it: the cursors are past it
     std::deque<unsigned int> m_stack;
+
+    // Updates with one block of L·D, handed over together: one call for each would cost as much as
+    // the arithmetic.
+    static constexpr unsigned int kMaxTargets = 64;
+    const detail::UpdateFront<T> m_updateFront = detail::frontUpdater<T>(); ///< null: plain
+    const T* m_scaled = nullptr;                                            ///< S(a, k)
+    unsigned int m_width = 0;                                               ///< size of a
+    unsigned int m_depth = 0;                                               ///< size of k
+    unsigned int m_numTargets = 0;
+    detail::FrontTarget<T> m_targets[kMaxTargets];
 };
 
 } // namespace

@@ -1,12 +1,14 @@
 #ifndef KYRORVEL_DETAIL_FACTOR_PATH_H
 #define KYRORVEL_DETAIL_FACTOR_PATH_H
 
+#include "RowFactorization.h"
+
 #include <kyrOrvel/Export>
 
 namespace kyrOrvel {
 namespace detail {
 
-/// The ways to run a serial factorization. All give the same bits.
+/// The ways to run a factorization. All give the same bits.
 enum class FactorPath {
     Plain,    ///< block by block, as the order of operations is defined
     Baseline, ///< row by row, compiled for every processor of the architecture
@@ -24,6 +26,10 @@ KYRORVEL_EXPORT bool isAvailable(FactorPath path);
 KYRORVEL_EXPORT void setFactorPath(FactorPath path);
 
 FactorPath factorPath();
+
+/// The function of the path that factorizations take, or null for the plain one.
+template <class T> void (*rowFactorizer())(const RowFactorization<T>&);
+template <class T> UpdateFront<T> frontUpdater();
 
 } // namespace detail
 } // namespace kyrOrvel

@@ -39,13 +39,38 @@ template <class T> struct RowFactorization {
     T* work;              ///< the row at hand, kMaxRowBlock lanes for each of its scalar columns
 };
 
+/// A block of a front, and the factor's block that changes it.
+template <class T> struct FrontTarget {
+    const T* L; ///< rows × nb
+    T* C;       ///< rows × na
+    unsigned int rows;
+};
+
+/// C -= L·Sᵀ for each target of a front, S na × nb, neither above kMaxRowBlock. The running sums of
+/// orvel_MM_CM_ABt, a lane for each column of C.
+template <class T>
+using UpdateFront = void (*)(const T* S, unsigned int na, unsigned int nb,
+                             const FrontTarget<T>* targets, unsigned int count);
+
 // One function for each instruction set, for float and for double.
 void factorRowsBaseline(const RowFactorization<float>& task);
 void factorRowsBaseline(const RowFactorization<double>& task);
+void updateFrontBaseline(const float*, unsigned int, unsigned int, const FrontTarget<float>*,
+                         unsigned int);
+void updateFrontBaseline(const double*, unsigned int, unsigned int, const FrontTarget<double>*,
+                         unsigned int);
 void factorRowsAvx2(const RowFactorization<float>& task);
 void factorRowsAvx2(const RowFactorization<double>& task);
+void updateFrontAvx2(const float*, unsigned int, unsigned int, const FrontTarget<float>*,
+                     unsigned int);
+void updateFrontAvx2(const double*, unsigned int, unsigned int, const FrontTarget<double>*,
+                     unsigned int);
 void factorRowsAvx512(const RowFactorization<float>& task);
 void factorRowsAvx512(const RowFactorization<double>& task);
+void updateFrontAvx512(const float*, unsigned int, unsigned int, const FrontTarget<float>*,
+                       unsigned int);
+void updateFrontAvx512(const double*, unsigned int, unsigned int, const FrontTarget<double>*,
+                       unsigned int);
 
 } // namespace detail
 } // namespace kyrOrvel

@@ -259,18 +259,43 @@ TEST(BlockLDLTThreads, AutomaticIsSerialForSmallSystems)
     EXPECT_EQ(solver.data().useMultifrontal, 0u);
 }
 
+/// A binary tree of large blocks.
+BlockMatrix<double> treeOfBlocks(unsigned int blocks, unsigned int size)
+{
+    BlockMatrix<double> A(std::vector<unsigned int>(blocks, size));
+    for (unsigned int b = 0; b < blocks; ++b) {
+        for (unsigned int i = 0; i < size; ++i)
+            A.block(b, b)[i * (size + 1)] = 4;
+        if (b > 0)
+            A.block(b, (b - 1) / 2)[0] = 1;
+    }
+    return A;
+}
+
 TEST(BlockLDLTThreads, AutomaticIsMultifrontalWhereThatIsShorter)
 {
-    const Scene scene = kyrOrvel::client::makeLattice(9);
+    const BlockMatrix<double> A = treeOfBlocks(127, 24);
     BlockLDLT<double> solver;
     ASSERT_TRUE(solver.setThreads(4).ok());
 
-    ASSERT_TRUE(solver.analyzePattern(scene.matrix).ok());
+    ASSERT_TRUE(solver.analyzePattern(A).ok());
 
     EXPECT_TRUE(solver.analysis().multifrontal);
     EXPECT_EQ(solver.analysis().threads, 4u);
     EXPECT_GE(solver.analysis().makespan * 4, solver.analysis().work);
     EXPECT_LT(solver.analysis().makespan, solver.analysis().work);
+}
+
+// The serial factorization goes row by row there, several times as fast as the multifrontal one.
+TEST(BlockLDLTThreads, AutomaticIsSerialWhereBlocksAreSmallAndThreadsFew)
+{
+    const Scene scene = kyrOrvel::client::makeLattice(9);
+    BlockLDLT<double> solver;
+    ASSERT_TRUE(solver.setThreads(2).ok());
+
+    ASSERT_TRUE(solver.analyzePattern(scene.matrix).ok());
+
+    EXPECT_FALSE(solver.analysis().multifrontal);
 }
 
 TEST(BlockLDLTThreads, SerialStaysSerialWhateverTheThreads)
