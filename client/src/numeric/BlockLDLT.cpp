@@ -20,6 +20,7 @@ template <class T> Status BlockLDLT<T>::Impl::analyze(const BlockMatrix<T>& A, b
 {
     const PhaseTimer timer(statistics.analysisSeconds);
     forgetAnalysis();
+    takeIds(A);
     statistics.analysisReused = findInCache(A);
     if (!statistics.analysisReused) {
         AnalyzedSystem<T>& next = makeRoom();
@@ -83,12 +84,12 @@ template <class T> Status BlockLDLT<T>::Impl::factor(const BlockMatrix<T>& A)
     factorized = false;
     if (!analyzed)
         return callSequence("analyzePattern");
+    takeIds(A);
     Status result = system().pattern.compare(A);
     if (result.ok())
         result = load(A);
     if (!result.ok())
         return result;
-    takeIds(A);
     PivotFailure<T> failure = factorOnce();
     if (failure.kind != PivotFailure<T>::Kind::None && system().canOrderLater() &&
         regularization == Regularization::None) {
