@@ -73,7 +73,7 @@ template <class T> struct BlockLDLT<T>::Impl {
     void prepareVectors();
     Status factor(const BlockMatrix<T>& A);
     Status load(const BlockMatrix<T>& A);
-    Status applyCompliance(unsigned int firstTrailing);
+    Status applyCompliance(const BlockMatrix<T>& A);
     PivotFailure<T> factorOnce();
     Status report(const PivotFailure<T>& failure);
     void takeIds(const BlockMatrix<T>& A);
