@@ -81,7 +81,7 @@ public:
 private:
     typename PivotFailure<T>::Kind judge(const OrvelData<T>& data, unsigned int r, unsigned int i,
                                          const PivotFailure<T>& pivot, PivotDemands demands);
-    typename PivotFailure<T>::Kind wrongSign(bool trailing, unsigned int i) const;
+    typename PivotFailure<T>::Kind wrongSign(const PivotFailure<T>& pivot, bool trailing) const;
     bool isNoise(const OrvelData<T>& data, unsigned int r, unsigned int i, T magnitude);
     void count(T pivot);
 
