@@ -150,7 +150,7 @@ TYPED_TEST(StatusIds, OfAValueThatIsNotFiniteAreThoseOfTheMatrixGiven)
 
 TYPED_TEST(StatusIds, OfWrongSignsNameTheBody)
 {
-    auto A = support::scalarMatrix<TypeParam>({{4}, {0, -4}, {1, 1, 0}}, 2);
+    auto A = support::scalarMatrix<TypeParam>({{4}, {0, -20}, {1, 1, 0}}, 2);
     this->setIds(A);
     BlockLDLT<TypeParam> solver;
 
