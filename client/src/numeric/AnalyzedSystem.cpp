@@ -158,6 +158,7 @@ Status AnalyzedSystem<T>::buildStructure(const BlockMatrix<T>& A, OrderingResult
     Status result = planThreads(sizes, counts.scalars);
     if (!result.ok())
         return result;
+    compliant = false;
     scatter.prepare(A, ordering.pattern, analysis.order, analysis.position, analysis.multifrontal,
                     data.matrix);
     analysis.factorBlocks = counts.blocks;

@@ -32,6 +32,7 @@ public:
     /// be moved behind that.
     std::vector<unsigned char> early;
     bool analyzed = false;
+    bool compliant = false; ///< whether data.matrix holds compliances
 
     /// Analyses A's pattern by `settings`. Storage of an earlier analysis is reused.
     ///

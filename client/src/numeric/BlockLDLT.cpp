@@ -20,6 +20,7 @@ template <class T> Status BlockLDLT<T>::Impl::analyze(const BlockMatrix<T>& A, b
 {
     const PhaseTimer timer(statistics.analysisSeconds);
     forgetAnalysis();
+    takeIds(A);
     statistics.analysisReused = findInCache(A);
     if (!statistics.analysisReused) {
         AnalyzedSystem<T>& next = makeRoom();
@@ -83,12 +84,12 @@ template <class T> Status BlockLDLT<T>::Impl::factor(const BlockMatrix<T>& A)
     factorized = false;
     if (!analyzed)
         return callSequence("analyzePattern");
+    takeIds(A);
     Status result = system().pattern.compare(A);
     if (result.ok())
         result = load(A);
     if (!result.ok())
         return result;
-    takeIds(A);
     PivotFailure<T> failure = factorOnce();
     while (isUnusable(failure) && system().canOrderLater()) {
         result = orderLater(A);
@@ -127,27 +128,31 @@ template <class T> Status BlockLDLT<T>::Impl::orderLater(const BlockMatrix<T>& A
 template <class T> Status BlockLDLT<T>::Impl::load(const BlockMatrix<T>& A)
 {
     const Status result = system().scatter.run(A);
-    return result.ok() ? applyCompliance(A.firstTrailing()) : result;
+    return result.ok() ? applyCompliance(A) : result;
 }
 
-template <class T> Status BlockLDLT<T>::Impl::applyCompliance(unsigned int firstTrailing)
+/// Diagonal blocks that A does not have still hold the compliances of the time before: all
+/// diagonals are written anew.
+template <class T> Status BlockLDLT<T>::Impl::applyCompliance(const BlockMatrix<T>& A)
 {
-    const std::vector<unsigned int>& position = system().analysis.position;
-    if (!compliances.empty() && compliances.size() != position.size() - firstTrailing)
+    const std::size_t trailing = A.numBlockRows() - A.firstTrailing();
+    if (!compliances.empty() && compliances.size() != trailing)
         return {StatusCode::InvalidInput,
                 "there are " + std::to_string(compliances.size()) + " compliances for " +
-                    std::to_string(position.size() - firstTrailing) + " trailing blocks",
+                    std::to_string(trailing) + " trailing blocks",
                 kNone, kNone};
-    if (compliances.empty() && compliance == 0)
+    const bool compliant = compliance != 0 || !compliances.empty();
+    if (!compliant && !system().compliant)
         return {};
-    const SparseMatrix<T>& A = data().matrix;
-    for (std::size_t t = firstTrailing; t < position.size(); ++t) {
-        const T c = compliances.empty() ? compliance : compliances[t - firstTrailing];
-        const unsigned int k = position[t];
-        const std::size_t m = A.blockSizes[k];
-        T* const block = diagonalBlock(A, data().useMultifrontal != 0, k);
+    system().compliant = compliant;
+    for (unsigned int t = A.firstTrailing(); t < A.numBlockRows(); ++t) {
+        const T c = compliances.empty() ? compliance : compliances[t - A.firstTrailing()];
+        const std::size_t m = A.blockSize(t);
+        const T* const own = A.find(t, t);
+        T* const block = diagonalBlock(data().matrix, data().useMultifrontal != 0,
+                                       system().analysis.position[t]);
         for (std::size_t i = 0; i < m; ++i)
-            block[i * m + i] -= c;
+            block[i * m + i] = (own ? own[i * m + i] : T(0)) - c;
     }
     return {};
 }

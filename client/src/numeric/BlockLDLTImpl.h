@@ -54,7 +54,7 @@ template <class T> struct BlockLDLT<T>::Impl {
 
     PivotCheck<T> pivotCheck;
     std::vector<T> pivotBounds;
-    std::vector<std::uint64_t> ids; ///< of the matrix factored, or none
+    std::vector<std::uint64_t> ids; ///< of the matrix given last, or none
     std::vector<T> work;            ///< vectors in elimination order: the one being solved,
     std::vector<T> rightHandSide;   ///< and for refinement what to solve for,
     std::vector<T> solution;        ///< the best so far,
@@ -74,7 +74,7 @@ template <class T> struct BlockLDLT<T>::Impl {
     void prepareVectors();
     Status factor(const BlockMatrix<T>& A);
     Status load(const BlockMatrix<T>& A);
-    Status applyCompliance(unsigned int firstTrailing);
+    Status applyCompliance(const BlockMatrix<T>& A);
     PivotFailure<T> factorOnce();
     PivotDemands demands() const;
     bool isUnusable(const PivotFailure<T>& failure) const;
@@ -109,8 +109,11 @@ template <class T> struct BlockLDLT<T>::Impl {
     /// Runs a step, turning exhausted memory into a status, and puts the caller's ids into it.
     template <class Step> const Status& guard(Step step)
     {
-        status = guardMemory(step);
-        addIds(status);
+        status = guardMemory([&] {
+            Status result = step();
+            addIds(result);
+            return result;
+        });
         return status;
     }
 

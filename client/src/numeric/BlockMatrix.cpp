@@ -56,9 +56,10 @@ template <class T> const T* BlockMatrix<T>::find(unsigned int r, unsigned int c)
 template <class T> Status BlockMatrix<T>::add(unsigned int r, unsigned int c, const T* values)
 {
     const auto refuse = [&](const std::string& why) {
+        const unsigned int late = std::max(r, c);
         return Status{StatusCode::InvalidInput,
-                      "block (" + std::to_string(r) + ", " + std::to_string(c) + ") " + why,
-                      std::max(r, c), kNone};
+                      "block (" + std::to_string(r) + ", " + std::to_string(c) + ") " + why, late,
+                      kNone, late < numBlockRows() ? id(late) : late};
     };
     if (std::max(r, c) >= numBlockRows())
         return refuse("lies outside a matrix of " + std::to_string(numBlockRows()) + " block rows");

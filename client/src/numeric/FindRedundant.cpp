@@ -1,4 +1,5 @@
 #include "../OutOfMemory.h"
+#include "MatrixPattern.h"
 
 #include <kyrOrvelClient/BlockLDLT>
 #include <kyrOrvelClient/Diagnosis>
@@ -11,7 +12,9 @@ namespace client {
 
 namespace {
 
-/// A copy in which every trailing block has a diagonal block, so that one can be given to it.
+/// A copy in which every trailing block that couples to an ordinary one has a diagonal block, so
+/// that one can be given to it without another analysis. To the others it would seem to give pivots
+/// of their own.
 template <class T> BlockMatrix<T> copyWithDiagonals(const BlockMatrix<T>& A)
 {
     BlockMatrix<T> copy(A.blockSizes(), A.firstTrailing());
@@ -19,7 +22,8 @@ template <class T> BlockMatrix<T> copyWithDiagonals(const BlockMatrix<T>& A)
         for (const auto& entry : A.row(r))
             std::copy_n(entry.values, std::size_t(A.blockSize(r)) * A.blockSize(entry.column),
                         copy.block(r, entry.column));
-        if (r >= A.firstTrailing())
+        if (r >= A.firstTrailing() && !A.row(r).empty() &&
+            A.row(r).front().column < A.firstTrailing())
             copy.block(r, r);
         if (A.hasIds())
             copy.setId(r, A.id(r));
@@ -27,7 +31,7 @@ template <class T> BlockMatrix<T> copyWithDiagonals(const BlockMatrix<T>& A)
     return copy;
 }
 
-/// Decouples a block from all others and gives it pivots of its own; the pattern stays.
+/// Decouples a block from all others and gives it pivots of its own.
 template <class T> void takeOut(BlockMatrix<T>& A, unsigned int block)
 {
     const std::size_t m = A.blockSize(block);
@@ -48,6 +52,8 @@ template <class T> std::vector<Status> findRedundant(const BlockMatrix<T>& A)
     const Status last = guardMemory([&]() -> Status {
         BlockMatrix<T> rest = copyWithDiagonals(A);
         BlockLDLT<T> solver;
+        if (!MatrixPattern(A).signsAreKnown()) // of the copy they might seem to be
+            solver.setSigns(Signs::Any);
         while (solver.compute(rest).code == StatusCode::Singular &&
                solver.info().block >= A.firstTrailing() && solver.info().block < A.numBlockRows()) {
             found.push_back(solver.info());

@@ -84,7 +84,7 @@ PivotFailure<T> PivotCheck<T>::checkBlock(const OrvelData<T>& data, unsigned int
         pivot.scale = m_scales[i];
         pivot.kind = judge(data, r, i, pivot, strong);
         if (pivot.kind == Kind::None && demands.signs && (pivot.pivot < 0) != trailing)
-            pivot.kind = wrongSign(trailing, i);
+            pivot.kind = wrongSign(pivot, trailing);
         if (pivot.kind != Kind::None)
             return pivot;
         count(pivot.pivot);
@@ -151,13 +151,17 @@ typename PivotFailure<T>::Kind PivotCheck<T>::judge(const OrvelData<T>& data, un
     return Kind::None;
 }
 
-/// Behind sound pivots, only a positive diagonal of its own can make the pivot of a trailing row
-/// positive; any other was negative and too small to tell.
+/// Behind sound pivots, only a diagonal block of its own that is not negative definite can make the
+/// pivot of a trailing row positive. Where it is small besides, it was negative and too small to
+/// tell.
 template <class T>
-typename PivotFailure<T>::Kind PivotCheck<T>::wrongSign(bool trailing, unsigned int i) const
+typename PivotFailure<T>::Kind PivotCheck<T>::wrongSign(const PivotFailure<T>& pivot,
+                                                        bool trailing) const
 {
     using Kind = typename PivotFailure<T>::Kind;
-    return trailing && !(m_diagonal[i] > 0) ? Kind::Lost : Kind::WrongSign;
+    const T small = std::sqrt(std::numeric_limits<T>::epsilon()) * pivot.scale;
+    return trailing && !(m_diagonal[pivot.row] > 0) && pivot.pivot <= small ? Kind::Lost
+                                                                            : Kind::WrongSign;
 }
 
 template <class T>

@@ -98,7 +98,7 @@ private:
                                const std::vector<unsigned int>& order, unsigned int firstTrailing,
                                PivotDemands demands);
     bool hasBounded(const OrvelData<T>& data, unsigned int r) const;
-    typename PivotFailure<T>::Kind wrongSign(bool trailing, unsigned int i) const;
+    typename PivotFailure<T>::Kind wrongSign(const PivotFailure<T>& pivot, bool trailing) const;
     bool isNoise(const OrvelData<T>& data, unsigned int r, unsigned int i, T magnitude);
     void count(T pivot);
 
