@@ -10,22 +10,22 @@
 
 template <class T, int Lanes> struct Vector;
 template <> struct Vector<double, 2> {
-    typedef double type __attribute__((vector_size(16), aligned(8), may_alias));
+    using type __attribute__((vector_size(16), aligned(8), may_alias)) = double;
 };
 template <> struct Vector<float, 2> {
-    typedef float type __attribute__((vector_size(8), aligned(4), may_alias));
+    using type __attribute__((vector_size(8), aligned(4), may_alias)) = float;
 };
 template <> struct Vector<double, 4> {
-    typedef double type __attribute__((vector_size(32), aligned(8), may_alias));
+    using type __attribute__((vector_size(32), aligned(8), may_alias)) = double;
 };
 template <> struct Vector<double, 8> {
-    typedef double type __attribute__((vector_size(64), aligned(8), may_alias));
+    using type __attribute__((vector_size(64), aligned(8), may_alias)) = double;
 };
 template <> struct Vector<float, 4> {
-    typedef float type __attribute__((vector_size(16), aligned(4), may_alias));
+    using type __attribute__((vector_size(16), aligned(4), may_alias)) = float;
 };
 template <> struct Vector<float, 8> {
-    typedef float type __attribute__((vector_size(32), aligned(4), may_alias));
+    using type __attribute__((vector_size(32), aligned(4), may_alias)) = float;
 };
 
 template <class T, int Lanes> class RowFactorizer {
