@@ -127,6 +127,7 @@ template <class T> void RowPlan<T>::layOutFactors(OrvelData<T>& data)
         std::fill(matrix->values + m_numValues, matrix->values + matrix->valueCapacity, T(0));
         matrix->sizeHint = data.matrix.sizeHint;
     }
+    std::fill_n(data.factor.blockTags, m_columns.size(), 0u);
     std::fill_n(data.scaledFactor.blockTags, m_columns.size(), 1u);
 }
 
@@ -139,7 +140,7 @@ template <class T> bool RowPlan<T>::isLaidOut(const SparseMatrix<T>& factor) con
         !std::equal(m_sizes.begin(), m_sizes.end(), factor.blockSizes))
         return false;
     for (std::size_t slot = 0; slot < m_valueAt.size(); ++slot)
-        if (factor.blockData[slot] != factor.values + m_valueAt[slot] || factor.blockTags[slot] > 1)
+        if (factor.blockData[slot] != factor.values + m_valueAt[slot])
             return false;
     return true;
 }

@@ -154,6 +154,8 @@ TYPED_TEST(FactorPathBits, ValuesLeftInTheFactorsDoNotMatter)
         }
         Orvel::factorSerial(*data);
         EXPECT_TRUE(support::sameFactors(*data, expected));
+        for (unsigned int b = 0; b < data->factor.numBlocks; ++b)
+            EXPECT_EQ(data->factor.blockTags[b], 0u);
         const unsigned int end = data->factor.valueCapacity;
         for (unsigned int v = end - 64; v < end; ++v)
             EXPECT_EQ(data->factor.values[v], 0) << "spare scalars";
