@@ -193,7 +193,10 @@ std::uint64_t AnalyzedSystem<T>::countBytes(const BlockMatrix<T>& A,
     const std::uint64_t matrix = matrixValues * sizeof(T) + analysis.matrixBlocks * kPerSlot +
                                  n * kPerRow + A.numBlocks() * ValueScatter<T>::kBytesPerBlock;
     const std::uint64_t structure = (2 * counts.blocks + A.numBlocks()) * kWord + n * 16 * kWord;
-    return factors + matrix + structure + kVectors * A.dimension() * sizeof(T) + m_schedule.bytes();
+    const std::uint64_t square = std::uint64_t(largestBlock) * largestBlock;
+    const std::uint64_t work = analysis.multifrontal ? 0 : 2 * square * sizeof(T); // of a block row
+    return factors + matrix + structure + work + kVectors * A.dimension() * sizeof(T) +
+           m_schedule.bytes();
 }
 
 template class AnalyzedSystem<float>;
