@@ -63,8 +63,8 @@ public:
     PivotFailure<T> run(const OrvelData<T>& data, const std::vector<unsigned int>& order,
                         unsigned int firstTrailing, PivotDemands demands);
 
-    /// Counts pivots, and finds the first that is not finite; all that can be asked of pivots that
-    /// were kept to bounds.
+    /// Counts pivots, and finds the first that is not finite or would not have been without its
+    /// bound; all that can be asked of pivots that were kept to bounds.
     PivotFailure<T> runBounded(const OrvelData<T>& data);
 
     const PivotCounts& counts() const { return m_counts; }
