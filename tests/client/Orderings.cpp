@@ -1,7 +1,6 @@
 // Every choice of an elimination order, on scenes and on random mechanisms.
 
 #include "support/Orderings.h"
-#include "support/Bits.h"
 #include "support/BlockSystems.h"
 #include "support/Mechanisms.h"
 #include "support/Random.h"
@@ -11,14 +10,12 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <string>
+#include <cstdlib>
 #include <utility>
 #include <vector>
 
-using kyrOrvel::kNone;
 using kyrOrvel::client::Analysis;
 using kyrOrvel::client::BlockLDLT;
 using kyrOrvel::client::BlockMatrix;
@@ -203,63 +200,6 @@ TEST(Orderings, AutomaticWithoutTrailingBlocksIsMinimumDegree)
     EXPECT_EQ(analysis.order, analysisOf(scene.matrix, Ordering::Symamd).order);
 }
 
-TEST(Orderings, NaturalIsAsNumbered)
-{
-    for (const Scene& scene : smallScenes())
-        EXPECT_EQ(analysisOf(scene.matrix, Ordering::Natural).order,
-                  support::identity(scene.matrix.numBlockRows()));
-}
-
-TEST(Orderings, UsersIsKeptAsGiven)
-{
-    unsigned int kept = 0;
-    for (std::uint64_t seed = 1; seed <= 200; ++seed) {
-        SCOPED_TRACE(seed);
-        Random random(seed);
-        const BlockMatrix<double> A = support::randomSpd<double>(random, 12, 0.4, 1, 4);
-        const Words order = support::randomOrder(random, A.numBlockRows());
-        std::vector<bool> coupled(A.numBlockRows(), false);
-        for (unsigned int r = 0; r < A.numBlockRows(); ++r)
-            for (const auto& entry : A.row(r))
-                if (entry.column != r)
-                    coupled[r] = coupled[entry.column] = true;
-        Words expected; // blocks that couple to nothing go last
-        for (const bool wanted : {true, false})
-            std::copy_if(order.begin(), order.end(), std::back_inserter(expected),
-                         [&](unsigned int b) { return coupled[b] == wanted; });
-        kept += expected == order;
-        BlockLDLT<double> solver;
-        solver.setOrder(order);
-
-        ASSERT_TRUE(solver.analyzePattern(A).ok());
-
-        EXPECT_EQ(solver.analysis().order, expected);
-    }
-    EXPECT_GT(kept, 100u);
-}
-
-// X
-// . X
-// X X .
-TEST(Orderings, UsersThatIsNoneOrMeetsAZeroPivotIsRefused)
-{
-    const BlockMatrix<double> A = support::drawnMatrix({"X", ". X", "X X ."}, 2);
-    const std::pair<Words, StatusCode> cases[] = {{{0, 1}, StatusCode::InvalidInput},
-                                                  {{0, 1, 2, 2}, StatusCode::InvalidInput},
-                                                  {{0, 0, 2}, StatusCode::InvalidInput},
-                                                  {{0, 1, 9}, StatusCode::InvalidInput},
-                                                  {{2, 0, 1}, StatusCode::Singular}};
-    for (const auto& [order, code] : cases) {
-        BlockLDLT<double> solver;
-        solver.setOrder(order);
-
-        EXPECT_EQ(solver.analyzePattern(A).code, code);
-
-        EXPECT_EQ(solver.info().block, code == StatusCode::Singular ? 2u : kNone);
-        EXPECT_EQ(solver.factorize(A).code, StatusCode::CallSequence);
-    }
-}
-
 TEST(Orderings, OfTreesMakeNoFill)
 {
     for (std::uint64_t seed = 1; seed <= 60; ++seed) {
@@ -324,6 +264,24 @@ TEST(Orderings, NestedDissectionIsRefusedWhereItIsMissing)
 
     EXPECT_EQ(status.code,
               kyrOrvel::client::hasNestedDissection() ? StatusCode::Ok : StatusCode::InvalidInput);
+}
+
+// Engines draw from the C library's random numbers and count on the sequence.
+TEST(Orderings, LeaveTheRandomNumbersOfTheProcessAlone)
+{
+    std::srand(5);
+    const int expected[] = {std::rand(), std::rand()};
+    const Scene scene = kyrOrvel::client::makeLattice(5);
+    for (const Ordering ordering : kAll) {
+        std::srand(5);
+        EXPECT_EQ(std::rand(), expected[0]);
+        BlockLDLT<double> solver;
+        choose(solver, ordering, scene.matrix);
+
+        solver.analyzePattern(scene.matrix);
+
+        EXPECT_EQ(std::rand(), expected[1]) << static_cast<int>(ordering);
+    }
 }
 
 TEST(Orderings, OnesThatDoNotExistAreInvalidInput)
