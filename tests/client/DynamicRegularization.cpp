@@ -252,6 +252,19 @@ TYPED_TEST(DynamicRegularization, OverflowIsNotFiniteAllTheSame)
     EXPECT_EQ(solver.compute(A).code, StatusCode::NotFinite) << solver.info().message;
 }
 
+// large - large², minus infinity: a bound in its place would make finite nonsense of it.
+TYPED_TEST(DynamicRegularization, OverflowIsNotReplacedByABound)
+{
+    const TypeParam large = std::numeric_limits<TypeParam>::max() / 2;
+    const auto A = support::scalarMatrix<TypeParam>({{1}, {large, large}});
+    BlockLDLT<TypeParam> solver;
+    this->regularize(solver);
+    solver.setOrdering(Ordering::Natural);
+
+    EXPECT_EQ(solver.compute(A).code, StatusCode::NotFinite) << solver.info().message;
+    EXPECT_EQ(solver.info().block, 1u);
+}
+
 TYPED_TEST(DynamicRegularization, MatrixOfZerosIsReplacedByOnes)
 {
     const auto A = support::drawnMatrix({"X", ". X", "X X ."}, 2);

@@ -61,6 +61,67 @@ TYPED_TEST(BlockLDLTAllocations, AnalysingTheSamePatternAgainMakesNone)
     EXPECT_TRUE(this->solver.statistics().analysisReused);
 }
 
+TYPED_TEST(BlockLDLTAllocations, AnalysingTheSamePatternAgainWithIdsMakesNone)
+{
+    for (unsigned int block = 0; block < this->A.numBlockRows(); ++block)
+        this->A.setId(block, block + 1000);
+    this->solver.compute(this->A);
+
+    const AllocationCount count;
+    this->solver.compute(this->A);
+    const std::size_t allocations = count.allocations();
+
+    EXPECT_TRUE(this->solver.info().ok());
+    EXPECT_EQ(allocations, 0u);
+}
+
+TYPED_TEST(BlockLDLTAllocations, TurningBackToARememberedPatternMakesNone)
+{
+    const auto smaller = support::scalarMatrix<TypeParam>({{2}, {1, 2}});
+    this->solver.compute(smaller);
+    this->solver.compute(this->A);
+
+    const AllocationCount count;
+    this->solver.compute(smaller);
+    this->solver.compute(this->A);
+    const std::size_t allocations = count.allocations();
+
+    EXPECT_TRUE(this->solver.info().ok());
+    EXPECT_TRUE(this->solver.statistics().analysisReused);
+    EXPECT_EQ(allocations, 0u);
+}
+
+TYPED_TEST(BlockLDLTAllocations, WarmFactorizeWithCompliancesAndBoundsMakesNone)
+{
+    using kyrOrvel::client::Regularization;
+    this->solver.setCompliance(
+        std::vector<TypeParam>(this->A.numBlockRows() - this->A.firstTrailing(), TypeParam(0.25)));
+    this->solver.setRegularization(Regularization::Dynamic);
+    this->solver.factorize(this->A);
+
+    const AllocationCount count;
+    this->solver.factorize(this->A);
+    this->solver.solve(this->b.data(), this->x.data());
+    const std::size_t allocations = count.allocations();
+
+    EXPECT_TRUE(this->solver.info().ok());
+    EXPECT_EQ(allocations, 0u);
+}
+
+TYPED_TEST(BlockLDLTAllocations, SolveOfSeveralRightHandSidesMakesNone)
+{
+    const std::size_t n = this->b.size();
+    const std::vector<TypeParam> B(3 * n, TypeParam(1));
+    std::vector<TypeParam> X(3 * n);
+
+    const AllocationCount count;
+    this->solver.solve(B.data(), X.data(), 3, n, n);
+    const std::size_t allocations = count.allocations();
+
+    EXPECT_TRUE(this->solver.info().ok());
+    EXPECT_EQ(allocations, 0u);
+}
+
 TYPED_TEST(BlockLDLTAllocations, SolveMakesNone)
 {
     const AllocationCount count;

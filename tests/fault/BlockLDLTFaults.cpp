@@ -210,6 +210,51 @@ TYPED_TEST(BlockLDLTFaults, ReportThatFindsNoMemoryIsOutOfMemory)
     }
 }
 
+// Naming the block by its id takes memory as well. Sorting the dependencies can do without.
+TYPED_TEST(BlockLDLTFaults, ReportOfASingularMatrixThatFindsNoMemoryIsOutOfMemory)
+{
+    auto twice = support::scalarMatrix<TypeParam>({{4}, {0, 4}, {1, 1, 0}, {1, 1, 0, 0}}, 2);
+    for (unsigned int block = 0; block < 4; ++block)
+        twice.setId(block, 0xFFFFFFFFFFFFFF00u + block);
+    BlockLDLT<TypeParam> solver;
+    const Status expected = solver.compute(twice);
+    ASSERT_EQ(expected.code, StatusCode::Singular);
+    unsigned int failures = 0;
+    for (std::size_t n = 1;; ++n) {
+        SCOPED_TRACE(n);
+        bool happened;
+        {
+            const FailingAllocation failing(n);
+            solver.factorize(twice);
+            happened = failing.happened();
+        }
+        if (solver.info().code == StatusCode::OutOfMemory) {
+            ++failures;
+            EXPECT_EQ(solver.info().message, "out of memory");
+        } else {
+            EXPECT_EQ(solver.info().message, expected.message);
+        }
+        if (!happened)
+            break;
+    }
+    EXPECT_GT(failures, 5u);
+}
+
+TYPED_TEST(BlockLDLTFaults, ConstraintSpaceThatFailsCanBeRepeated)
+{
+    const TypeParam one[6] = {1};
+    const std::vector<kyrOrvel::client::JacobianRow<TypeParam>> J = {{{{0, one}}}, {{{1, one}}}};
+    TypeParam W[4];
+    BlockLDLT<TypeParam> solver;
+    ASSERT_TRUE(solver.compute(this->A).ok());
+
+    failAtEveryAllocation([] {}, [&] { return solver.constraintSpace(J, W).code; },
+                          [&] { ASSERT_TRUE(solver.constraintSpace(J, W).ok()); });
+    std::vector<TypeParam> block(36);
+    failAtEveryAllocation([] {}, [&] { return solver.inverseBlock(0, 1, block.data()).code; },
+                          [] {});
+}
+
 TYPED_TEST(BlockLDLTFaults, AddingABlockThatFailsChangesNothing)
 {
     const TypeParam values[] = {1, 2, 3, 4};

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
+#include <malloc.h>
 #include <new>
 
 namespace {
@@ -12,6 +13,7 @@ namespace {
 std::atomic<std::size_t> s_allocations{0};
 std::atomic<std::size_t> s_bytes{0};
 std::atomic<std::size_t> s_live{0};
+std::atomic<std::size_t> s_liveBytes{0};
 std::atomic<std::size_t> s_failing{0}; ///< how many allocations until the one that fails; 0: none
 std::atomic<bool> s_failed{false};
 
@@ -41,6 +43,7 @@ void* allocate(std::size_t bytes, std::size_t alignment) noexcept
         ++s_allocations;
         s_bytes += bytes;
         ++s_live;
+        s_liveBytes += malloc_usable_size(pointer);
     }
     return pointer;
 }
@@ -58,6 +61,7 @@ void deallocate(void* pointer) noexcept
     if (!pointer)
         return;
     --s_live;
+    s_liveBytes -= malloc_usable_size(pointer);
     std::free(pointer);
 }
 
@@ -70,6 +74,11 @@ namespace support {
 std::size_t liveAllocations()
 {
     return s_live;
+}
+
+std::size_t liveBytes()
+{
+    return s_liveBytes;
 }
 
 AllocationCount::AllocationCount() : m_allocations(s_allocations), m_bytes(s_bytes)

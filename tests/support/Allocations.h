@@ -18,6 +18,9 @@ namespace support {
 /// nothing was freed that was not allocated in between.
 std::size_t liveAllocations();
 
+/// What those blocks hold, each as large as malloc made it.
+std::size_t liveBytes();
+
 /// Counts what is allocated from its construction on.
 ///
 ///     const AllocationCount count;

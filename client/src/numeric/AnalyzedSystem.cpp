@@ -217,7 +217,15 @@ std::uint64_t AnalyzedSystem<T>::countBytes(const BlockMatrix<T>& A,
     const std::uint64_t matrix = matrixValues * sizeof(T) + analysis.matrixBlocks * kPerSlot +
                                  n * kPerRow + A.numBlocks() * ValueScatter<T>::kBytesPerBlock;
     const std::uint64_t structure = (2 * counts.blocks + A.numBlocks()) * kWord + n * 16 * kWord;
-    return factors + matrix + structure + kVectors * A.dimension() * sizeof(T) + m_schedule.bytes();
+    const std::uint64_t square = std::uint64_t(largestBlock) * largestBlock;
+    const std::uint64_t work = analysis.multifrontal ? 0 : 2 * square * sizeof(T); // of a block row
+    // Going row by row, the solver remembers the pattern by rows and by columns, and reciprocals.
+    const bool byRows = !analysis.multifrontal && largestBlock <= kLargestRowByRow;
+    const std::uint64_t plan = byRows ? counts.blocks * (3 * kWord + 2 * sizeof(void*)) +
+                                            n * 6 * kWord + A.dimension() * sizeof(T)
+                                      : 0;
+    return plan + factors + matrix + structure + work + kVectors * A.dimension() * sizeof(T) +
+           m_schedule.bytes();
 }
 
 template class AnalyzedSystem<float>;

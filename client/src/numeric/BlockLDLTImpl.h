@@ -89,7 +89,8 @@ template <class T> struct BlockLDLT<T>::Impl {
     Status solveForBlock(unsigned int block, const T* values);
     Status inverseBlock(unsigned int r, unsigned int c, T* out);
     Status constraintSpace(const std::vector<JacobianRow<T>>& J, T* out);
-    Status loadJacobianRow(const JacobianRow<T>& row, std::size_t index);
+    Status checkJacobianRow(const JacobianRow<T>& row, std::size_t index) const;
+    void loadJacobianRow(const JacobianRow<T>& row);
     T dotJacobianRow(const JacobianRow<T>& row) const;
     Status refine(const T* b, T* x, int maxSteps, int& steps);
     void refineSolution(int maxSteps, int& steps);

@@ -141,27 +141,35 @@ template <class T> Status BlockLDLT<T>::Impl::inverseBlock(unsigned int r, unsig
     return {};
 }
 
-/// Puts row `index` of J into `work`.
 template <class T>
-Status BlockLDLT<T>::Impl::loadJacobianRow(const JacobianRow<T>& row, std::size_t index)
+Status BlockLDLT<T>::Impl::checkJacobianRow(const JacobianRow<T>& row, std::size_t index) const
 {
-    const SparseMatrix<T>& L = data().factor;
-    std::fill(work.begin(), work.end(), T(0));
+    const auto theRow = [&] { return "row " + std::to_string(index) + " of the Jacobian "; };
     for (const auto& term : row.terms) {
         Status result = checkBlock(term.block);
         if (!result.ok())
             return result;
-        const unsigned int k = system().analysis.position[term.block];
-        for (unsigned int i = 0; i < L.blockSizes[k]; ++i) {
+        const unsigned int m = data().factor.blockSizes[system().analysis.position[term.block]];
+        if (!term.values && m > 0)
+            return {StatusCode::InvalidInput, theRow() + "is given no values", term.block, kNone};
+        for (unsigned int i = 0; i < m; ++i)
             if (!std::isfinite(term.values[i]))
-                return {StatusCode::NotFinite,
-                        "row " + std::to_string(index) +
-                            " of the Jacobian holds an infinity or NaN",
-                        term.block, i};
-            work[L.blockOffsets[k] + i] += term.values[i];
-        }
+                return {StatusCode::NotFinite, theRow() + "holds an infinity or NaN", term.block,
+                        i};
     }
     return {};
+}
+
+/// Puts a row of J into `work`.
+template <class T> void BlockLDLT<T>::Impl::loadJacobianRow(const JacobianRow<T>& row)
+{
+    const SparseMatrix<T>& L = data().factor;
+    std::fill(work.begin(), work.end(), T(0));
+    for (const auto& term : row.terms) {
+        const unsigned int k = system().analysis.position[term.block];
+        for (unsigned int i = 0; i < L.blockSizes[k]; ++i)
+            work[L.blockOffsets[k] + i] += term.values[i];
+    }
 }
 
 /// The product of a row of J with `work`.
@@ -182,9 +190,12 @@ Status BlockLDLT<T>::Impl::constraintSpace(const std::vector<JacobianRow<T>>& J,
 {
     const std::size_t m = J.size();
     for (std::size_t j = 0; j < m; ++j) {
-        Status result = loadJacobianRow(J[j], j);
+        Status result = checkJacobianRow(J[j], j);
         if (!result.ok())
             return result;
+    }
+    for (std::size_t j = 0; j < m; ++j) {
+        loadJacobianRow(J[j]);
         rightHandSide = work;
         solveWork();
         if (data().pivotBounds) {
@@ -192,7 +203,7 @@ Status BlockLDLT<T>::Impl::constraintSpace(const std::vector<JacobianRow<T>>& J,
             refineSolution(corrections, statistics.refinementSteps);
             solution.swap(work);
         }
-        result = checkSolution(work);
+        Status result = checkSolution(work);
         if (!result.ok())
             return result;
         for (std::size_t i = 0; i <= j; ++i)
@@ -363,8 +374,11 @@ const Status& BlockLDLT<T>::constraintSpace(const std::vector<JacobianRow<T>>& J
 {
     return m_impl->guard([&] {
         const PhaseTimer timer(m_impl->statistics.solveSeconds);
-        const Status result = m_impl->checkVectors(out, out);
-        return result.ok() ? m_impl->constraintSpace(J, out) : result;
+        if (!m_impl->factorized)
+            return callSequence("factorize");
+        if (!J.empty() && !out)
+            return Status{StatusCode::InvalidInput, "room for the matrix is needed", kNone, kNone};
+        return m_impl->constraintSpace(J, out);
     });
 }
 

@@ -187,11 +187,13 @@ template <class T> PivotFailure<T> PivotCheck<T>::runBounded(const OrvelData<T>&
             pivot.position = r;
             pivot.row = i;
             pivot.pivot = data.pivots.data[s];
-            if (!std::isfinite(pivot.pivot)) {
+            const bool bounded = std::abs(pivot.pivot) == std::abs(data.pivotBounds[s]);
+            pivot.scale = bounded ? computeScales(data, r)[i] : T(0);
+            if (!std::isfinite(pivot.pivot) || !std::isfinite(pivot.scale)) {
                 pivot.kind = Kind::NotFinite;
                 return pivot;
             }
-            if (std::abs(pivot.pivot) == std::abs(data.pivotBounds[s]) && m_counts.bounded++ == 0)
+            if (bounded && m_counts.bounded++ == 0)
                 m_firstBounded = pivot;
             count(pivot.pivot);
         }

@@ -76,8 +76,8 @@ public:
                       unsigned int firstTrailing, PivotDemands demands,
                       std::vector<unsigned char>& later);
 
-    /// Counts pivots, and finds the first that is not finite; all that can be asked of pivots that
-    /// were kept to bounds.
+    /// Counts pivots, and finds the first that is not finite or would not have been without its
+    /// bound; all that can be asked of pivots that were kept to bounds.
     PivotFailure<T> runBounded(const OrvelData<T>& data);
 
     const PivotCounts& counts() const { return m_counts; }

@@ -4,6 +4,9 @@
 #include <metis.h>
 
 #include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <limits>
 #include <mutex>
 #include <numeric>
 #endif
@@ -55,6 +58,25 @@ std::mutex& metisMutex()
     return mutex;
 }
 
+/// Gives the C library another state to draw from while it lives, so that the caller's sequence
+/// goes on afterwards as if nothing had been.
+class RandomNumbersAside {
+public:
+    RandomNumbersAside() = default;
+    RandomNumbersAside(const RandomNumbersAside&) = delete;
+    RandomNumbersAside& operator=(const RandomNumbersAside&) = delete;
+#if defined(__unix__) || defined(__APPLE__)
+    ~RandomNumbersAside()
+    {
+        setstate(m_callers);
+    }
+
+private:
+    char m_state[128] = {};
+    char* const m_callers = initstate(1, m_state, sizeof m_state);
+#endif
+};
+
 } // namespace
 
 bool hasNestedDissection()
@@ -64,6 +86,12 @@ bool hasNestedDissection()
 
 Status nestedDissection(const OrderingInput& input, std::vector<unsigned int>& order)
 {
+    const std::uint64_t ends =
+        2 * std::uint64_t(input.pattern.rowStart[input.pattern.numBlockRows]);
+    if (ends > std::uint64_t(std::numeric_limits<idx_t>::max()))
+        return {StatusCode::TooLarge,
+                "the block pattern is too large for nested dissection; choose another ordering",
+                kNone, kNone};
     auto n = static_cast<idx_t>(input.pattern.numBlockRows);
     order.resize(static_cast<std::size_t>(n));
     std::iota(order.begin(), order.end(), 0u);
@@ -78,6 +106,7 @@ Status nestedDissection(const OrderingInput& input, std::vector<unsigned int>& o
     int result = METIS_OK;
     {
         const std::lock_guard<std::mutex> lock(metisMutex());
+        const RandomNumbersAside aside;
         result = METIS_NodeND(&n, graph.start.data(), graph.neighbours.data(), graph.weights.data(),
                               options, permutation.data(), inverse.data());
     }
