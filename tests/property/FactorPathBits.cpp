@@ -18,6 +18,7 @@
 using kyrOrvel::Orvel;
 using kyrOrvel::OrvelData;
 using kyrOrvel::detail::FactorPath;
+using kyrOrvel::detail::FactorSchedule;
 using support::Random;
 using support::System;
 
@@ -30,6 +31,7 @@ protected:
         for (const FactorPath path : {FactorPath::Baseline, FactorPath::Avx2, FactorPath::Avx512})
             if (isAvailable(path))
                 setFactorPath(path);
+        setFactorSchedule(FactorSchedule::Automatic);
     }
 
     template <class F> static void forEachPath(F f)
@@ -40,7 +42,12 @@ protected:
             if (!isAvailable(path))
                 continue;
             setFactorPath(path);
-            f();
+            for (const FactorSchedule schedule :
+                 {FactorSchedule::Rows, FactorSchedule::Panels, FactorSchedule::Automatic}) {
+                SCOPED_TRACE(int(schedule));
+                setFactorSchedule(schedule);
+                f();
+            }
         }
     }
 

@@ -1,7 +1,8 @@
-#ifndef KYRORVEL_DETAIL_ROW_PLAN_H
-#define KYRORVEL_DETAIL_ROW_PLAN_H
+#ifndef KYRORVEL_DETAIL_FACTOR_PLAN_H
+#define KYRORVEL_DETAIL_FACTOR_PLAN_H
 
-#include "RowFactorization.h"
+#include "FactorTasks.h"
+#include "PanelPlan.h"
 
 #include <kyrOrvel/Orvel>
 
@@ -11,20 +12,24 @@
 namespace kyrOrvel {
 namespace detail {
 
-/// What the factorization row by row needs to know of a factor pattern. Made once per pattern, kept
-/// in OrvelData.
-template <class T> class RowPlan {
+/// What the fast factorizations need to know of a factor pattern. Made once per pattern, kept in
+/// OrvelData.
+template <class T> class FactorPlan {
 public:
     /// Brings the plan up to date with the factor pattern and the input of `data`; false if they
-    /// are none that the path can take. O(blocks) for a pattern that it knows.
+    /// are none that a fast path can take. O(blocks) for a pattern that it knows.
     bool prepare(const OrvelData<T>& data);
+
+    /// Whether rows or panels are meant to be faster, or asked for.
+    bool goesByRows() const;
 
     /// Sizes the factors and acquires their blocks, unless they are laid out like that already:
     /// then all blocks will be overwritten, and only what is beyond them is cleared.
     void layOutFactors(OrvelData<T>& data);
 
-    /// The work, after prepare and layOutFactors.
-    RowFactorization<T> task(OrvelData<T>& data);
+    // The work, after prepare and layOutFactors.
+    RowFactorization<T> rowTask(OrvelData<T>& data);
+    PanelFactorization<T> panelTask(OrvelData<T>& data);
 
 private:
     bool isSamePattern(const OrvelData<T>& data) const;
@@ -36,12 +41,15 @@ private:
 
     bool m_known = false; ///< whether the pattern below is whole
     bool m_usable = false;
+    bool m_hasPanels = false; ///< whether m_panels is of this pattern
     unsigned int m_numRows = 0;
     std::vector<unsigned int> m_rowStart;
     std::vector<unsigned int> m_columns;
     std::vector<unsigned int> m_sizes;
     std::vector<std::size_t> m_valueAt; ///< per slot: where its values begin
     std::size_t m_numValues = 0;
+    unsigned int m_largest = 0; ///< size of a block
+    std::size_t m_longest = 0;  ///< scalar columns of a row
     std::vector<unsigned int> m_columnStart;
     std::vector<ColumnEntry> m_columnEntries;
     std::vector<const T*> m_input;
@@ -49,6 +57,7 @@ private:
     std::vector<unsigned int> m_workAt;
     std::vector<T> m_work;
     std::vector<T> m_reciprocals;
+    PanelPlan<T> m_panels;
 };
 
 } // namespace detail

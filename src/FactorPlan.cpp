@@ -1,5 +1,6 @@
-#include "detail/RowPlan.h"
+#include "detail/FactorPlan.h"
 
+#include "detail/FactorPath.h"
 #include "detail/FactorStorage.h"
 
 #include <algorithm>
@@ -7,7 +8,15 @@
 namespace kyrOrvel {
 namespace detail {
 
-template <class T> bool RowPlan<T>::prepare(const OrvelData<T>& data)
+namespace {
+
+/// Bytes of both factors up to which rows are faster than panels: while finished rows stay in the
+/// caches.
+constexpr std::size_t kRowsUpTo = std::size_t(8) << 20;
+
+} // namespace
+
+template <class T> bool FactorPlan<T>::prepare(const OrvelData<T>& data)
 {
     if (!m_known || !isSamePattern(data)) {
         m_known = false; // should an allocation fail
@@ -17,28 +26,29 @@ template <class T> bool RowPlan<T>::prepare(const OrvelData<T>& data)
     return m_usable && takeInput(data);
 }
 
-template <class T> bool RowPlan<T>::isSamePattern(const OrvelData<T>& data) const
+template <class T> bool FactorPlan<T>::isSamePattern(const OrvelData<T>& data) const
 {
     return data.matrix.numBlockRows == m_numRows && data.factorRowStart == m_rowStart &&
            data.factorColumns == m_columns &&
            std::equal(m_sizes.begin(), m_sizes.end(), data.matrix.blockSizes);
 }
 
-/// Copies the pattern; false if it is none for this path.
-template <class T> bool RowPlan<T>::takePattern(const OrvelData<T>& data)
+/// Copies the pattern; false if it is none for these paths.
+template <class T> bool FactorPlan<T>::takePattern(const OrvelData<T>& data)
 {
     const unsigned int n = data.matrix.numBlockRows;
     m_numRows = n;
     m_rowStart = data.factorRowStart;
     m_columns = data.factorColumns;
+    m_hasPanels = false;
     m_sizes.assign(data.matrix.blockSizes, data.matrix.blockSizes + n);
     if (n == 0 || m_rowStart.size() != std::size_t(n) + 1 || m_rowStart[0] != 0 ||
-        m_rowStart[n] != m_columns.size() ||
-        *std::max_element(m_sizes.begin(), m_sizes.end()) > kMaxRowBlock)
+        m_rowStart[n] != m_columns.size())
         return false;
+    m_largest = *std::max_element(m_sizes.begin(), m_sizes.end());
     m_valueAt.resize(m_columns.size());
     m_numValues = 0;
-    std::size_t longest = 0;
+    m_longest = 0;
     for (unsigned int r = 0; r < n; ++r) {
         if (m_rowStart[r + 1] <= m_rowStart[r] || m_columns[m_rowStart[r + 1] - 1] != r)
             return false;
@@ -50,7 +60,7 @@ template <class T> bool RowPlan<T>::takePattern(const OrvelData<T>& data)
             m_numValues += std::size_t(m_sizes[r]) * m_sizes[m_columns[slot]];
             length += m_sizes[m_columns[slot]];
         }
-        longest = std::max(longest, length);
+        m_longest = std::max(m_longest, length);
     }
     takeColumns();
     if (!isClosed())
@@ -59,13 +69,11 @@ template <class T> bool RowPlan<T>::takePattern(const OrvelData<T>& data)
     for (const unsigned int size : m_sizes)
         dimension += size;
     m_input.resize(m_columns.size());
-    m_workAt.resize(n);
-    m_work.resize(longest * kMaxRowBlock);
     m_reciprocals.resize(dimension);
     return true;
 }
 
-template <class T> void RowPlan<T>::takeColumns()
+template <class T> void FactorPlan<T>::takeColumns()
 {
     m_columnStart.assign(std::size_t(m_numRows) + 1, 0);
     m_columnEntries.resize(m_columns.size() - m_numRows);
@@ -82,7 +90,7 @@ template <class T> void RowPlan<T>::takeColumns()
 
 /// Whether the rows of every column, but for the first, are rows of the column that the first one
 /// names. Then the rows that two columns share are in the pattern of either row.
-template <class T> bool RowPlan<T>::isClosed() const
+template <class T> bool FactorPlan<T>::isClosed() const
 {
     for (unsigned int k = 0; k < m_numRows; ++k) {
         if (m_columnStart[k] == m_columnStart[k + 1])
@@ -101,7 +109,7 @@ template <class T> bool RowPlan<T>::isClosed() const
 }
 
 /// Finds the input's block for every slot; false if the input has a block that the pattern lacks.
-template <class T> bool RowPlan<T>::takeInput(const OrvelData<T>& data)
+template <class T> bool FactorPlan<T>::takeInput(const OrvelData<T>& data)
 {
     for (unsigned int r = 0; r < m_numRows; ++r) {
         unsigned int a = data.matrix.rowStart[r];
@@ -116,7 +124,7 @@ template <class T> bool RowPlan<T>::takeInput(const OrvelData<T>& data)
     return true;
 }
 
-template <class T> void RowPlan<T>::layOutFactors(OrvelData<T>& data)
+template <class T> void FactorPlan<T>::layOutFactors(OrvelData<T>& data)
 {
     if (!isLaidOut(data.factor) || !isLaidOut(data.scaledFactor)) {
         sizeFactors(data);
@@ -131,7 +139,7 @@ template <class T> void RowPlan<T>::layOutFactors(OrvelData<T>& data)
     std::fill_n(data.scaledFactor.blockTags, m_columns.size(), 1u);
 }
 
-template <class T> bool RowPlan<T>::isLaidOut(const SparseMatrix<T>& factor) const
+template <class T> bool FactorPlan<T>::isLaidOut(const SparseMatrix<T>& factor) const
 {
     if (factor.numBlockRows != m_numRows || factor.numBlocks != m_columns.size() ||
         factor.valueCapacity < m_numValues + kValueSlack ||
@@ -145,8 +153,18 @@ template <class T> bool RowPlan<T>::isLaidOut(const SparseMatrix<T>& factor) con
     return true;
 }
 
-template <class T> RowFactorization<T> RowPlan<T>::task(OrvelData<T>& data)
+template <class T> bool FactorPlan<T>::goesByRows() const
 {
+    const FactorSchedule schedule = factorSchedule();
+    if (m_largest > kMaxRowBlock || schedule == FactorSchedule::Panels)
+        return false;
+    return schedule == FactorSchedule::Rows || 2 * m_numValues * sizeof(T) <= kRowsUpTo;
+}
+
+template <class T> RowFactorization<T> FactorPlan<T>::rowTask(OrvelData<T>& data)
+{
+    m_workAt.resize(m_numRows);
+    m_work.resize(m_longest * kMaxRowBlock);
     std::fill(m_done.begin(), m_done.end(), 0u);
     RowFactorization<T> task;
     task.numRows = m_numRows;
@@ -167,8 +185,32 @@ template <class T> RowFactorization<T> RowPlan<T>::task(OrvelData<T>& data)
     return task;
 }
 
-template class RowPlan<float>;
-template class RowPlan<double>;
+template <class T> PanelFactorization<T> FactorPlan<T>::panelTask(OrvelData<T>& data)
+{
+    if (!m_hasPanels) {
+        std::vector<unsigned int> offsets(m_numRows);
+        for (unsigned int r = 1; r < m_numRows; ++r)
+            offsets[r] = offsets[r - 1] + m_sizes[r - 1];
+        m_panels.make(m_sizes, offsets, m_columnStart, m_columnEntries);
+        m_hasPanels = true;
+    }
+    PanelFactorization<T> task;
+    m_panels.fill(task);
+    task.rowStart = m_rowStart.data();
+    task.sizes = m_sizes.data();
+    task.offsets = data.factor.blockOffsets;
+    task.input = m_input.data();
+    task.L = data.factor.blockData;
+    task.S = data.scaledFactor.blockData;
+    task.pivots = data.pivots.data;
+    task.reciprocals = m_reciprocals.data();
+    task.columnStart = m_columnStart.data();
+    task.columnEntries = m_columnEntries.data();
+    return task;
+}
+
+template class FactorPlan<float>;
+template class FactorPlan<double>;
 
 } // namespace detail
 } // namespace kyrOrvel

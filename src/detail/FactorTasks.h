@@ -1,5 +1,5 @@
-#ifndef KYRORVEL_DETAIL_ROW_FACTORIZATION_H
-#define KYRORVEL_DETAIL_ROW_FACTORIZATION_H
+#ifndef KYRORVEL_DETAIL_FACTOR_TASKS_H
+#define KYRORVEL_DETAIL_FACTOR_TASKS_H
 
 #include <cstddef>
 
@@ -39,6 +39,41 @@ template <class T> struct RowFactorization {
     T* work;              ///< the row at hand, kMaxRowBlock lanes for each of its scalar columns
 };
 
+/// Products that a panel takes from a finished one: the entries of that one's first column that are
+/// rows of the panel at hand, or of any later one.
+struct PanelSource {
+    unsigned int panel;
+    unsigned int first; ///< column entry: the first row within the panel at hand
+    unsigned int end;   ///< column entry: the first row below it
+    unsigned int last;  ///< column entry: one after the last
+};
+
+/// What a factorization panel by panel works on. Patterns as for RowFactorization, but blocks of any
+/// size. The block columns of a panel have the same rows, but for those that have become columns:
+/// blocks side by side in a row are neighbours in its slots.
+template <class T> struct PanelFactorization {
+    unsigned int numPanels;
+    const unsigned int* panelStart;  ///< block columns; one more than panels
+    const unsigned int* sourceStart; ///< per panel: its sources, panels ascending
+    const PanelSource* sources;
+    const unsigned int* rowStart;
+    const unsigned int* sizes;
+    const unsigned int* offsets;
+    const T* const* input;
+    T* const* L;
+    T* const* S;
+    T* pivots;
+    T* reciprocals;
+    const unsigned int* columnStart;
+    const ColumnEntry* columnEntries;
+    unsigned int* position; ///< per block row: its first scalar row in the panel at hand
+    unsigned int* packedAt; ///< per column of the panel at hand that a source has, and one more
+    T* panel;               ///< the largest panel
+    T* triangle;            ///< the largest panel's columns, squared
+    T* packed;              ///< the most columns of a source times those of a panel
+    T* lanes;               ///< the largest block, 8 lanes for each of its columns
+};
+
 /// A block of a front, and the factor's block that changes it.
 template <class T> struct FrontTarget {
     const T* L; ///< rows × nb
@@ -55,18 +90,24 @@ using UpdateFront = void (*)(const T* S, unsigned int na, unsigned int nb,
 // One function for each instruction set, for float and for double.
 void factorRowsBaseline(const RowFactorization<float>& task);
 void factorRowsBaseline(const RowFactorization<double>& task);
+void factorPanelsBaseline(const PanelFactorization<float>& task);
+void factorPanelsBaseline(const PanelFactorization<double>& task);
 void updateFrontBaseline(const float*, unsigned int, unsigned int, const FrontTarget<float>*,
                          unsigned int);
 void updateFrontBaseline(const double*, unsigned int, unsigned int, const FrontTarget<double>*,
                          unsigned int);
 void factorRowsAvx2(const RowFactorization<float>& task);
 void factorRowsAvx2(const RowFactorization<double>& task);
+void factorPanelsAvx2(const PanelFactorization<float>& task);
+void factorPanelsAvx2(const PanelFactorization<double>& task);
 void updateFrontAvx2(const float*, unsigned int, unsigned int, const FrontTarget<float>*,
                      unsigned int);
 void updateFrontAvx2(const double*, unsigned int, unsigned int, const FrontTarget<double>*,
                      unsigned int);
 void factorRowsAvx512(const RowFactorization<float>& task);
 void factorRowsAvx512(const RowFactorization<double>& task);
+void factorPanelsAvx512(const PanelFactorization<float>& task);
+void factorPanelsAvx512(const PanelFactorization<double>& task);
 void updateFrontAvx512(const float*, unsigned int, unsigned int, const FrontTarget<float>*,
                        unsigned int);
 void updateFrontAvx512(const double*, unsigned int, unsigned int, const FrontTarget<double>*,
