@@ -10,9 +10,10 @@ namespace detail {
 
 namespace {
 
-/// Bytes of both factors up to which rows are faster than panels: while finished rows stay in the
-/// caches.
-constexpr std::size_t kRowsUpTo = std::size_t(8) << 20;
+// Rows are faster than panels while the finished ones stay in the caches, or where a scalar of the
+// factor takes part in few products. Measured on nets, lattices, heaps and ropes.
+constexpr std::size_t kRowsUpTo = std::size_t(24) << 20; ///< bytes of both factors
+constexpr double kFewProducts = 50;                      ///< per scalar of L
 
 } // namespace
 
@@ -65,6 +66,7 @@ template <class T> bool FactorPlan<T>::takePattern(const OrvelData<T>& data)
     takeColumns();
     if (!isClosed())
         return false;
+    countProducts();
     std::size_t dimension = 0;
     for (const unsigned int size : m_sizes)
         dimension += size;
@@ -106,6 +108,17 @@ template <class T> bool FactorPlan<T>::isClosed() const
         }
     }
     return true;
+}
+
+template <class T> void FactorPlan<T>::countProducts()
+{
+    m_products = 0;
+    for (unsigned int k = 0; k < m_numRows; ++k) {
+        double below = 0;
+        for (unsigned int e = m_columnStart[k]; e < m_columnStart[k + 1]; ++e)
+            below += m_sizes[m_columnEntries[e].row];
+        m_products += m_sizes[k] * below * below / 2;
+    }
 }
 
 /// Finds the input's block for every slot; false if the input has a block that the pattern lacks.
@@ -158,7 +171,8 @@ template <class T> bool FactorPlan<T>::goesByRows() const
     const FactorSchedule schedule = factorSchedule();
     if (m_largest > kMaxRowBlock || schedule == FactorSchedule::Panels)
         return false;
-    return schedule == FactorSchedule::Rows || 2 * m_numValues * sizeof(T) <= kRowsUpTo;
+    return schedule == FactorSchedule::Rows || 2 * m_numValues * sizeof(T) <= kRowsUpTo ||
+           m_products <= kFewProducts * static_cast<double>(m_numValues);
 }
 
 template <class T> RowFactorization<T> FactorPlan<T>::rowTask(OrvelData<T>& data)
@@ -177,6 +191,7 @@ template <class T> RowFactorization<T> FactorPlan<T>::rowTask(OrvelData<T>& data
     task.S = data.scaledFactor.blockData;
     task.pivots = data.pivots.data;
     task.reciprocals = m_reciprocals.data();
+    task.bounds = {data.pivotBounds, data.pivotsKeepSigns != 0};
     task.columnStart = m_columnStart.data();
     task.columnEntries = m_columnEntries.data();
     task.done = m_done.data();
@@ -204,6 +219,7 @@ template <class T> PanelFactorization<T> FactorPlan<T>::panelTask(OrvelData<T>& 
     task.S = data.scaledFactor.blockData;
     task.pivots = data.pivots.data;
     task.reciprocals = m_reciprocals.data();
+    task.bounds = {data.pivotBounds, data.pivotsKeepSigns != 0};
     task.columnStart = m_columnStart.data();
     task.columnEntries = m_columnEntries.data();
     return task;

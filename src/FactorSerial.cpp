@@ -188,7 +188,7 @@ private:
 template <class T> bool factorFast(OrvelData<T>& data)
 {
     const auto factorRows = detail::rowFactorizer<T>();
-    if (!factorRows || data.pivotBounds)
+    if (!factorRows)
         return false;
     data.factored = 0;
     if (!data.factorPlan)

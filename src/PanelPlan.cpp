@@ -111,9 +111,9 @@ void PanelPlan<T>::makeRoom(const std::vector<unsigned int>& sizes,
     }
     m_position.resize(sizes.size());
     m_packedAt.resize(std::size_t(columns) + 1);
-    m_panel.resize(panel);
-    m_triangle.resize(widest * widest);
-    m_packed.resize(packed);
+    m_panel.resize(panel + kSpareScalars);
+    m_triangle.resize(widest * widest + kSpareScalars);
+    m_packed.resize(packed + kSpareScalars);
     m_lanes.resize(kLanes * *std::max_element(sizes.begin(), sizes.end()));
 }
 

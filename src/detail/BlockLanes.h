@@ -1,25 +1,49 @@
 // Steps on single blocks that the fast factorizations share.
 
+/// Where a diagonal block goes.
+template <class T> struct DiagonalBlock {
+    T* L;        ///< unit lower
+    T* S;        ///< L·D, the pivots on the diagonal
+    T* d;
+    T* w;        ///< reciprocals of the pivots
+    PivotBounds<T> bounds;
+
+    T pivot(T value, unsigned int t) const
+    {
+        return bounds.bounds ? boundedPivot(value, bounds.bounds[t], bounds.keepSigns) : value;
+    }
+};
+
+template <class T, class Task>
+inline DiagonalBlock<T> diagonalBlock(const Task& task, unsigned int r)
+{
+    const unsigned int slot = task.rowStart[r + 1] - 1;
+    const unsigned int at = task.offsets[r];
+    const T* const bounds = task.bounds.bounds;
+    return {task.L[slot], task.S[slot], task.pivots + at, task.reciprocals + at,
+            {bounds ? bounds + at : bounds, task.bounds.keepSigns}};
+}
+
 /// Dense L·D·Lᵀ of an n × n block, n <= Lanes, column by column: each takes its products out of all
 /// columns to its right, in the order in which the plain loops fetch them.
 ///
 /// @param work  column t in row t, Lanes scalars each; only its lower triangle counts; destroyed
-/// @param B     L, unit lower
-/// @param S     L·D, the pivots on the diagonal
-/// @param w     reciprocals of the pivots
 template <class T, int Lanes>
-inline void factorDiagonal(T* work, unsigned int n, T* B, T* S, T* d, T* w)
+inline void factorDiagonal(T* work, unsigned int n, const DiagonalBlock<T>& block)
 {
+    T* const B = block.L;
+    T* const S = block.S;
+    T* const d = block.d;
     using V = typename Vector<T, Lanes>::type;
     for (unsigned int t = 0; t < n; ++t) {
         const V column = lanesOf<T, Lanes>(work, t);
-        const T pivot = column[t];
+        const T pivot = block.pivot(column[t], t);
         const V x = column / pivot;
         const V scaled = x * pivot;
         for (unsigned int j = t + 1; j < n; ++j)
             lanesOf<T, Lanes>(work, j) -= scaled * x[j];
         d[t] = pivot;
-        w[t] = T(1) / pivot;
+        block.w[t] = T(1) / pivot;
         B[t * n + t] = T(1);
         S[t * n + t] = pivot;
         for (unsigned int i = t + 1; i < n; ++i) {
@@ -107,11 +131,15 @@ template <class T> inline void subtractScaled(T* to, const T* from, T factor, un
 /// @param D     column t in row t, rows `stride` apart; destroyed
 /// @param work  n scalars
 template <class T>
-void factorLargeDiagonal(T* D, unsigned int stride, unsigned int n, T* B, T* S, T* d, T* w, T* work)
+void factorLargeDiagonal(T* D, unsigned int stride, unsigned int n, const DiagonalBlock<T>& block,
+                         T* work)
 {
+    T* const B = block.L;
+    T* const S = block.S;
+    T* const d = block.d;
     for (unsigned int t = 0; t < n; ++t) {
         T* const x = D + std::size_t(t) * stride;
-        const T pivot = x[t];
+        const T pivot = block.pivot(x[t], t);
         for (unsigned int i = t + 1; i < n; ++i) {
             x[i] = x[i] / pivot;
             work[i] = x[i] * pivot;
@@ -119,7 +147,7 @@ void factorLargeDiagonal(T* D, unsigned int stride, unsigned int n, T* B, T* S, 
         for (unsigned int j = t + 1; j < n; ++j)
             subtractScaled(D + std::size_t(j) * stride + j, work + j, x[j], n - j);
         d[t] = pivot;
-        w[t] = T(1) / pivot;
+        block.w[t] = T(1) / pivot;
         B[std::size_t(t) * n + t] = T(1);
         S[std::size_t(t) * n + t] = pivot;
         for (unsigned int i = t + 1; i < n; ++i) {

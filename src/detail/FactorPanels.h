@@ -227,19 +227,15 @@ private:
     void finishDiagonal(unsigned int c)
     {
         const unsigned int n = m.sizes[c];
-        const unsigned int diagonal = m.rowStart[c + 1] - 1;
-        const unsigned int offset = m.offsets[c];
         T* const D = rowOf(c) + columnOf(c);
         if (n > kFinishLanes) {
-            factorLargeDiagonal(D, m_width, n, m.L[diagonal], m.S[diagonal], m.pivots + offset,
-                                m.reciprocals + offset, m.lanes);
+            factorLargeDiagonal(D, m_width, n, diagonalBlock<T>(m, c), m.lanes);
             return;
         }
         for (unsigned int t = 0; t < n; ++t)
             for (unsigned int i = 0; i < n; ++i)
                 m.lanes[t * kFinishLanes + i] = D[std::size_t(t) * m_width + i];
-        factorDiagonal<T, kFinishLanes>(m.lanes, n, m.L[diagonal], m.S[diagonal],
-                                        m.pivots + offset, m.reciprocals + offset);
+        factorDiagonal<T, kFinishLanes>(m.lanes, n, diagonalBlock<T>(m, c));
     }
 
     const PanelFactorization<T>& m;

@@ -36,6 +36,7 @@ private:
     bool takePattern(const OrvelData<T>& data);
     void takeColumns();
     bool isClosed() const;
+    void countProducts();
     bool takeInput(const OrvelData<T>& data);
     bool isLaidOut(const SparseMatrix<T>& factor) const;
 
@@ -48,6 +49,7 @@ private:
     std::vector<unsigned int> m_sizes;
     std::vector<std::size_t> m_valueAt; ///< per slot: where its values begin
     std::size_t m_numValues = 0;
+    double m_products = 0;      ///< multiply-subtracts of a factorization, about
     unsigned int m_largest = 0; ///< size of a block
     std::size_t m_longest = 0;  ///< scalar columns of a row
     std::vector<unsigned int> m_columnStart;

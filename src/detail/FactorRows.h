@@ -32,9 +32,7 @@ public:
                 finish<0>(slot, m.sizes[m.columns[slot]]);
             }
         }
-        const unsigned int offset = m.offsets[m_r];
-        factorDiagonal<T, Lanes>(m.work + m.workAt[m_r], m_size, m.L[m_diagonal], m.S[m_diagonal],
-                                 m.pivots + offset, m.reciprocals + offset);
+        factorDiagonal<T, Lanes>(m.work + m.workAt[m_r], m_size, diagonalBlock<T>(m, m_r));
     }
 
 private:

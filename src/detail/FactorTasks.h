@@ -1,6 +1,8 @@
 #ifndef KYRORVEL_DETAIL_FACTOR_TASKS_H
 #define KYRORVEL_DETAIL_FACTOR_TASKS_H
 
+#include "BoundedPivot.h"
+
 #include <cstddef>
 
 namespace kyrOrvel {
@@ -14,6 +16,12 @@ struct ColumnEntry {
 
 /// The largest block that the row-by-row path takes.
 constexpr unsigned int kMaxRowBlock = 8;
+
+/// Bounds that pivots are kept to, one per scalar row, or null.
+template <class T> struct PivotBounds {
+    const T* bounds;
+    bool keepSigns;
+};
 
 /// What a factorization row by row works on. Plain pointers: the code that reads it is compiled for
 /// several instruction sets, and must not share inline functions with the rest of the program.
@@ -31,6 +39,7 @@ template <class T> struct RowFactorization {
     T* const* S;           ///< per slot: L·D
     T* pivots;
     T* reciprocals; ///< per pivot; written
+    PivotBounds<T> bounds;
     const unsigned int*
         columnStart; ///< per block column: its entries below the diagonal, rows ascending
     const ColumnEntry* columnEntries;
@@ -38,6 +47,9 @@ template <class T> struct RowFactorization {
     unsigned int* workAt; ///< per block column: where its block of the row at hand is in `work`
     T* work;              ///< the row at hand, kMaxRowBlock lanes for each of its scalar columns
 };
+
+/// Scalars beyond the end of an array that the factorization panel by panel may read.
+constexpr unsigned int kSpareScalars = 7;
 
 /// Products that a panel takes from a finished one: the entries of that one's first column that are
 /// rows of the panel at hand, or of any later one.
@@ -64,13 +76,14 @@ template <class T> struct PanelFactorization {
     T* const* S;
     T* pivots;
     T* reciprocals;
+    PivotBounds<T> bounds;
     const unsigned int* columnStart;
     const ColumnEntry* columnEntries;
     unsigned int* position; ///< per block row: its first scalar row in the panel at hand
     unsigned int* packedAt; ///< per column of the panel at hand that a source has, and one more
-    T* panel;               ///< the largest panel
-    T* triangle;            ///< the largest panel's columns, squared
-    T* packed;              ///< the most columns of a source times those of a panel
+    T* panel;               ///< the largest panel, and kSpareScalars
+    T* triangle;            ///< the largest panel's columns, squared, and kSpareScalars
+    T* packed; ///< the most columns of a source times those of a panel, and kSpareScalars
     T* lanes;               ///< the largest block, 8 lanes for each of its columns
 };
 

@@ -65,11 +65,10 @@ inline typename Vector<T, Lanes>::type& lanesOf(T* block, unsigned int q)
     return *reinterpret_cast<typename Vector<T, Lanes>::type*>(block + q * Lanes);
 }
 
-/// A row of Width scalars as long vectors, then one each of 4 and of 2 lanes and a scalar, as
-/// far as it needs them: loads and stores that touch nothing beyond it.
+/// A row of Width scalars as long vectors, then one each of 4 and of 2 lanes and a scalar, as far as
+/// it needs them: loads and stores that touch nothing beyond it.
 template <class T, int Width> struct RowPart {
-    static constexpr int kPartBytes = kVectorBytes < 32 ? kVectorBytes : 32;
-    static constexpr int kLanes = kPartBytes / int(sizeof(T));
+    static constexpr int kLanes = (kVectorBytes < 32 ? kVectorBytes : 32) / int(sizeof(T));
     static constexpr int kLong = Width / kLanes;
     static constexpr bool kFour = kLanes > 4 && (Width & 4) != 0;
     static constexpr bool kTwo = kLanes > 2 && (Width & 2) != 0;
@@ -120,5 +119,38 @@ template <class T, int Width> struct RowPart {
             two -= row.two * factor;
         if (kOne)
             one -= row.one * factor;
+    }
+};
+
+/// A row of Width scalars as long vectors alone: loads read up to kSpareScalars beyond it, stores
+/// write nothing there.
+template <class T, int Width> struct PaddedRow {
+    static constexpr int kLanes = (kVectorBytes < 32 ? kVectorBytes : 32) / int(sizeof(T));
+    static constexpr int kVectors = (Width + kLanes - 1) / kLanes;
+    static constexpr int kFull = Width / kLanes;
+    static constexpr int kRest = Width % kLanes;
+    static_assert(kLanes <= int(kSpareScalars) + 1, "loads would read too far");
+    using V = typename NativeVector<T, kLanes * int(sizeof(T))>::type;
+
+    V vectors[kVectors];
+
+    void load(const T* from)
+    {
+        for (int f = 0; f < kVectors; ++f)
+            vectors[f] = *reinterpret_cast<const V*>(from + kLanes * f);
+    }
+
+    void store(T* to) const
+    {
+        for (int f = 0; f < kFull; ++f)
+            *reinterpret_cast<V*>(to + kLanes * f) = vectors[f];
+        for (int i = 0; i < kRest; ++i)
+            to[kLanes * kFull + i] = vectors[kVectors - 1][i];
+    }
+
+    void subtract(const PaddedRow& row, T factor)
+    {
+        for (int f = 0; f < kVectors; ++f)
+            vectors[f] -= row.vectors[f] * factor;
     }
 };

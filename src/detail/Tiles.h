@@ -15,7 +15,7 @@ template <class T> struct Tile {
 /// Rows × Width sums in registers.
 template <class T, int Rows, int Width> void subtractTile(const Tile<T>& tile)
 {
-    RowPart<T, Width> sums[Rows];
+    PaddedRow<T, Width> sums[Rows];
     for (int i = 0; i < Rows; ++i)
         sums[i].load(tile.C + std::size_t(i) * tile.strideC);
     const T* B = tile.B;
@@ -23,7 +23,7 @@ template <class T, int Rows, int Width> void subtractTile(const Tile<T>& tile)
         const unsigned int s = tile.sizes[b];
         const T* S = tile.S[b] + std::size_t(tile.row) * s;
         for (unsigned int q = 0; q < s; ++q, ++S, B += tile.strideB) {
-            RowPart<T, Width> part;
+            PaddedRow<T, Width> part;
             part.load(B);
             for (int i = 0; i < Rows; ++i)
                 sums[i].subtract(part, S[static_cast<unsigned int>(i) * s]);
