@@ -12,7 +12,7 @@ namespace {
 
 // Rows are faster than panels while the finished ones stay in the caches, or where a scalar of the
 // factor takes part in few products. Measured on nets, lattices, heaps and ropes.
-constexpr std::size_t kRowsUpTo = std::size_t(24) << 20; ///< bytes of both factors
+constexpr std::size_t kRowsUpTo = std::size_t(40) << 20; ///< bytes of both factors
 constexpr double kFewProducts = 50;                      ///< per scalar of L
 
 } // namespace

@@ -36,12 +36,15 @@ inline void factorDiagonal(T* work, unsigned int n, const DiagonalBlock<T>& bloc
     T* const d = block.d;
     using V = typename Vector<T, Lanes>::type;
     for (unsigned int t = 0; t < n; ++t) {
-        const V column = lanesOf<T, Lanes>(work, t);
+        const V column = loadVector<V>(work + t * Lanes);
         const T pivot = block.pivot(column[t], t);
         const V x = column / pivot;
         const V scaled = x * pivot;
-        for (unsigned int j = t + 1; j < n; ++j)
-            lanesOf<T, Lanes>(work, j) -= scaled * x[j];
+        for (unsigned int j = t + 1; j < n; ++j) {
+            V rest = loadVector<V>(work + j * Lanes);
+            rest -= scaled * x[j];
+            storeVector(work + j * Lanes, rest);
+        }
         d[t] = pivot;
         block.w[t] = T(1) / pivot;
         B[t * n + t] = T(1);
@@ -80,18 +83,18 @@ inline void finishSomeRows(const FinishedBlock<T>& block, unsigned int rows, T* 
     using V = typename Vector<T, kFinishLanes>::type;
     const unsigned int n = Size > 0 ? Size : block.columns;
     for (unsigned int q = 0; q < n; ++q)
-        lanesOf<T, kFinishLanes>(work, q) = V{};
+        storeVector(work + q * kFinishLanes, V{});
     for (unsigned int i = 0; i < rows; ++i)
         for (unsigned int q = 0; q < n; ++q)
             work[q * kFinishLanes + i] = block.C[std::size_t(i) * block.stride + q];
     for (unsigned int q = 1; q < n; ++q) {
-        V x = lanesOf<T, kFinishLanes>(work, q);
+        V x = loadVector<V>(work + q * kFinishLanes);
         for (unsigned int t = 0; t < q; ++t)
-            x -= block.F[std::size_t(q) * n + t] * lanesOf<T, kFinishLanes>(work, t);
-        lanesOf<T, kFinishLanes>(work, q) = x;
+            x -= block.F[std::size_t(q) * n + t] * loadVector<V>(work + t * kFinishLanes);
+        storeVector(work + q * kFinishLanes, x);
     }
     for (unsigned int q = 0; q < n; ++q) {
-        const V x = lanesOf<T, kFinishLanes>(work, q) * block.w[q];
+        const V x = loadVector<V>(work + q * kFinishLanes) * block.w[q];
         const V scaled = x * block.d[q];
         for (unsigned int i = 0; i < rows; ++i) {
             block.L[std::size_t(i) * n + q] = x[i];
@@ -118,10 +121,11 @@ inline void finishRows(const FinishedBlock<T>& block, unsigned int rows, T* work
 /// to -= from * factor for n scalars.
 template <class T> inline void subtractScaled(T* to, const T* from, T factor, unsigned int n)
 {
-    using V = typename Vector<T, 4>::type;
+    constexpr unsigned int kLanes = kVectorBytes / sizeof(T);
+    using V = typename Vector<T, int(kLanes)>::type;
     unsigned int i = 0;
-    for (; i + 4 <= n; i += 4)
-        *reinterpret_cast<V*>(to + i) -= *reinterpret_cast<const V*>(from + i) * factor;
+    for (; i + kLanes <= n; i += kLanes)
+        storeVector(to + i, loadVector<V>(to + i) - loadVector<V>(from + i) * factor);
     for (; i < n; ++i)
         to[i] -= from[i] * factor;
 }

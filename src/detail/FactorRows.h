@@ -36,7 +36,11 @@ public:
     }
 
 private:
-    static V& lanes(T* block, unsigned int q) { return lanesOf<T, Lanes>(block, q); }
+    static V lanes(const T* block, unsigned int q) { return loadVector<V>(block + q * Lanes); }
+    static void setLanes(T* block, unsigned int q, const V& v)
+    {
+        storeVector(block + q * Lanes, v);
+    }
 
     /// The input's row, transposed; fill-in zero.
     void load()
@@ -48,7 +52,7 @@ private:
             m.workAt[c] = static_cast<unsigned int>(to - m.work);
             const T* const from = m.input[slot];
             for (unsigned int q = 0; q < p; ++q)
-                lanes(to, q) = V{};
+                setLanes(to, q, V{});
             for (unsigned int i = 0; from && i < m_size; ++i)
                 for (unsigned int q = 0; q < p; ++q)
                     to[q * Lanes + i] = from[i * p + q];
@@ -101,7 +105,7 @@ private:
             V sum = lanes(work, j);
             for (unsigned int p = 0; p < s; ++p)
                 sum -= x[p] * scaled[p][j];
-            lanes(work, j) = sum;
+            setLanes(work, j, sum);
         }
     }
 
@@ -119,7 +123,7 @@ private:
                 V sum = lanes(work, j);
                 for (unsigned int q = 0; q < s; ++q)
                     sum -= scaled[q] * L[q];
-                lanes(work, j) = sum;
+                setLanes(work, j, sum);
             }
         }
     }

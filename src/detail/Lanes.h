@@ -5,10 +5,31 @@
 // All fast ways have the bits of the plain one: only elements that are independent of each other
 // share a vector, and multiply and subtract stay separate.
 
-/// A vector as the processor has it. It may lie at any scalar and beside plain scalars.
+/// A vector as the processor has it.
 template <class T, int Bytes> struct NativeVector {
-    using type __attribute__((vector_size(Bytes), aligned(sizeof(T)), may_alias)) = T;
+    using type __attribute__((vector_size(Bytes))) = T;
 };
+
+/// How a vector is loaded and stored, at any scalar.
+template <class V> struct Memory {
+    template <class T> static V load(const T* from)
+    {
+        V v;
+        __builtin_memcpy(&v, from, sizeof v);
+        return v;
+    }
+    template <class T> static void store(T* to, const V& v) { __builtin_memcpy(to, &v, sizeof v); }
+};
+
+template <class V, class T> inline V loadVector(const T* from)
+{
+    return Memory<V>::load(from);
+}
+
+template <class V, class T> inline void storeVector(T* to, const V& v)
+{
+    Memory<V>::store(to, v);
+}
 
 /// Lanes beyond what one register holds: compilers take such vectors apart by way of memory if it
 /// is left to them.
@@ -51,19 +72,29 @@ template <class T, int Lanes> struct SeveralVectors {
     }
 };
 
+template <class T, int Lanes> struct Memory<SeveralVectors<T, Lanes>> {
+    using V = SeveralVectors<T, Lanes>;
+
+    static V load(const T* from)
+    {
+        V v;
+        for (int p = 0; p < V::kParts; ++p)
+            v.parts[p] = loadVector<typename V::Part>(from + p * V::kPart);
+        return v;
+    }
+    static void store(T* to, const V& v)
+    {
+        for (int p = 0; p < V::kParts; ++p)
+            storeVector(to + p * V::kPart, v.parts[p]);
+    }
+};
+
 template <class T, int Lanes, bool Fits = (Lanes * int(sizeof(T)) <= kVectorBytes)> struct Vector {
     using type = typename NativeVector<T, Lanes * int(sizeof(T))>::type;
 };
 template <class T, int Lanes> struct Vector<T, Lanes, false> {
     using type = SeveralVectors<T, Lanes>;
 };
-
-/// Column q of a block that is kept transposed, Lanes scalars for each of its columns.
-template <class T, int Lanes>
-inline typename Vector<T, Lanes>::type& lanesOf(T* block, unsigned int q)
-{
-    return *reinterpret_cast<typename Vector<T, Lanes>::type*>(block + q * Lanes);
-}
 
 /// A row of Width scalars as long vectors, then one each of 4 and of 2 lanes and a scalar, as far as
 /// it needs them: loads and stores that touch nothing beyond it.
@@ -88,11 +119,11 @@ template <class T, int Width> struct RowPart {
     void load(const T* from)
     {
         for (int f = 0; f < kLong; ++f)
-            longs[f] = *reinterpret_cast<const VLong*>(from + kLanes * f);
+            longs[f] = loadVector<VLong>(from + kLanes * f);
         if (kFour)
-            four = *reinterpret_cast<const V4*>(from + kFourAt);
+            four = loadVector<V4>(from + kFourAt);
         if (kTwo)
-            two = *reinterpret_cast<const V2*>(from + kTwoAt);
+            two = loadVector<V2>(from + kTwoAt);
         if (kOne)
             one = from[kOneAt];
     }
@@ -100,11 +131,11 @@ template <class T, int Width> struct RowPart {
     void store(T* to) const
     {
         for (int f = 0; f < kLong; ++f)
-            *reinterpret_cast<VLong*>(to + kLanes * f) = longs[f];
+            storeVector(to + kLanes * f, longs[f]);
         if (kFour)
-            *reinterpret_cast<V4*>(to + kFourAt) = four;
+            storeVector(to + kFourAt, four);
         if (kTwo)
-            *reinterpret_cast<V2*>(to + kTwoAt) = two;
+            storeVector(to + kTwoAt, two);
         if (kOne)
             to[kOneAt] = one;
     }
@@ -137,13 +168,13 @@ template <class T, int Width> struct PaddedRow {
     void load(const T* from)
     {
         for (int f = 0; f < kVectors; ++f)
-            vectors[f] = *reinterpret_cast<const V*>(from + kLanes * f);
+            vectors[f] = loadVector<V>(from + kLanes * f);
     }
 
     void store(T* to) const
     {
         for (int f = 0; f < kFull; ++f)
-            *reinterpret_cast<V*>(to + kLanes * f) = vectors[f];
+            storeVector(to + kLanes * f, vectors[f]);
         for (int i = 0; i < kRest; ++i)
             to[kLanes * kFull + i] = vectors[kVectors - 1][i];
     }
