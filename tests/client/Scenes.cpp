@@ -46,7 +46,7 @@ const Kind kKinds[] = {
     {"Chain", kyrOrvel::client::makeChain, 1, {2, 3, 4, 5, 60}, 23, 0x4df35b515b9b8527u, false},
     {"Net", kyrOrvel::client::makeNet, 2, {3, 9}, 9, 0xa86f6e9880444892u, false},
     {"RagdollPile", kyrOrvel::client::makeRagdollPile, 1, {2, 9}, 13, 0x517d2d7a9aa6b4feu, false},
-    {"Wall", squareWall, 1, {2, 3, 4, 9}, 7, 0xb96d016004918fdcu, false},
+    {"Wall", squareWall, 1, {2, 3, 4, 9}, 7, 0xe630589c765596b0u, false},
     {"Tracks", kyrOrvel::client::makeTracks, 20, {21, 22, 80}, 80, 0xd64ccdc0d5f61964u, false},
     {"PoseGraph",
      kyrOrvel::client::makePoseGraph,

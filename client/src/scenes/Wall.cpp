@@ -10,9 +10,10 @@ namespace client {
 namespace {
 
 constexpr double kTimeStep = 1.0 / 60; // s
-constexpr double kLength = 0.24;       // m, of a brick
+constexpr double kLength = 0.25;       // m, from the middle of one mortar joint to the next
 constexpr double kDepth = 0.115;       // m
-constexpr double kHeight = 0.07;       // m
+constexpr double kHeight = 0.075;      // m, likewise
+constexpr double kMortar = 0.01;       // m
 constexpr double kMass = 3.5;          // kg
 constexpr double kCompliance = 1e-4;   // of contacts, in units of the joints' diagonal
 
@@ -58,7 +59,8 @@ void addBricks(RigidBodies& bodies, const Wall& wall, unsigned int y)
     for (unsigned int i = 0; i < wall.numBricks(y); ++i) {
         const unsigned int begin = wall.begin(y, i);
         const unsigned int end = wall.end(y, i);
-        bodies.addBox({alongWall(begin), middle, 0}, {alongWall(end), middle, 0}, kDepth, kHeight,
+        bodies.addBox({alongWall(begin) + kMortar / 2, middle, 0},
+                      {alongWall(end) - kMortar / 2, middle, 0}, kDepth, kHeight - kMortar,
                       kMass * (end - begin) / 2);
     }
 }
