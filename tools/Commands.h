@@ -2,6 +2,7 @@
 #define ORVEL_COMMANDS_H
 
 #include <string>
+#include <vector>
 
 namespace orvel {
 
@@ -29,9 +30,20 @@ struct SolveOptions {
     std::string out;           ///< file for the solution, or empty
 };
 
+struct SceneOptions {
+    std::string kind;
+    std::vector<unsigned int> sizes; ///< as many as given; the kind has its own for the rest
+    std::string output;              ///< Matrix Market file to write, "-", or empty
+    bool solve = false;
+};
+
+/// A line for each kind of scene: its name, its sizes and what it is.
+std::string describeScenes();
+
 int runDemo(const DemoOptions& options);
 int runSolve(const SolveOptions& options);
 int runInfo(const MatrixOptions& options);
+int runScene(const SceneOptions& options);
 
 } // namespace orvel
 

@@ -14,6 +14,9 @@ namespace orvel {
 
 namespace {
 
+constexpr char kExitCodes[] =
+    "Exit codes: 0 done, 1 the matrix cannot be solved, 2 wrong usage or bad files.";
+
 /// What is wrong with the command line, in one line.
 int usageError(const CLI::App& app, const CLI::ParseError& error)
 {
@@ -43,12 +46,26 @@ void addMatrixOptions(CLI::App& command, MatrixOptions& options)
         ->excludes(blocks);
 }
 
+void addSceneOptions(CLI::App& command, SceneOptions& options)
+{
+    command.add_option("KIND", options.kind, "what to make; see below")->type_name("")->required();
+    command.add_option("SIZE", options.sizes, "its sizes; see below")->type_name("");
+    command
+        .add_option("--output", options.output,
+                    "write the matrix as a Matrix Market file, with the block sizes and the "
+                    "right-hand side beside it in files with the endings .blocks and .rhs; - "
+                    "is standard output, for the matrix alone")
+        ->type_name("FILE");
+    command.add_flag("--solve", options.solve, "solve it and report as orvel solve does");
+    command.footer("Kinds and their sizes:\n" + describeScenes() + "\n" + kExitCodes);
+}
+
 int run(int argc, char** argv)
 {
     CLI::App app("Solves sparse symmetric systems of small dense blocks: A = L D L^T.", "orvel");
     app.set_version_flag("--version", "orvel " ORVEL_VERSION);
     app.require_subcommand(1);
-    app.footer("Exit codes: 0 done, 1 the matrix cannot be solved, 2 wrong usage or bad files.");
+    app.footer(kExitCodes);
 
     DemoOptions demo;
     CLI::App* const demoCommand =
@@ -76,6 +93,11 @@ int run(int argc, char** argv)
         app.add_subcommand("info", "show structure, ordering and fill-in");
     addMatrixOptions(*infoCommand, info);
 
+    SceneOptions scene;
+    CLI::App* const sceneCommand =
+        app.add_subcommand("scene", "make a system that is built in; write it or solve it");
+    addSceneOptions(*sceneCommand, scene);
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -83,6 +105,8 @@ int run(int argc, char** argv)
     }
     if (demoCommand->parsed())
         return runDemo(demo);
+    if (sceneCommand->parsed())
+        return runScene(scene);
     return solveCommand->parsed() ? runSolve(solve) : runInfo(info);
 }
 
@@ -102,7 +126,9 @@ int main(int argc, char** argv)
         orvel::printError(error.what());
         return orvel::kBadInput;
     }
-    if (std::fflush(stdout) != 0) {
+    // What filled the buffer has been written before, and may have failed then.
+    const bool failedBefore = std::ferror(stdout) != 0;
+    if (std::fflush(stdout) != 0 || failedBefore) {
         orvel::printError(std::string("standard output: ") + std::strerror(errno));
         return orvel::kBadInput;
     }

@@ -31,6 +31,7 @@ TEST(CommandLine, HelpListsTheSubcommandsAndExitCodes)
               "  demo                        solve one time step of a rope bridge, built in\n"
               "  solve                       solve a system from a file\n"
               "  info                        show structure, ordering and fill-in\n"
+              "  scene                       make a system that is built in; write it or solve it\n"
               "\n"
               "Exit codes: 0 done, 1 the matrix cannot be solved, 2 wrong usage or bad files.\n");
 }
@@ -68,6 +69,38 @@ TEST(CommandLine, HelpOfSolveListsItsOptions)
         "  --rhs FILE                  right-hand side: Matrix Market array or plain numbers; "
         "by default A times ones\n"
         "  --out FILE                  write the solution as a Matrix Market array\n"
+        "\n"
+        "Exit codes: 0 done, 1 the matrix cannot be solved, 2 wrong usage or bad files.\n");
+}
+
+TEST(CommandLine, HelpOfSceneListsItsKindsAndOptions)
+{
+    EXPECT_EQ(
+        linesFrom(expectDone({"scene", "--help"}), "Usage"),
+        "Usage: orvel scene [OPTIONS] KIND [SIZE...]\n"
+        "\n"
+        "Positionals:\n"
+        "  KIND REQUIRED               what to make; see below\n"
+        "  SIZE ...                    its sizes; see below\n"
+        "\n"
+        "Options:\n"
+        "  -h,--help                   Print this help message and exit\n"
+        "  --output FILE               write the matrix as a Matrix Market file, with the block "
+        "sizes and the right-hand side beside it in files with the endings .blocks and .rhs; - is "
+        "standard output, for the matrix alone\n"
+        "  --solve                     solve it and report as orvel solve does\n"
+        "\n"
+        "Kinds and their sizes:\n"
+        "  rope SEGMENTS=60            a hanging rope of ball joints; 1 to 100000\n"
+        "  chain LINKS=60              a hanging chain of ball joints and hinges; 1 to 100000\n"
+        "  bridge SEGMENTS=60          a rope bridge with planks; 2 to 100000\n"
+        "  ragdolls RAGDOLLS=20        a heap of ragdolls; 1 to 5000\n"
+        "  net KNOTS=20                a square net; 2 to 300\n"
+        "  wall WIDTH=20 HEIGHT=10     a brick wall with friction; 1 to 300, 1 to 300\n"
+        "  tracks SHOES=80             a tank on its two tracks; 20 to 50000\n"
+        "  lattice NODES=8             an elastic lattice, definite; 1 to 50\n"
+        "  posegraph POSES=2500        a robot's pose graph, definite; 1 to 100000\n"
+        "  elasticity NODES=10         an elastic cube of hexahedra, definite; 2 to 50\n"
         "\n"
         "Exit codes: 0 done, 1 the matrix cannot be solved, 2 wrong usage or bad files.\n");
 }
