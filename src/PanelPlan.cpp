@@ -90,7 +90,7 @@ void PanelPlan<T>::makeRoom(const std::vector<unsigned int>& sizes,
 {
     const auto numPanels = static_cast<unsigned int>(m_panelStart.size()) - 1;
     std::size_t panel = 0;
-    std::size_t widest = 0;
+    std::size_t widest = 0; // of several columns
     std::size_t packed = 0;
     unsigned int columns = 0;
     const auto widthOf = [&](unsigned int p) {
@@ -104,7 +104,8 @@ void PanelPlan<T>::makeRoom(const std::vector<unsigned int>& sizes,
         for (unsigned int e = columnStart[first]; e < columnStart[first + 1]; ++e)
             rows += sizes[columnEntries[e].row];
         panel = std::max(panel, rows * width);
-        widest = std::max(widest, width);
+        if (m_panelStart[p + 1] - first > 1)
+            widest = std::max(widest, width);
         columns = std::max(columns, m_panelStart[p + 1] - first);
         for (unsigned int s = m_sourceStart[p]; s < m_sourceStart[p + 1]; ++s)
             packed = std::max(packed, widthOf(m_sources[s].panel) * width);

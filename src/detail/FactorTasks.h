@@ -82,7 +82,7 @@ template <class T> struct PanelFactorization {
     unsigned int* position; ///< per block row: its first scalar row in the panel at hand
     unsigned int* packedAt; ///< per column of the panel at hand that a source has, and one more
     T* panel;               ///< the largest panel, and kSpareScalars
-    T* triangle;            ///< the largest panel's columns, squared, and kSpareScalars
+    T* triangle;            ///< columns of the widest panel of several blocks, squared, and kSpareScalars
     T* packed; ///< the most columns of a source times those of a panel, and kSpareScalars
     T* lanes;               ///< the largest block, 8 lanes for each of its columns
 };

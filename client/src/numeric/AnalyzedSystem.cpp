@@ -219,13 +219,31 @@ std::uint64_t AnalyzedSystem<T>::countBytes(const BlockMatrix<T>& A,
     const std::uint64_t structure = (2 * counts.blocks + A.numBlocks()) * kWord + n * 16 * kWord;
     const std::uint64_t square = std::uint64_t(largestBlock) * largestBlock;
     const std::uint64_t work = analysis.multifrontal ? 0 : 2 * square * sizeof(T); // of a block row
-    // Going row by row, the solver remembers the pattern by rows and by columns, and reciprocals.
-    const bool byRows = !analysis.multifrontal && largestBlock <= kLargestRowByRow;
-    const std::uint64_t plan = byRows ? counts.blocks * (3 * kWord + 2 * sizeof(void*)) +
-                                            n * 6 * kWord + A.dimension() * sizeof(T)
-                                      : 0;
+    // The serial factorization remembers the pattern by rows and by columns, and reciprocals.
+    const std::uint64_t plan = analysis.multifrontal
+                                   ? 0
+                                   : counts.blocks * (3 * kWord + 2 * sizeof(void*)) +
+                                         n * 6 * kWord + A.dimension() * sizeof(T) +
+                                         largestPanel() * sizeof(T);
     return plan + factors + matrix + structure + work + kVectors * A.dimension() * sizeof(T) +
            m_schedule.bytes();
+}
+
+/// Scalars of the largest column of blocks, which large blocks are factored in; those of small ones
+/// are few beside the factors.
+template <class T> std::uint64_t AnalyzedSystem<T>::largestPanel() const
+{
+    if (largestBlock <= kLargestRowByRow)
+        return 0;
+    const SparseMatrix<T>& A = data.matrix;
+    std::vector<std::uint64_t> heights(A.numBlockRows, 0);
+    for (unsigned int r = 0; r < A.numBlockRows; ++r)
+        for (unsigned int e = data.factorRowStart[r]; e < data.factorRowStart[r + 1]; ++e)
+            heights[data.factorColumns[e]] += A.blockSizes[r];
+    std::uint64_t largest = 0;
+    for (unsigned int c = 0; c < A.numBlockRows; ++c)
+        largest = std::max(largest, heights[c] * A.blockSizes[c]);
+    return largest;
 }
 
 template class AnalyzedSystem<float>;
