@@ -2,6 +2,7 @@
 #define ORVEL_COMMANDS_H
 
 #include <string>
+#include <vector>
 
 namespace orvel {
 
@@ -29,9 +30,23 @@ struct SolveOptions {
     std::string out;           ///< file for the solution, or empty
 };
 
+struct PlotOptions {
+    MatrixOptions input;
+    std::string what = "all";           ///< a kind of picture, or all
+    std::string ordering = "automatic"; ///< as orderingOf names it
+    unsigned int threads = 1;
+    std::string output; ///< picture file, or empty: in the terminal
+    bool text = false;  ///< in the terminal, too
+};
+
 int runDemo(const DemoOptions& options);
 int runSolve(const SolveOptions& options);
 int runInfo(const MatrixOptions& options);
+int runPlot(const PlotOptions& options);
+
+/// The names that PlotOptions knows.
+const std::vector<std::string>& plotNames();
+const std::vector<std::string>& orderingNames();
 
 } // namespace orvel
 
