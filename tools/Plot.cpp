@@ -6,6 +6,8 @@
 #include <kyrOrvelClient/BlockLDLT>
 #include <kyrOrvelClient/Pictures>
 
+#include <kyrOrvel/Orvel>
+
 #include <fmt/core.h>
 
 #include <algorithm>
@@ -41,11 +43,72 @@ int refuse(const std::string& message)
     return kBadInput;
 }
 
+/// Which of the kinds are asked for.
+struct Kinds {
+    bool pattern;
+    bool factor;
+    bool tree;
+    bool pivots;
+    bool timeline;
+
+    explicit Kinds(const std::string& what)
+        : pattern(what == "pattern" || what == "all"),
+          factor(what == "factor" || what == "all"),
+          tree(what == "tree" || what == "all"),
+          pivots(what == "pivots" || what == "all"),
+          timeline(what == "timeline" || what == "all")
+    {
+    }
+    bool needFactorization() const { return pivots || timeline; }
+};
+
+/// Analyses, and factors where that is needed. Factoring, the order is that of `orvel solve`;
+/// without, that of `orvel info`.
+Status prepare(const PlotOptions& options, const Kinds& kinds, BlockLDLT<double>& solver,
+               PlotSubject& subject)
+{
+    solver.setSigns(Signs::Any); // files come from anywhere
+    solver.setOrdering(orderingOf(options.ordering));
+    solver.setThreads(options.threads);
+    if (options.threads > 1 || kinds.timeline)
+        solver.setFactorization(Factorization::Multifrontal); // the tree gets owners
+    if (!kinds.needFactorization()) {
+        subject.analysed = solver.analyzePattern(subject.matrix).ok();
+        return solver.info();
+    }
+    solver.compute(subject.matrix);
+    const kyrOrvel::OrvelData<double>& data = solver.data();
+    subject.analysed = data.factorRowStart.size() == subject.matrix.numBlockRows() + std::size_t(1);
+    subject.factored = subject.analysed && data.factored != 0;
+    if (subject.factored && kinds.timeline) { // once more, the memory being there
+        solver.setTrace(&subject.trace);
+        solver.factorize(subject.matrix);
+    }
+    return solver.info();
+}
+
+std::vector<Page> pagesOf(const PlotSubject& subject, const Kinds& kinds)
+{
+    std::vector<Page> pages;
+    if (kinds.pattern)
+        pages.push_back(patternPage(subject));
+    if (kinds.factor && subject.analysed)
+        pages.push_back(factorPage(subject));
+    if (kinds.tree && subject.analysed)
+        pages.push_back(treePage(subject));
+    if (kinds.pivots && subject.factored)
+        pages.push_back(pivotsPage(subject));
+    if (kinds.timeline && !subject.trace.threads.empty())
+        pages.push_back(timelinePage(subject));
+    return pages;
+}
+
 } // namespace
 
 const std::vector<std::string>& plotNames()
 {
-    static const std::vector<std::string> names = {"pattern", "factor", "all"};
+    static const std::vector<std::string> names = {"pattern", "factor",   "tree",
+                                                   "pivots",  "timeline", "all"};
     return names;
 }
 
@@ -62,32 +125,40 @@ const std::vector<std::string>& orderingNames()
 
 int runPlot(const PlotOptions& options)
 {
+    const Kinds kinds(options.what);
+    const bool text = options.text || options.output.empty();
     PictureFormat format = PictureFormat::Svg;
     if (!options.output.empty() && !formatOf(options.output, format))
         return refuse(options.output + ": a picture's name ends in .svg, .png or .pdf");
+    if (text && options.what == "timeline")
+        return refuse("a timeline is not drawn as text; name a picture with --output");
     MatrixInput input;
     Status status = readInput(options.input, input);
     if (!status.ok())
         return refuse(status.message);
+
     BlockLDLT<double> solver;
-    solver.setOrdering(orderingOf(options.ordering));
-    solver.analyzePattern(input.matrix);
     PlotSubject subject{std::filesystem::path(options.input.matrix).filename().string(),
                         input.matrix,
                         solver,
-                        solver.info().ok(),
+                        false,
                         false,
                         {}};
-    std::vector<Page> pages;
-    if (options.what != "factor")
-        pages.push_back(patternPage(subject));
-    if (options.what != "pattern" && subject.analysed)
-        pages.push_back(factorPage(subject));
-    status = kyrOrvel::client::writePicture(options.output, render(pages, format));
-    if (!status.ok())
+    status = prepare(options, kinds, solver, subject);
+    if (status.code == StatusCode::InvalidInput)
         return refuse(status.message);
-    fmt::print("Picture: {}\n", options.output);
-    return kDone;
+    const std::vector<Page> pages = pagesOf(subject, kinds);
+    if (!options.output.empty() && !pages.empty()) {
+        const Status written =
+            kyrOrvel::client::writePicture(options.output, render(pages, format));
+        if (!written.ok())
+            return refuse(written.message);
+        fmt::print("Picture: {}\n", options.output);
+    }
+    if (status.ok())
+        return kDone;
+    printError(describeFailure(options.input, input, status));
+    return kNumericalFailure;
 }
 
 } // namespace orvel

@@ -1,5 +1,7 @@
 #include "Axis.h"
 
+#include <fmt/core.h>
+
 #include <algorithm>
 #include <cmath>
 
@@ -15,6 +17,11 @@ std::string grouped(std::uint64_t n)
         digits.insert(at, "\u2009"); // a thin space
     }
     return digits;
+}
+
+std::string amount(std::uint64_t n)
+{
+    return n < 10000000 ? grouped(n) : fmt::format("{:.3g}", static_cast<double>(n));
 }
 
 double roundStep(double extent, unsigned int most)

@@ -10,6 +10,9 @@ namespace orvel {
 /// A number with its digits in groups of three, from five digits on.
 std::string grouped(std::uint64_t n);
 
+/// A count of operations: all digits of up to seven, three of more.
+std::string amount(std::uint64_t n);
+
 /// Round numbers from 0 up to last, `most` of them at the most, evenly spaced.
 std::vector<std::uint64_t> ticksUpTo(std::uint64_t last, unsigned int most);
 

@@ -1,5 +1,4 @@
 #include "Axis.h"
-#include "Layout.h"
 #include "Pages.h"
 #include "PatternPanel.h"
 
@@ -25,17 +24,16 @@ void drawFactorPage(Canvas& canvas, const PlotSubject& subject)
 
     const double x = kLeft + 0.56 * kSide; // the upper triangle has room for words
     double y = kTop + 40;
-    for (const LegendKey& key : {LegendKey{kBlue, "ordinary blocks"},
-                                 LegendKey{kGreen, "coupling of an ordinary and a trailing block"},
-                                 LegendKey{kVermilion, "trailing blocks"}}) {
+    std::vector<LegendKey> keys = keysOf(subject);
+    keys.push_back(
+        {panel.isShaded() ? kDenseFillIn : kFillIn,
+         "fill-in: " + grouped(analysis.factorBlocks - analysis.matrixBlocks) + " blocks"});
+    for (const LegendKey& key : keys) {
         drawLegend(canvas, x, y, {key});
         y += 20;
     }
-    drawLegend(canvas, x, y,
-               {{kFillIn, "fill-in: " + grouped(analysis.factorBlocks - analysis.matrixBlocks) +
-                              " blocks that A does not have"}});
     if (panel.isShaded())
-        drawShades(canvas, x, y + 20, panel);
+        drawShades(canvas, x, y, panel);
 }
 
 } // namespace

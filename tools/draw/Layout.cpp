@@ -47,17 +47,17 @@ void dropLastLetter(std::string& words)
     } while (!words.empty() && (byte & 0xC0u) == 0x80u);
 }
 
-/// The longest beginning of a text that fits into a width, with a mark where the rest is missing.
-std::string fitted(Canvas& canvas, std::string words, double width)
+} // namespace
+
+std::string fitted(Canvas& canvas, std::string words)
 {
+    const double width = kPageWidth - 2 * kMargin;
     if (canvas.widthOf(words, kFigureSize) <= width)
         return words;
     while (!words.empty() && canvas.widthOf(words + "...", kFigureSize) > width)
         dropLastLetter(words);
     return words + "...";
 }
-
-} // namespace
 
 std::string figuresOf(const PlotSubject& subject)
 {
@@ -90,8 +90,8 @@ void drawHead(Canvas& canvas, const PlotSubject& subject, const std::string& tit
     const double width = kPageWidth - 2 * kMargin;
     canvas.text(kMargin, 34, title, 18, Align::Left, true);
     canvas.text(kMargin + width, 34, subject.name, 12, Align::Right);
-    canvas.text(kMargin, 56, fitted(canvas, figuresOf(subject), width), kFigureSize);
-    canvas.text(kMargin, 73, fitted(canvas, orderOf(subject), width), kFigureSize);
+    canvas.text(kMargin, 56, fitted(canvas, figuresOf(subject)), kFigureSize);
+    canvas.text(kMargin, 73, fitted(canvas, orderOf(subject)), kFigureSize);
 }
 
 double drawLegend(Canvas& canvas, double x, double y, const std::vector<LegendKey>& keys)
@@ -104,14 +104,14 @@ double drawLegend(Canvas& canvas, double x, double y, const std::vector<LegendKe
     return x;
 }
 
-void drawShadeBar(Canvas& canvas, double x, double y, const Colour& colour, double faintest,
+void drawShadeBar(Canvas& canvas, double x, double y, const Colour& from, const Colour& to,
                   const std::string& low, const std::string& high)
 {
     canvas.text(x, y - 1, low, 11);
     x += canvas.widthOf(low, 11) + 6;
     Raster raster(kShades, 1);
     for (unsigned int i = 0; i < kShades; ++i)
-        raster.set(i, 0, mix(kWhite, colour, faintest + (1 - faintest) * i / (kShades - 1)));
+        raster.set(i, 0, mix(from, to, static_cast<double>(i) / (kShades - 1)));
     canvas.image(x, y - kMarkSize, 90, kMarkSize, raster);
     canvas.text(x + 96, y - 1, high, 11);
 }

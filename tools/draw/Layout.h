@@ -20,6 +20,10 @@ void drawHead(Canvas& canvas, const PlotSubject& subject, const std::string& tit
 std::string figuresOf(const PlotSubject& subject);
 std::string orderOf(const PlotSubject& subject);
 
+/// The longest beginning of a line that fits between the margins, with dots where the rest is
+/// missing.
+std::string fitted(Canvas& canvas, std::string words);
+
 /// A key of a legend: a filled square, a hollow one, a disc or a cross, and what it stands for.
 struct LegendKey {
     enum Mark { Square, Hollow, Disc, Ring, Cross };
@@ -31,8 +35,8 @@ struct LegendKey {
 /// Keys in a row; returns where the next would begin.
 double drawLegend(Canvas& canvas, double x, double y, const std::vector<LegendKey>& keys);
 
-/// A bar of shades from white to a colour with its ends named.
-void drawShadeBar(Canvas& canvas, double x, double y, const Colour& colour, double faintest,
+/// A bar of shades from one colour to another, its ends named.
+void drawShadeBar(Canvas& canvas, double x, double y, const Colour& from, const Colour& to,
                   const std::string& low, const std::string& high);
 
 } // namespace orvel

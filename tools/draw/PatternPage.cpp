@@ -1,4 +1,3 @@
-#include "Layout.h"
 #include "Pages.h"
 #include "PatternPanel.h"
 
@@ -32,10 +31,8 @@ void drawPatternPage(Canvas& canvas, const PlotSubject& subject)
         PatternPanel ordered = drawPattern(canvas, kLeft[1], patternInOrder(subject));
         ordered.finish("in elimination order", "position in the order of elimination");
     }
-    std::vector<LegendKey> keys = {{kBlue, "ordinary blocks"},
-                                   {kGreen, "coupling of an ordinary and a trailing block"},
-                                   {kVermilion, "trailing blocks"}};
-    if (given.showsZeroDiagonals())
+    std::vector<LegendKey> keys = keysOf(subject);
+    if (given.showsZeroDiagonals() && keys.size() > 1)
         keys.push_back({kVermilion, "with zero diagonal", LegendKey::Hollow});
     const double x = drawLegend(canvas, kLeft[0], kLegend, keys);
     if (given.isShaded())

@@ -1,7 +1,6 @@
 #include "PatternPanel.h"
 
 #include "Axis.h"
-#include "Layout.h"
 
 #include <algorithm>
 #include <cmath>
@@ -19,22 +18,25 @@ constexpr double kGapFrom = 5;    ///< blocks of that size are set apart
 constexpr double kFaintest = 0.3; ///< shade of a cell with one block
 constexpr unsigned int kTicks = 8;
 
-/// The colours of a cell's blocks, each by its share, over a white that shines through the more the
-/// fewer blocks there are.
+/// The colours of a cell's blocks, each by the logarithm of their number so that the few are seen
+/// among the many, over a white that shines through the more the fewer blocks there are.
 Colour shadeOf(const CellGrid::Counts& counts, std::uint64_t most)
 {
-    const auto total = static_cast<double>(CellGrid::total(counts));
     Colour sum = {0, 0, 0};
+    double weights = 0;
     for (unsigned int kind = 0; kind < kBlockKinds; ++kind) {
         const Colour colour = kind == kFill ? kDenseFillIn : colourOf(static_cast<BlockKind>(kind));
-        const double share = counts[kind] / total;
-        sum.red += share * colour.red;
-        sum.green += share * colour.green;
-        sum.blue += share * colour.blue;
+        const double weight = std::log1p(counts[kind]);
+        sum.red += weight * colour.red;
+        sum.green += weight * colour.green;
+        sum.blue += weight * colour.blue;
+        weights += weight;
     }
+    const Colour mean = {sum.red / weights, sum.green / weights, sum.blue / weights};
+    const auto total = static_cast<double>(CellGrid::total(counts));
     const double strength =
         most <= 1 ? 1 : kFaintest + (1 - kFaintest) * std::log(total) / std::log(double(most));
-    return mix(kWhite, sum, strength);
+    return mix(kWhite, mean, strength);
 }
 
 } // namespace
@@ -53,6 +55,15 @@ Colour colourOf(BlockKind kind)
         break;
     }
     return kFillIn;
+}
+
+std::vector<LegendKey> keysOf(const PlotSubject& subject)
+{
+    if (subject.matrix.firstTrailing() == subject.matrix.numBlockRows())
+        return {{kBlue, "blocks of A"}};
+    return {{kBlue, "ordinary blocks"},
+            {kGreen, "coupling of an ordinary and a trailing block"},
+            {kVermilion, "trailing blocks"}};
 }
 
 PatternPanel::PatternPanel(Canvas& canvas, double x, double y, double side, unsigned int rows,
@@ -125,7 +136,7 @@ void PatternPanel::drawAxes(const std::string& axisName)
 
 void drawShades(Canvas& canvas, double x, double y, const PatternPanel& panel)
 {
-    drawShadeBar(canvas, x, y, kInk, kFaintest, "blocks in a cell: 1",
+    drawShadeBar(canvas, x, y, mix(kWhite, kInk, kFaintest), kInk, "blocks in a cell: 1",
                  grouped(panel.mostInACell()));
 }
 

@@ -4,14 +4,19 @@
 #include "BlockPattern.h"
 #include "Canvas.h"
 #include "CellGrid.h"
+#include "Layout.h"
 
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace orvel {
 
 Colour colourOf(BlockKind kind);
+
+/// What the colours of A's blocks mean; trailing blocks only where there are any.
+std::vector<LegendKey> keysOf(const PlotSubject& subject);
 
 /// A square that shows a block pattern: a shape for each block, or where they are too many the
 /// number of blocks in each cell of a grid as a shade.
