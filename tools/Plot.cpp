@@ -2,6 +2,8 @@
 #include "MatrixInput.h"
 #include "Report.h"
 #include "draw/Pages.h"
+#include "draw/Utf8.h"
+#include "text/TextPages.h"
 
 #include <kyrOrvelClient/BlockLDLT>
 #include <kyrOrvelClient/Pictures>
@@ -51,6 +53,13 @@ struct Kinds {
     bool pivots;
     bool timeline;
 
+    explicit Kinds(const PlotOptions& options) : Kinds(options.what)
+    {
+        timeline = timeline && !options.output.empty(); // it is not drawn as text
+    }
+    bool needFactorization() const { return pivots || timeline; }
+
+private:
     explicit Kinds(const std::string& what)
         : pattern(what == "pattern" || what == "all"),
           factor(what == "factor" || what == "all"),
@@ -59,7 +68,6 @@ struct Kinds {
           timeline(what == "timeline" || what == "all")
     {
     }
-    bool needFactorization() const { return pivots || timeline; }
 };
 
 /// Analyses, and factors where that is needed. Factoring, the order is that of `orvel solve`;
@@ -103,6 +111,21 @@ std::vector<Page> pagesOf(const PlotSubject& subject, const Kinds& kinds)
     return pages;
 }
 
+void printText(const PlotSubject& subject, const Kinds& kinds)
+{
+    const Letters letters = {terminalTakesUtf8()};
+    std::string text = textHead(subject);
+    if (kinds.pattern)
+        text += textPatternPage(subject, letters);
+    if (kinds.factor && subject.analysed)
+        text += textFactorPage(subject, letters);
+    if (kinds.tree && subject.analysed)
+        text += textTreePage(subject, letters);
+    if (kinds.pivots && subject.factored)
+        text += textPivotsPage(subject, letters);
+    fmt::print("{}", text);
+}
+
 } // namespace
 
 const std::vector<std::string>& plotNames()
@@ -125,7 +148,7 @@ const std::vector<std::string>& orderingNames()
 
 int runPlot(const PlotOptions& options)
 {
-    const Kinds kinds(options.what);
+    const Kinds kinds(options);
     const bool text = options.text || options.output.empty();
     PictureFormat format = PictureFormat::Svg;
     if (!options.output.empty() && !formatOf(options.output, format))
@@ -138,7 +161,7 @@ int runPlot(const PlotOptions& options)
         return refuse(status.message);
 
     BlockLDLT<double> solver;
-    PlotSubject subject{std::filesystem::path(options.input.matrix).filename().string(),
+    PlotSubject subject{printable(std::filesystem::path(options.input.matrix).filename().string()),
                         input.matrix,
                         solver,
                         false,
@@ -153,8 +176,11 @@ int runPlot(const PlotOptions& options)
             kyrOrvel::client::writePicture(options.output, render(pages, format));
         if (!written.ok())
             return refuse(written.message);
-        fmt::print("Picture: {}\n", options.output);
     }
+    if (text)
+        printText(subject, kinds);
+    if (!options.output.empty() && !pages.empty())
+        fmt::print("Picture: {}\n", options.output);
     if (status.ok())
         return kDone;
     printError(describeFailure(options.input, input, status));

@@ -24,6 +24,11 @@ std::string amount(std::uint64_t n)
     return n < 10000000 ? grouped(n) : fmt::format("{:.3g}", static_cast<double>(n));
 }
 
+std::string counted(std::uint64_t n, const char* one, const char* many)
+{
+    return grouped(n) + " " + (n == 1 ? one : many);
+}
+
 double roundStep(double extent, unsigned int most)
 {
     const double least = extent / std::max(most, 1u);

@@ -13,6 +13,9 @@ std::string grouped(std::uint64_t n);
 /// A count of operations: all digits of up to seven, three of more.
 std::string amount(std::uint64_t n);
 
+/// A count of things: "1 node", "20 nodes".
+std::string counted(std::uint64_t n, const char* one, const char* many);
+
 /// Round numbers from 0 up to last, `most` of them at the most, evenly spaced.
 std::vector<std::uint64_t> ticksUpTo(std::uint64_t last, unsigned int most);
 

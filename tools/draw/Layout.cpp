@@ -62,17 +62,17 @@ std::string fitted(Canvas& canvas, std::string words)
 std::string figuresOf(const PlotSubject& subject)
 {
     const auto& A = subject.matrix;
-    std::string text =
-        fmt::format("{} blocks: {} ordinary, {} trailing; {} scalars", grouped(A.numBlockRows()),
-                    grouped(A.firstTrailing()), grouped(A.numBlockRows() - A.firstTrailing()),
-                    grouped(A.dimension()));
+    std::string text = fmt::format(
+        "{}: {} ordinary, {} trailing; {}", counted(A.numBlockRows(), "block row", "block rows"),
+        grouped(A.firstTrailing()), grouped(A.numBlockRows() - A.firstTrailing()),
+        counted(A.dimension(), "scalar row", "scalar rows"));
     if (subject.analysed) {
         const auto& analysis = subject.analysis();
-        text += fmt::format("; {} blocks of A, {} of L, fill ratio {:.2f}; nnz(L) {}",
-                            grouped(analysis.matrixBlocks), grouped(analysis.factorBlocks),
-                            static_cast<double>(analysis.factorBlocks) /
-                                static_cast<double>(analysis.matrixBlocks),
-                            grouped(analysis.factorScalars));
+        text += fmt::format(
+            "; {} of A, {} of L, fill ratio {:.2f}; nnz(L) {}",
+            counted(analysis.matrixBlocks, "block", "blocks"), grouped(analysis.factorBlocks),
+            static_cast<double>(analysis.factorBlocks) / static_cast<double>(analysis.matrixBlocks),
+            grouped(analysis.factorScalars));
     }
     return text;
 }

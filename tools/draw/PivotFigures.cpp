@@ -79,7 +79,7 @@ PivotFigures pivotFiguresOf(const PlotSubject& subject)
 std::string describePivots(const PivotFigures& figures)
 {
     std::string text =
-        fmt::format("{} pivots: {} positive, {} negative, {} zero", grouped(figures.pivots.size()),
+        fmt::format("{}: {} positive, {} negative, {} zero", grouped(figures.pivots.size()),
                     grouped(figures.positive), grouped(figures.negative), grouped(figures.zero));
     if (figures.notFinite > 0)
         text += fmt::format(", {} not finite", grouped(figures.notFinite));

@@ -19,7 +19,7 @@ constexpr double kTop = kHeadHeight + 40;
 constexpr double kHeight = 480;
 constexpr double kLeft = kMargin + 50; // of the pivots in elimination order
 constexpr double kWidth = 580;
-constexpr double kBarsLeft = kLeft + kWidth + 24; // of the histogram
+constexpr double kBarsLeft = kLeft + kWidth + 44; // of the histogram
 constexpr double kBarsWidth = kPageWidth - kMargin - kBarsLeft;
 constexpr double kLegend = kTop + kHeight + 60;
 

@@ -27,7 +27,8 @@ constexpr double kThinnest = 0.2; // bars that are thinner are drawn together
 constexpr unsigned int kTicks = 10;
 
 constexpr Colour kWait = kOrange;
-constexpr Colour kWork[2] = {kBlue, kSky};
+constexpr Colour kWork[2] = {kBlue, kSky};        // in turn
+constexpr Colour kManyNodes = {0.17, 0.58, 0.80}; // what their stripes look like from afar
 
 double milliseconds(Clock::duration time)
 {
@@ -103,24 +104,26 @@ private:
     void drawBars(const std::vector<Event>& events, bool waiting, double y, double height)
     {
         unsigned int shade = 0;
-        bool open = false;
+        unsigned int joined = 0; // events in the bar to draw next
         double from = 0;
         double to = 0;
         const auto close = [&] {
-            if (open)
-                m_canvas.fillRectangle(from, y, std::max(to - from, kThinnest), height,
-                                       waiting ? kWait : kWork[shade++ % 2]);
-            open = false;
+            if (joined == 0)
+                return;
+            const Colour work = joined > 1 ? kManyNodes : kWork[shade++ % 2];
+            m_canvas.fillRectangle(from, y, std::max(to - from, kThinnest), height,
+                                   waiting ? kWait : work);
+            joined = 0;
         };
         for (const Event& event : events) {
             if (event.waiting != waiting)
                 continue;
-            if (open && (x(event.begin) - to >= kThinnest || x(event.end) - from >= 1))
+            if (joined > 0 && (x(event.begin) - to >= kThinnest || x(event.end) - from >= 1))
                 close();
-            if (!open)
+            if (joined == 0)
                 from = x(event.begin);
             to = x(event.end);
-            open = true;
+            ++joined;
         }
         close();
     }
@@ -149,14 +152,15 @@ void drawTimelinePage(Canvas& canvas, const PlotSubject& subject)
     drawHead(canvas, subject, "Timeline of the multifrontal factorization");
     Lanes lanes(canvas, subject.trace);
     canvas.text(kMargin, kHeadHeight + 4,
-                fmt::format("{} {}, {:.3f} ms, {:.0f} % of their time at work; {} operations",
-                            threads, threads == 1 ? "thread" : "threads", lanes.duration(),
+                fmt::format("{}, {:.3f} ms, {:.0f} % of their time at work; operations: {}",
+                            counted(threads, "thread", "threads"), lanes.duration(),
                             100 * lanes.shareAtWork(), amount(subject.analysis().operations)),
                 12);
     lanes.draw();
     drawLegend(canvas, kLeft, kTop + Lanes::heightOf(threads) + 60,
                {{kWork[0], "factoring a node"},
-                {kWork[1], "factoring the next one"},
+                {kWork[1], "the next one"},
+                {kManyNodes, "several, too short to tell apart"},
                 {kWait, "waiting for another thread"},
                 {kFaint, "nothing to do"}});
 }

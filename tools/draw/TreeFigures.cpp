@@ -87,12 +87,13 @@ TreeFigures treeFiguresOf(const PlotSubject& subject)
 
 std::string describeTree(const TreeFigures& tree)
 {
-    return fmt::format("{} nodes, {} leaves, {} levels, {} {}; {} operations, {:.0f} % of them "
-                       "on the longest way from leaf to root",
-                       grouped(tree.numNodes()), grouped(tree.numLeaves), grouped(tree.height),
-                       tree.numRoots, tree.numRoots == 1 ? "root" : "roots", amount(tree.totalWork),
-                       100 * static_cast<double>(tree.longestWay) /
-                           static_cast<double>(std::max<std::uint64_t>(tree.totalWork, 1)));
+    const double onTheWay = static_cast<double>(tree.longestWay) /
+                            static_cast<double>(std::max<std::uint64_t>(tree.totalWork, 1));
+    return fmt::format(
+        "{}, {}, {}, {}; operations: {}, {:.0f} % of them on the longest way from leaf to root",
+        counted(tree.numNodes(), "node", "nodes"), counted(tree.numLeaves, "leaf", "leaves"),
+        counted(tree.height, "level", "levels"), counted(tree.numRoots, "root", "roots"),
+        amount(tree.totalWork), 100 * onTheWay);
 }
 
 } // namespace orvel

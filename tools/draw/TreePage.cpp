@@ -16,7 +16,7 @@ namespace {
 
 constexpr double kLeft = kMargin + 46;
 constexpr double kWidth = kPageWidth - kMargin - kLeft;
-constexpr double kTop = kHeadHeight + 30;
+constexpr double kTop = kHeadHeight + 22;
 constexpr double kPanel = 460; // height
 constexpr double kLegend = kTop + kPanel + 30;
 
@@ -211,7 +211,7 @@ void drawTreePage(Canvas& canvas, const PlotSubject& subject)
 {
     const TreeFigures tree = treeFiguresOf(subject);
     drawHead(canvas, subject, "Elimination tree");
-    canvas.text(kMargin, kTop - 12, describeTree(tree), 12);
+    canvas.text(kMargin, kHeadHeight + 4, describeTree(tree), 12);
     const bool profile = !NodeDrawing::hasRoom(tree);
     if (profile)
         drawProfile(canvas, tree);
