@@ -83,9 +83,10 @@ void addPlotOptions(CLI::App& command, PlotOptions& options)
         ->capture_default_str();
     command
         .add_option("--output", options.output,
-                    "picture to write: .svg, .png or .pdf; without it all is drawn as text")
+                    "picture to write: .svg, .png or .pdf; by default text in the terminal")
         ->type_name("FILE");
-    command.add_flag("--text", options.text, "draw as text, at most 80 columns wide");
+    command.add_flag("--text", options.text,
+                     "draw text in the terminal, at most 80 columns wide, as well");
 }
 
 int run(int argc, char** argv)

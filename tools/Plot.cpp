@@ -154,7 +154,8 @@ int runPlot(const PlotOptions& options)
     if (!options.output.empty() && !formatOf(options.output, format))
         return refuse(options.output + ": a picture's name ends in .svg, .png or .pdf");
     if (text && options.what == "timeline")
-        return refuse("a timeline is not drawn as text; name a picture with --output");
+        return refuse(
+            "a timeline is not drawn as text; name a picture with --output, and leave out --text");
     MatrixInput input;
     Status status = readInput(options.input, input);
     if (!status.ok())

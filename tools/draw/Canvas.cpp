@@ -44,9 +44,12 @@ cairo_status_t append(void* content, const unsigned char* bytes, unsigned int co
 Surface makeSurface(PictureFormat format, double height, std::string& content)
 {
     switch (format) {
-    case PictureFormat::Svg:
-        return {cairo_svg_surface_create_for_stream(append, &content, kPageWidth, height),
-                cairo_surface_destroy};
+    case PictureFormat::Svg: {
+        Surface surface(cairo_svg_surface_create_for_stream(append, &content, kPageWidth, height),
+                        cairo_surface_destroy);
+        cairo_svg_surface_set_document_unit(surface.get(), CAIRO_SVG_UNIT_PX);
+        return surface;
+    }
     case PictureFormat::Pdf:
         return {cairo_pdf_surface_create_for_stream(append, &content, kPageWidth, height),
                 cairo_surface_destroy};

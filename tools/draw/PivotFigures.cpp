@@ -78,9 +78,9 @@ PivotFigures pivotFiguresOf(const PlotSubject& subject)
 
 std::string describePivots(const PivotFigures& figures)
 {
-    std::string text =
-        fmt::format("{}: {} positive, {} negative, {} zero", grouped(figures.pivots.size()),
-                    grouped(figures.positive), grouped(figures.negative), grouped(figures.zero));
+    std::string text = fmt::format(
+        "{}: {} positive, {} negative, {} zero", counted(figures.pivots.size(), "pivot", "pivots"),
+        grouped(figures.positive), grouped(figures.negative), grouped(figures.zero));
     if (figures.notFinite > 0)
         text += fmt::format(", {} not finite", grouped(figures.notFinite));
     if (figures.smallest)

@@ -255,8 +255,8 @@ void drawPivotsPage(Canvas& canvas, const PlotSubject& subject)
     drawHead(canvas, subject, "Pivots");
     canvas.text(kMargin, kHeadHeight + 4, describePivots(figures), 12);
     if (!subject.solver.info().ok())
-        canvas.text(kMargin, kHeadHeight + 22, fitted(canvas, subject.solver.info().message), 12,
-                    Align::Left, true);
+        canvas.text(kMargin, kHeadHeight + 21,
+                    fitted(canvas, "failed: " + subject.solver.info().message), 12);
     PivotsDrawing drawing(canvas, figures);
     drawing.draw();
     drawKeys(canvas, subject, figures, drawing.mostInACell());

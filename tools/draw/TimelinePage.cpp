@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <string>
 #include <vector>
 
@@ -131,11 +132,13 @@ private:
     void drawAxis(double y)
     {
         const double step = roundStep(std::max(duration(), 1e-9), kTicks);
+        const int decimals = std::max(0, -static_cast<int>(std::floor(std::log10(step) + 1e-9)));
         m_canvas.line(kLeft, y, kLeft + kWidth, y, kFrame);
         for (int k = 0; k * step <= duration() * (1 + 1e-9); ++k) {
             const double at = kLeft + kWidth * k * step / std::max(duration(), 1e-9);
             m_canvas.line(at, y, at, y + 4, kFrame);
-            m_canvas.text(at, y + 16, fmt::format("{:.4g}", k * step), 10, Align::Centre);
+            m_canvas.text(at, y + 16, fmt::format("{:.{}f}", k * step, decimals), 10,
+                          Align::Centre);
         }
         m_canvas.text(kLeft + kWidth / 2, y + 32, "time, ms", 11, Align::Centre);
     }
@@ -146,14 +149,20 @@ private:
     Clock::time_point m_end;
 };
 
+/// With three digits behind the point, or none where there are enough before it.
+std::string durationText(double milliseconds)
+{
+    return fmt::format("{:.{}f}", milliseconds, milliseconds < 1000 ? 3 : 0);
+}
+
 void drawTimelinePage(Canvas& canvas, const PlotSubject& subject)
 {
     const std::size_t threads = subject.trace.threads.size();
     drawHead(canvas, subject, "Timeline of the multifrontal factorization");
     Lanes lanes(canvas, subject.trace);
     canvas.text(kMargin, kHeadHeight + 4,
-                fmt::format("{}, {:.3f} ms, {:.0f} % of their time at work; operations: {}",
-                            counted(threads, "thread", "threads"), lanes.duration(),
+                fmt::format("{}, {} ms, {:.0f} % of their time at work; operations: {}",
+                            counted(threads, "thread", "threads"), durationText(lanes.duration()),
                             100 * lanes.shareAtWork(), amount(subject.analysis().operations)),
                 12);
     lanes.draw();

@@ -41,6 +41,7 @@ void addUpwards(TreeFigures& tree)
     for (unsigned int k = 0; k < tree.numNodes(); ++k) {
         tree.leaves[k] = std::max(tree.leaves[k], 1u);
         tree.totalWork += tree.work[k];
+        tree.leastWork = std::min(tree.leastWork, tree.work[k]);
         tree.mostWork = std::max(tree.mostWork, tree.work[k]);
         tree.longestWay = std::max(tree.longestWay, way[k]);
         const unsigned int parent = tree.parent[k];

@@ -24,8 +24,9 @@ struct TreeFigures {
     unsigned int height = 0; ///< levels
     unsigned int numLeaves = 0;
     std::uint64_t totalWork = 0;
-    std::uint64_t mostWork = 1;   ///< at one node
-    std::uint64_t longestWay = 0; ///< the most work on a way from a leaf to a root
+    std::uint64_t leastWork = UINT64_MAX; ///< at one node
+    std::uint64_t mostWork = 1;           ///< at one node
+    std::uint64_t longestWay = 0;         ///< the most work on a way from a leaf to a root
 
     unsigned int numNodes() const { return static_cast<unsigned int>(parent.size()); }
     bool isRoot(unsigned int node) const { return parent[node] == node; }

@@ -48,8 +48,10 @@ Colour colourOfNode(const TreeFigures& tree, unsigned int node)
 {
     if (tree.numThreads > 1)
         return colourOfOwner(tree.owner[node]);
+    const double least = std::log(static_cast<double>(tree.leastWork));
     const double most = std::log(static_cast<double>(tree.mostWork));
-    const double share = most <= 0 ? 1 : std::log(static_cast<double>(tree.work[node])) / most;
+    const double here = std::log(static_cast<double>(tree.work[node]));
+    const double share = most <= least ? 1 : (here - least) / (most - least);
     return mix(kLightest, kDarkest, share);
 }
 
@@ -124,7 +126,7 @@ private:
         else
             m_canvas.fillCircle(m_x[k], y(k), radius, colour);
         if (m_leafWidth >= kNumberedFrom && levelHeight(m_tree) >= 0.6 * kNumberedFrom)
-            m_canvas.text(m_x[k] + m_largest + 3, y(k) + 3.5, std::to_string(k), 10);
+            m_canvas.text(m_x[k] + m_largest + 2, y(k) - 2, std::to_string(k), 10);
     }
 
     Canvas& m_canvas;
@@ -222,8 +224,8 @@ void drawTreePage(Canvas& canvas, const PlotSubject& subject)
     if (tree.numThreads > 1)
         drawOwners(canvas, legend, tree);
     else
-        drawShadeBar(canvas, kLeft, legend, kLightest, kDarkest, "operations at a node: 1",
-                     amount(tree.mostWork));
+        drawShadeBar(canvas, kLeft, legend, kLightest, kDarkest,
+                     "operations at a node: " + amount(tree.leastWork), amount(tree.mostWork));
     if (!profile)
         drawLegend(canvas, kLeft, legend + 20,
                    {{kInk, "ordinary block", LegendKey::Disc},
