@@ -3,12 +3,12 @@
 
 #include "Palette.h"
 
+#include <cairo.h>
+
 #include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
-
-struct _cairo;
 
 namespace orvel {
 
@@ -40,7 +40,7 @@ private:
 /// Draws on a page. Lengths are in pixels of a screen, from the page's upper left corner.
 class Canvas {
 public:
-    explicit Canvas(_cairo* context) : m_context(context) {}
+    explicit Canvas(cairo_t* context) : m_context(context) {}
 
     void fillRectangle(double x, double y, double width, double height, const Colour& colour);
     void strokeRectangle(double x, double y, double width, double height, const Colour& colour,
@@ -68,7 +68,7 @@ private:
     void setColour(const Colour& colour);
     void setFont(double size, bool bold);
 
-    _cairo* m_context;
+    cairo_t* m_context; ///< not owned
 };
 
 constexpr double kPageWidth = 960;
