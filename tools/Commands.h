@@ -40,10 +40,24 @@ struct SceneOptions {
 /// A line for each kind of scene: its name, its sizes and what it is.
 std::string describeScenes();
 
+struct PlotOptions {
+    MatrixOptions input;
+    std::string what = "all";           ///< a kind of picture, or all
+    std::string ordering = "automatic"; ///< as orderingOf names it
+    unsigned int threads = 1;
+    std::string output; ///< picture file, or empty: in the terminal
+    bool text = false;  ///< in the terminal, too
+};
+
 int runDemo(const DemoOptions& options);
 int runSolve(const SolveOptions& options);
 int runInfo(const MatrixOptions& options);
+int runPlot(const PlotOptions& options);
 int runScene(const SceneOptions& options);
+
+/// The names that PlotOptions knows.
+const std::vector<std::string>& plotNames();
+const std::vector<std::string>& orderingNames();
 
 } // namespace orvel
 

@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -60,6 +61,51 @@ void addSceneOptions(CLI::App& command, SceneOptions& options)
     command.footer("Kinds and their sizes:\n" + describeScenes() + "\n" + kExitCodes);
 }
 
+/// "a, b or c".
+std::string listOf(const std::vector<std::string>& names)
+{
+    std::string text = names.front();
+    for (std::size_t i = 1; i < names.size(); ++i)
+        text += (i + 1 < names.size() ? ", " : " or ") + names[i];
+    return text;
+}
+
+/// Only these names are taken.
+CLI::Validator oneOf(const std::vector<std::string>& names)
+{
+    const auto check = [names](const std::string& given) {
+        return std::find(names.begin(), names.end(), given) != names.end()
+                   ? std::string()
+                   : "'" + given + "' is none of " + listOf(names);
+    };
+    return {check, ""};
+}
+
+void addPlotOptions(CLI::App& command, PlotOptions& options)
+{
+    addMatrixOptions(command, options.input);
+    command.add_option("--what", options.what, listOf(plotNames()))
+        ->type_name("KIND")
+        ->check(oneOf(plotNames()))
+        ->capture_default_str();
+    command.add_option("--ordering", options.ordering, listOf(orderingNames()))
+        ->type_name("NAME")
+        ->check(oneOf(orderingNames()))
+        ->capture_default_str();
+    command
+        .add_option("--threads", options.threads,
+                    "threads to factor on, 1 to 255; the tree shows which owns what")
+        ->type_name("N")
+        ->check(CLI::Range(1, 255).description(""))
+        ->capture_default_str();
+    command
+        .add_option("--output", options.output,
+                    "picture to write: .svg, .png or .pdf; by default text in the terminal")
+        ->type_name("FILE");
+    command.add_flag("--text", options.text,
+                     "draw text in the terminal, at most 80 columns wide, as well");
+}
+
 int run(int argc, char** argv)
 {
     CLI::App app("Solves sparse symmetric systems of small dense blocks: A = L D L^T.", "orvel");
@@ -98,6 +144,11 @@ int run(int argc, char** argv)
         app.add_subcommand("scene", "make a system that is built in; write it or solve it");
     addSceneOptions(*sceneCommand, scene);
 
+    PlotOptions plot;
+    CLI::App* const plotCommand =
+        app.add_subcommand("plot", "draw pattern, factor, tree, pivots or timeline");
+    addPlotOptions(*plotCommand, plot);
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -107,6 +158,8 @@ int run(int argc, char** argv)
         return runDemo(demo);
     if (sceneCommand->parsed())
         return runScene(scene);
+    if (plotCommand->parsed())
+        return runPlot(plot);
     return solveCommand->parsed() ? runSolve(solve) : runInfo(info);
 }
 

@@ -15,32 +15,6 @@ using kyrOrvel::client::OrderingMethod;
 
 namespace {
 
-std::string describe(const kyrOrvel::client::Analysis& analysis)
-{
-    const std::string placed =
-        analysis.earlyBlocks > 0
-            ? ", trailing blocks behind the ordinary blocks that they couple to, " +
-                  std::to_string(analysis.earlyBlocks) + " of them behind the first"
-            : ", trailing blocks behind the ordinary blocks that they couple to";
-    switch (analysis.method) {
-    case OrderingMethod::Symamd:
-        return "minimum degree";
-    case OrderingMethod::SymamdRepaired:
-        return "minimum degree, trailing leaves behind their parents";
-    case OrderingMethod::SymamdDelayed:
-        return "minimum degree, trailing blocks behind a coupled ordinary block";
-    case OrderingMethod::ConstraintAware:
-        return "minimum degree" + placed;
-    case OrderingMethod::NestedDissection:
-        return "nested dissection" + placed;
-    case OrderingMethod::Natural:
-        return "as numbered";
-    case OrderingMethod::User:
-        return "as given";
-    }
-    return "";
-}
-
 /// The largest row sum of |A|.
 double largestRowSum(const BlockMatrix<double>& A)
 {
@@ -100,6 +74,32 @@ Accuracy accuracyOf(const BlockMatrix<double>& A, const std::vector<double>& b,
             ratio(largest(residual), largestRowSum(A) * largest(x) + largest(b))};
 }
 
+std::string describeOrder(const Analysis& analysis)
+{
+    const std::string placed =
+        analysis.earlyBlocks > 0
+            ? ", trailing blocks behind the ordinary blocks that they couple to, " +
+                  std::to_string(analysis.earlyBlocks) + " of them behind the first"
+            : ", trailing blocks behind the ordinary blocks that they couple to";
+    switch (analysis.method) {
+    case OrderingMethod::Symamd:
+        return "minimum degree";
+    case OrderingMethod::SymamdRepaired:
+        return "minimum degree, trailing leaves behind their parents";
+    case OrderingMethod::SymamdDelayed:
+        return "minimum degree, trailing blocks behind a coupled ordinary block";
+    case OrderingMethod::ConstraintAware:
+        return "minimum degree" + placed;
+    case OrderingMethod::NestedDissection:
+        return "nested dissection" + placed;
+    case OrderingMethod::Natural:
+        return "as numbered";
+    case OrderingMethod::User:
+        return "as given";
+    }
+    return "";
+}
+
 void printLine(const char* name, const std::string& value, const std::string& remark)
 {
     fmt::print("  {:<18}{:>12}{}{}\n", name, value, remark.empty() ? "" : "  ", remark);
@@ -123,7 +123,7 @@ void printAnalysis(const Analysis& analysis)
     printLine("scalars of L", std::to_string(analysis.factorScalars));
     printLine("operations", fmt::format("{:.3g}", static_cast<double>(analysis.operations)),
               "multiply-subtract pairs, about");
-    printLine("ordering", "", describe(analysis));
+    printLine("ordering", "", describeOrder(analysis));
 }
 
 void printAccuracy(const Accuracy& accuracy)

@@ -27,6 +27,9 @@ struct Accuracy {
 Accuracy accuracyOf(const kyrOrvel::client::BlockMatrix<double>& A, const std::vector<double>& b,
                     const std::vector<double>& x);
 
+/// How the elimination order came about.
+std::string describeOrder(const kyrOrvel::client::Analysis& analysis);
+
 /// One line of a report: a name, a value, a remark.
 void printLine(const char* name, const std::string& value, const std::string& remark = "");
 

@@ -94,7 +94,10 @@ template <class T> struct FrontTarget {
     unsigned int rows;
 };
 
-/// C -= L·Sᵀ for each target of a front, S na × nb, neither above kMaxRowBlock. The running sums of
+/// The largest block column that UpdateFront takes.
+constexpr unsigned int kMaxFrontDepth = 512;
+
+/// C -= L·Sᵀ for each target of a front, S na × nb, nb <= kMaxFrontDepth. The running sums of
 /// orvel_MM_CM_ABt, a lane for each column of C.
 template <class T>
 using UpdateFront = void (*)(const T* S, unsigned int na, unsigned int nb,

@@ -42,10 +42,67 @@ void updateOfWidth(const T* S, unsigned int nb, const FrontTarget<T>* targets, u
     }
 }
 
+/// Rows × Width sums, rows of C `stride` apart.
+template <class T, int Width, int Rows>
+void updateRows(const T* packed, const T* L, unsigned int nb, T* C, unsigned int stride)
+{
+    RowPart<T, Width> sums[Rows];
+    for (int i = 0; i < Rows; ++i)
+        sums[i].load(C + std::size_t(i) * stride);
+    for (unsigned int p = 0; p < nb; ++p, packed += Width) {
+        RowPart<T, Width> part;
+        part.load(packed);
+        for (int i = 0; i < Rows; ++i)
+            sums[i].subtract(part, L[std::size_t(i) * nb + p]);
+    }
+    for (int i = 0; i < Rows; ++i)
+        sums[i].store(C + std::size_t(i) * stride);
+}
+
+/// Width columns of the targets of a front of na, C at its first.
+template <class T, int Width>
+void updateSomeColumns(const T* S, unsigned int na, unsigned int nb, const FrontTarget<T>* targets,
+                       unsigned int count, unsigned int column)
+{
+    constexpr unsigned int kRows = 4;
+    T packed[kMaxFrontDepth * Width];
+    for (unsigned int j = 0; j < Width; ++j)
+        for (unsigned int p = 0; p < nb; ++p)
+            packed[p * Width + j] = S[std::size_t(column + j) * nb + p];
+    for (unsigned int t = 0; t < count; ++t) {
+        const T* L = targets[t].L;
+        T* C = targets[t].C + column;
+        unsigned int i = 0;
+        for (; i + kRows <= targets[t].rows; i += kRows) {
+            updateRows<T, Width, kRows>(packed, L, nb, C, na);
+            L += std::size_t(kRows) * nb;
+            C += std::size_t(kRows) * na;
+        }
+        for (; i < targets[t].rows; ++i, L += nb, C += na)
+            updateRows<T, Width, 1>(packed, L, nb, C, na);
+    }
+}
+
+/// The updates of one front of any size.
+template <class T>
+void updateLargeFront(const T* S, unsigned int na, unsigned int nb, const FrontTarget<T>* targets,
+                      unsigned int count)
+{
+    unsigned int column = 0;
+    for (; column + 8 <= na; column += 8)
+        updateSomeColumns<T, 8>(S, na, nb, targets, count, column);
+    for (; column + 4 <= na; column += 4)
+        updateSomeColumns<T, 4>(S, na, nb, targets, count, column);
+    for (; column < na; ++column)
+        updateSomeColumns<T, 1>(S, na, nb, targets, count, column);
+}
+
 template <class T>
 void updateFront(const T* S, unsigned int na, unsigned int nb, const FrontTarget<T>* targets,
                  unsigned int count)
 {
+    if (nb > kMaxRowBlock)
+        return updateLargeFront(S, na, nb, targets, count);
     switch (na) {
     case 1:
         return updateOfWidth<T, 1>(S, nb, targets, count);
@@ -64,6 +121,6 @@ void updateFront(const T* S, unsigned int na, unsigned int nb, const FrontTarget
     case 8:
         return updateOfWidth<T, 8>(S, nb, targets, count);
     default:
-        return;
+        return updateLargeFront(S, na, nb, targets, count);
     }
 }

@@ -32,6 +32,7 @@ TEST(CommandLine, HelpListsTheSubcommandsAndExitCodes)
               "  solve                       solve a system from a file\n"
               "  info                        show structure, ordering and fill-in\n"
               "  scene                       make a system that is built in; write it or solve it\n"
+              "  plot                        draw pattern, factor, tree, pivots or timeline\n"
               "\n"
               "Exit codes: 0 done, 1 the matrix cannot be solved, 2 wrong usage or bad files.\n");
 }
@@ -101,6 +102,36 @@ TEST(CommandLine, HelpOfSceneListsItsKindsAndOptions)
         "  lattice NODES=8             an elastic lattice, definite; 1 to 50\n"
         "  posegraph POSES=2500        a robot's pose graph, definite; 1 to 100000\n"
         "  elasticity NODES=10         an elastic cube of hexahedra, definite; 2 to 50\n"
+        "\n"
+        "Exit codes: 0 done, 1 the matrix cannot be solved, 2 wrong usage or bad files.\n");
+}
+
+TEST(CommandLine, HelpOfPlotListsItsOptions)
+{
+    EXPECT_EQ(
+        linesFrom(expectDone({"plot", "--help"}), "Usage"),
+        "Usage: orvel plot [OPTIONS] FILE\n"
+        "\n"
+        "Positionals:\n"
+        "  FILE REQUIRED               Matrix Market file: coordinate, real or integer, "
+        "symmetric\n"
+        "\n"
+        "Options:\n"
+        "  -h,--help                   Print this help message and exit\n"
+        "  --blocks FILE Excludes: --find-blocks\n"
+        "                              file with the block sizes; by default FILE with the "
+        "ending .blocks, if there is one\n"
+        "  --find-blocks Excludes: --blocks\n"
+        "                              find blocks by structure even if there is such a file\n"
+        "  --what KIND=all             pattern, factor, tree, pivots, timeline or all\n"
+        "  --ordering NAME=automatic   automatic, constraint-aware, symamd, nested-dissection, "
+        "natural or best\n"
+        "  --threads N=1               threads to factor on, 1 to 255; the tree shows which owns "
+        "what\n"
+        "  --output FILE               picture to write: .svg, .png or .pdf; by default text in "
+        "the terminal\n"
+        "  --text                      draw text in the terminal, at most 80 columns wide, as "
+        "well\n"
         "\n"
         "Exit codes: 0 done, 1 the matrix cannot be solved, 2 wrong usage or bad files.\n");
 }
