@@ -20,6 +20,7 @@ using Clock = std::chrono::steady_clock;
 constexpr double kSmallResidual = 1e-8;
 constexpr std::size_t kFewestRounds = 3;
 constexpr std::size_t kMostRounds = 1000;
+constexpr double kPatience = 5; ///< times the time for an input, then a solver has one turn at most
 
 double millisecondsOf(const std::function<bool()>& step, bool& worked)
 {
@@ -43,6 +44,7 @@ struct Run {
     std::array<std::vector<double>, kSteps> times;
     std::vector<double> x;
     bool works = true;
+    double spent = 0; ///< seconds
 
     void step(const Input& input, Step which)
     {
@@ -56,8 +58,10 @@ struct Run {
                 return solver->solve(input.rightHandSide, x);
             }
         };
-        if (works)
-            times[which].push_back(millisecondsOf(take, works));
+        if (!works)
+            return;
+        times[which].push_back(millisecondsOf(take, works));
+        spent += times[which].back() / 1000;
     }
 };
 
@@ -86,7 +90,8 @@ std::vector<Result> measure(const Input& input, const std::vector<Contender>& co
          round < kFewestRounds || (round < kMostRounds && spent() < seconds); ++round) {
         for (const Step step : {kFactorize, kSolve})
             for (Run& run : runs)
-                run.step(input, step);
+                if (round == 0 || run.spent < kPatience * seconds)
+                    run.step(input, step);
     }
     for (std::size_t round = 0; round < kFewestRounds; ++round)
         for (Run& run : runs)

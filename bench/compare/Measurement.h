@@ -21,7 +21,8 @@ struct Result {
     double residual = 0;
 };
 
-/// Lets all contenders take turns until the time is used up, each at least three times.
+/// Lets all contenders take turns until the time is used up, each at least three times, very slow
+/// ones once.
 ///
 /// @param seconds  to spend on the input, about
 std::vector<Result> measure(const Input& input, const std::vector<Contender>& contenders,
