@@ -44,13 +44,13 @@ void factorPanelsAvx512(const PanelFactorization<double>& task)
 }
 
 void updateFrontAvx512(const float* S, unsigned int na, unsigned int nb,
-                         const FrontTarget<float>* targets, unsigned int count)
+                       const FrontTarget<float>* targets, unsigned int count)
 {
     updateFront(S, na, nb, targets, count);
 }
 
 void updateFrontAvx512(const double* S, unsigned int na, unsigned int nb,
-                         const FrontTarget<double>* targets, unsigned int count)
+                       const FrontTarget<double>* targets, unsigned int count)
 {
     updateFront(S, na, nb, targets, count);
 }

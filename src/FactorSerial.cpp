@@ -2,9 +2,9 @@
 
 #include "detail/BlockSteps.h"
 #include "detail/FactorPath.h"
+#include "detail/FactorPlan.h"
 #include "detail/FactorStorage.h"
 #include "detail/PivotBound.h"
-#include "detail/FactorPlan.h"
 
 #include <kyrOrvel/DenseKernels>
 

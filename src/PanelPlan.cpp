@@ -7,8 +7,8 @@ namespace detail {
 
 namespace {
 
-/// Scalar columns of a panel of several blocks. Wider ones move less data per product, until a panel
-/// of a large system no longer fits into the cache of a core.
+/// Scalar columns of a panel of several blocks. Wider ones move less data per product, until a
+/// panel of a large system no longer fits into the cache of a core.
 constexpr unsigned int kPanelWidth = 96;
 
 /// The factorization keeps 8 rows of a block in lanes.

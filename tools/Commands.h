@@ -15,17 +15,47 @@ enum ExitCode : int {
 
 struct DemoOptions {
     unsigned int segments = 60;
+    bool json = false;
     std::string picture; ///< SVG file to write, or empty
 };
 
 struct MatrixOptions {
-    std::string matrix;      ///< Matrix Market file
+    std::string matrix;      ///< Matrix Market file, or "-" for standard input
     std::string blocks;      ///< block partition, or empty: the sidecar if there is one
     bool findBlocks = false; ///< ignore the sidecar
 };
 
+/// How to solve.
+struct SolverOptions {
+    std::string ordering = "automatic"; ///< one of orderingNames()
+    unsigned int threads = 1;
+    int refinements = 5;          ///< at the most
+    bool singlePrecision = false; ///< factor in float, correct in double
+};
+
+struct InfoOptions {
+    MatrixOptions input;
+    std::string ordering = "automatic";
+    bool json = false;
+};
+
+struct CheckOptions {
+    MatrixOptions input;
+    std::string ordering = "automatic";
+    bool json = false;
+};
+
+struct BenchOptions {
+    MatrixOptions input;
+    SolverOptions solver;
+    double seconds = 1; ///< to spend, about
+    bool json = false;
+};
+
 struct SolveOptions {
     MatrixOptions input;
+    SolverOptions solver;
+    bool json = false;
     std::string rightHandSide; ///< file, or empty: A times a vector of ones
     std::string out;           ///< file for the solution, or empty
 };
@@ -35,6 +65,8 @@ struct SceneOptions {
     std::vector<unsigned int> sizes; ///< as many as given; the kind has its own for the rest
     std::string output;              ///< Matrix Market file to write, "-", or empty
     bool solve = false;
+    SolverOptions solver;
+    bool json = false;
 };
 
 /// A line for each kind of scene: its name, its sizes and what it is.
@@ -51,12 +83,16 @@ struct PlotOptions {
 
 int runDemo(const DemoOptions& options);
 int runSolve(const SolveOptions& options);
-int runInfo(const MatrixOptions& options);
+int runInfo(const InfoOptions& options);
+int runCheck(const CheckOptions& options);
+int runBench(const BenchOptions& options);
 int runPlot(const PlotOptions& options);
 int runScene(const SceneOptions& options);
 
 /// The names that PlotOptions knows.
 const std::vector<std::string>& plotNames();
+
+/// The names of orderings.
 const std::vector<std::string>& orderingNames();
 
 } // namespace orvel

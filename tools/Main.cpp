@@ -28,39 +28,6 @@ int usageError(const CLI::App& app, const CLI::ParseError& error)
     return kBadInput;
 }
 
-void addMatrixOptions(CLI::App& command, MatrixOptions& options)
-{
-    command
-        .add_option("FILE", options.matrix,
-                    "Matrix Market file: coordinate, real or integer, symmetric")
-        ->type_name("")
-        ->required();
-    CLI::Option* const blocks =
-        command
-            .add_option("--blocks", options.blocks,
-                        "file with the block sizes; by default FILE with the ending .blocks, if "
-                        "there is one")
-            ->type_name("FILE");
-    command
-        .add_flag("--find-blocks", options.findBlocks,
-                  "find blocks by structure even if there is such a file")
-        ->excludes(blocks);
-}
-
-void addSceneOptions(CLI::App& command, SceneOptions& options)
-{
-    command.add_option("KIND", options.kind, "what to make; see below")->type_name("")->required();
-    command.add_option("SIZE", options.sizes, "its sizes; see below")->type_name("");
-    command
-        .add_option("--output", options.output,
-                    "write the matrix as a Matrix Market file, with the block sizes and the "
-                    "right-hand side beside it in files with the endings .blocks and .rhs; - "
-                    "is standard output, for the matrix alone")
-        ->type_name("FILE");
-    command.add_flag("--solve", options.solve, "solve it and report as orvel solve does");
-    command.footer("Kinds and their sizes:\n" + describeScenes() + "\n" + kExitCodes);
-}
-
 /// "a, b or c".
 std::string listOf(const std::vector<std::string>& names)
 {
@@ -81,6 +48,86 @@ CLI::Validator oneOf(const std::vector<std::string>& names)
     return {check, ""};
 }
 
+void addMatrixOptions(CLI::App& command, MatrixOptions& options)
+{
+    command
+        .add_option("FILE", options.matrix,
+                    "Matrix Market file: coordinate, real or integer, symmetric; - is "
+                    "standard input")
+        ->type_name("")
+        ->required();
+    CLI::Option* const blocks =
+        command
+            .add_option("--blocks", options.blocks,
+                        "file with the block sizes; by default FILE with the ending .blocks, if "
+                        "there is one")
+            ->type_name("FILE");
+    command
+        .add_flag("--find-blocks", options.findBlocks,
+                  "find blocks by structure even if there is such a file")
+        ->excludes(blocks);
+}
+
+void addOrdering(CLI::App& command, std::string& ordering)
+{
+    command.add_option("--ordering", ordering, listOf(orderingNames()))
+        ->type_name("NAME")
+        ->check(oneOf(orderingNames()))
+        ->capture_default_str();
+}
+
+void addJson(CLI::App& command, bool& json)
+{
+    command.add_flag("--json", json, "report as a JSON object");
+}
+
+void addSolverOptions(CLI::App& command, SolverOptions& options)
+{
+    addOrdering(command, options.ordering);
+    command
+        .add_option("--threads", options.threads,
+                    "threads to factor on, 1 to 255; from 2 on multifrontal")
+        ->type_name("N")
+        ->check(CLI::Range(1, 255).description(""))
+        ->capture_default_str();
+    command.add_flag("--float", options.singlePrecision, "factor in single precision");
+}
+
+void addRefinements(CLI::App& command, SolverOptions& options)
+{
+    command
+        .add_option("--refine", options.refinements,
+                    "refinement steps at the most, 0 to 100; a factor in single precision is "
+                    "always corrected")
+        ->type_name("N")
+        ->check(CLI::Range(0, 100).description(""))
+        ->capture_default_str();
+}
+
+/// What stands below the options of a subcommand.
+std::string footer(const std::string& example)
+{
+    return "Example: " + example + "\n\n" + kExitCodes;
+}
+
+void addSceneOptions(CLI::App& command, SceneOptions& options)
+{
+    command.add_option("KIND", options.kind, "what to make; see below")->type_name("")->required();
+    command.add_option("SIZE", options.sizes, "its sizes; see below")->type_name("");
+    command
+        .add_option("--output", options.output,
+                    "write the matrix as a Matrix Market file, with the block sizes and the "
+                    "right-hand side beside it in files with the endings .blocks and .rhs; - "
+                    "is standard output, for the matrix alone")
+        ->type_name("FILE");
+    command.add_flag("--solve", options.solve, "solve it and report as orvel solve does");
+    addSolverOptions(command, options.solver);
+    addRefinements(command, options.solver);
+    addJson(command, options.json);
+    command.footer("Kinds and their sizes:\n" + describeScenes() + "\n" +
+                   footer("orvel scene wall 30 20 --output wall.mtx"));
+}
+
 void addPlotOptions(CLI::App& command, PlotOptions& options)
 {
     addMatrixOptions(command, options.input);
@@ -88,10 +135,7 @@ void addPlotOptions(CLI::App& command, PlotOptions& options)
         ->type_name("KIND")
         ->check(oneOf(plotNames()))
         ->capture_default_str();
-    command.add_option("--ordering", options.ordering, listOf(orderingNames()))
-        ->type_name("NAME")
-        ->check(oneOf(orderingNames()))
-        ->capture_default_str();
+    addOrdering(command, options.ordering);
     command
         .add_option("--threads", options.threads,
                     "threads to factor on, 1 to 255; the tree shows which owns what")
@@ -104,6 +148,7 @@ void addPlotOptions(CLI::App& command, PlotOptions& options)
         ->type_name("FILE");
     command.add_flag("--text", options.text,
                      "draw text in the terminal, at most 80 columns wide, as well");
+    command.footer(footer("orvel plot bridge.mtx --what factor --output factor.svg"));
 }
 
 int run(int argc, char** argv)
@@ -122,6 +167,8 @@ int run(int argc, char** argv)
         ->capture_default_str();
     demoCommand->add_option("--picture", demo.picture, "draw the bridge and its system as SVG")
         ->type_name("FILE");
+    addJson(*demoCommand, demo.json);
+    demoCommand->footer(footer("orvel demo --segments 100 --picture bridge.svg"));
 
     SolveOptions solve;
     CLI::App* const solveCommand = app.add_subcommand("solve", "solve a system from a file");
@@ -134,10 +181,38 @@ int run(int argc, char** argv)
     solveCommand->add_option("--out", solve.out, "write the solution as a Matrix Market array")
         ->type_name("FILE");
 
-    MatrixOptions info;
+    addSolverOptions(*solveCommand, solve.solver);
+    addRefinements(*solveCommand, solve.solver);
+    addJson(*solveCommand, solve.json);
+    solveCommand->footer(footer("orvel solve bridge.mtx --rhs bridge.rhs --out x.mtx"));
+
+    InfoOptions info;
     CLI::App* const infoCommand =
         app.add_subcommand("info", "show structure, ordering and fill-in");
-    addMatrixOptions(*infoCommand, info);
+    addMatrixOptions(*infoCommand, info.input);
+    addOrdering(*infoCommand, info.ordering);
+    addJson(*infoCommand, info.json);
+    infoCommand->footer(footer("orvel info bridge.mtx --json"));
+
+    CheckOptions check;
+    CLI::App* const checkCommand =
+        app.add_subcommand("check", "certify the order, count signs, find redundant constraints");
+    addMatrixOptions(*checkCommand, check.input);
+    addOrdering(*checkCommand, check.ordering);
+    addJson(*checkCommand, check.json);
+    checkCommand->footer(footer("orvel check frame.mtx"));
+
+    BenchOptions bench;
+    CLI::App* const benchCommand =
+        app.add_subcommand("bench", "measure analysis, refactorization and solve");
+    addMatrixOptions(*benchCommand, bench.input);
+    addSolverOptions(*benchCommand, bench.solver);
+    benchCommand->add_option("--seconds", bench.seconds, "to spend, about; 0.001 to 3600")
+        ->type_name("S")
+        ->check(CLI::Range(0.001, 3600.0).description(""))
+        ->capture_default_str();
+    addJson(*benchCommand, bench.json);
+    benchCommand->footer(footer("orvel scene net 60 --output net.mtx && orvel bench net.mtx"));
 
     SceneOptions scene;
     CLI::App* const sceneCommand =
@@ -160,6 +235,10 @@ int run(int argc, char** argv)
         return runScene(scene);
     if (plotCommand->parsed())
         return runPlot(plot);
+    if (checkCommand->parsed())
+        return runCheck(check);
+    if (benchCommand->parsed())
+        return runBench(bench);
     return solveCommand->parsed() ? runSolve(solve) : runInfo(info);
 }
 

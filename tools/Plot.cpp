@@ -1,5 +1,6 @@
 #include "Commands.h"
 #include "MatrixInput.h"
+#include "Orderings.h"
 #include "Report.h"
 #include "draw/Pages.h"
 #include "draw/Utf8.h"
@@ -20,24 +21,11 @@ namespace orvel {
 
 using kyrOrvel::client::BlockLDLT;
 using kyrOrvel::client::Factorization;
-using kyrOrvel::client::Ordering;
 using kyrOrvel::client::Signs;
 using kyrOrvel::client::Status;
 using kyrOrvel::client::StatusCode;
 
 namespace {
-
-const std::pair<const char*, Ordering> kOrderings[] = {
-    {"automatic", Ordering::Automatic}, {"constraint-aware", Ordering::ConstraintAware},
-    {"symamd", Ordering::Symamd},       {"nested-dissection", Ordering::NestedDissection},
-    {"natural", Ordering::Natural},     {"best", Ordering::Best}};
-
-Ordering orderingOf(const std::string& name)
-{
-    return std::find_if(std::begin(kOrderings), std::end(kOrderings),
-                        [&](const auto& ordering) { return name == ordering.first; })
-        ->second;
-}
 
 int refuse(const std::string& message)
 {
@@ -132,17 +120,6 @@ const std::vector<std::string>& plotNames()
 {
     static const std::vector<std::string> names = {"pattern", "factor",   "tree",
                                                    "pivots",  "timeline", "all"};
-    return names;
-}
-
-const std::vector<std::string>& orderingNames()
-{
-    static const std::vector<std::string> names = [] {
-        std::vector<std::string> result;
-        for (const auto& ordering : kOrderings)
-            result.emplace_back(ordering.first);
-        return result;
-    }();
     return names;
 }
 

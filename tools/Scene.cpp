@@ -168,14 +168,14 @@ int printMatrixMarket(const BlockMatrix<double>& A)
     return kDone;
 }
 
-void printFiles(const Files& files)
+void reportFiles(Report& report, const Files& files)
 {
     if (!files.matrix.empty())
-        fmt::print("Matrix: {}\n", files.matrix);
+        report.file("matrix", "Matrix", files.matrix);
     if (!files.blocks.empty())
-        fmt::print("Blocks: {}\n", files.blocks);
+        report.file("blockFile", "Blocks", files.blocks);
     if (!files.rightHandSide.empty())
-        fmt::print("Right-hand side: {}\n", files.rightHandSide);
+        report.file("rightHandSide", "Right-hand side", files.rightHandSide);
 }
 
 } // namespace
@@ -218,17 +218,19 @@ int runScene(const SceneOptions& options)
         return badInput(status.message);
     Solution solution;
     if (options.solve)
-        status = computeSolution(scene.matrix, scene.rightHandSide, solution);
+        status = computeSolution(scene.matrix, scene.rightHandSide, options.solver, solution);
     if (!status.ok()) {
         printError(name + ": " + status.message);
         return kNumericalFailure;
     }
+    Report report(options.json);
+    report.heading(name);
 
-    fmt::print("{}\n", name);
-    printMatrix(scene.matrix);
+    reportMatrix(report, scene.matrix);
     if (options.solve)
-        printSolution(solution);
-    printFiles(files);
+        reportSolution(report, solution);
+    reportFiles(report, files);
+    report.finish();
     return kDone;
 }
 

@@ -5,8 +5,6 @@
 
 #include <kyrOrvelClient/MatrixFiles>
 
-#include <fmt/core.h>
-
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -65,9 +63,13 @@ int runSolve(const SolveOptions& options)
     if (!status.ok())
         return badInput(status);
 
+    Report report(options.json);
     Solution solution;
-    status = computeSolution(input.matrix, b, solution);
+    status = computeSolution(input.matrix, b, options.solver, solution);
     if (!status.ok()) {
+        report.detail("input", nameOf(options.input));
+        report.detail("failure", describeStatus(status));
+        report.finish();
         printError(describeFailure(options.input, input, status));
         return kNumericalFailure;
     }
@@ -77,12 +79,13 @@ int runSolve(const SolveOptions& options)
             return badInput(status);
     }
 
-    fmt::print("{}\n", options.input.matrix);
-    printMatrix(input.matrix);
-    printLine("", "", "blocks " + input.blockSource);
-    printSolution(solution);
+    report.heading(nameOf(options.input));
+    reportMatrix(report, input.matrix);
+    report.line("blockSource", input.blockSource, "", "", "blocks " + input.blockSource);
+    reportSolution(report, solution);
     if (!options.out.empty())
-        fmt::print("Solution: {}\n", options.out);
+        report.file("solution", "Solution", options.out);
+    report.finish();
     return kDone;
 }
 

@@ -40,9 +40,8 @@ std::string line(double x1, double y1, double x2, double y2, const char* colour,
 
 std::string bar(double x, double y, double width, double height, const char* colour)
 {
-    return format(
-        "<rect x=\"%.1f\" y=\"%.1f\" width=\"%.1f\" height=\"%.1f\" fill=\"%s\"/>\n", x, y, width,
-        height, colour);
+    return format("<rect x=\"%.1f\" y=\"%.1f\" width=\"%.1f\" height=\"%.1f\" fill=\"%s\"/>\n", x,
+                  y, width, height, colour);
 }
 
 std::string page(double height, const std::string& title, const std::string& shapes)
@@ -80,8 +79,8 @@ std::string ratioGrid(int least, double bottom)
     for (int d = least; d <= kMostDoublings; ++d) {
         const double x = across(std::exp2(d), least);
         shapes += line(x, kTop, x, bottom, d == 0 ? "#555" : "#ddd", 1);
-        shapes += label(x, bottom + 18, d < 0 ? format("1/%d", 1 << -d) : format("%d", 1 << d),
-                        "middle");
+        shapes +=
+            label(x, bottom + 18, d < 0 ? format("1/%d", 1 << -d) : format("%d", 1 << d), "middle");
     }
     return shapes;
 }
@@ -149,9 +148,9 @@ std::string barsOf(const Table& table, Step step, const std::string& title)
         shapes += label(kLeft - 10, (start + y) / 2 + 4, name, "end");
         y += kGap;
     }
-    shapes += label((kLeft + kWidth - kRight) / 2, y + 36,
-                    "times as long as " + (table.empty() ? "" : table[0].second[0].contender),
-                    "middle");
+    shapes +=
+        label((kLeft + kWidth - kRight) / 2, y + 36,
+              "times as long as " + (table.empty() ? "" : table[0].second[0].contender), "middle");
     return page(y + 60, title, ratioGrid(kLeast, y) + shapes + legend(table, kTop + 20));
 }
 

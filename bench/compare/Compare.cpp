@@ -165,9 +165,9 @@ void writeCsv(const std::string& path, const Table& table)
         for (const Result& result : results)
             if (result.solved)
                 file << name << ",\"" << result.contender << "\"," << result.milliseconds[kAnalyze]
-                     << ',' << result.milliseconds[kFactorize] << ','
-                     << result.milliseconds[kSolve] << ',' << result.factorScalars << ','
-                     << result.operations << ',' << result.residual << '\n';
+                     << ',' << result.milliseconds[kFactorize] << ',' << result.milliseconds[kSolve]
+                     << ',' << result.factorScalars << ',' << result.operations << ','
+                     << result.residual << '\n';
     if (!file.flush())
         std::fprintf(stderr, "bench_compare: cannot write %s\n", path.c_str());
 }

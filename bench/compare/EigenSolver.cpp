@@ -12,10 +12,10 @@ public:
     using Matrix = Eigen::SparseMatrix<double>;
 
     explicit EigenSolver(const Input& input)
-        : m_matrix(Eigen::Map<const Matrix>(
-              input.scalars.dimension(), input.scalars.dimension(),
-              static_cast<Eigen::Index>(input.scalars.rows.size()), input.scalars.start.data(),
-              input.scalars.rows.data(), input.scalars.values.data()))
+        : m_matrix(Eigen::Map<const Matrix>(input.scalars.dimension(), input.scalars.dimension(),
+                                            static_cast<Eigen::Index>(input.scalars.rows.size()),
+                                            input.scalars.start.data(), input.scalars.rows.data(),
+                                            input.scalars.values.data()))
     {
     }
 

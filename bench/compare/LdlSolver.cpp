@@ -86,8 +86,8 @@ private:
 
 std::vector<Contender> ldlContenders()
 {
-    return {{"LDL, AMD", false,
-             [](const Input& input) { return std::make_unique<LdlSolver>(input); }}};
+    return {
+        {"LDL, AMD", false, [](const Input& input) { return std::make_unique<LdlSolver>(input); }}};
 }
 
 } // namespace bench

@@ -86,8 +86,8 @@ std::vector<Result> measure(const Input& input, const std::vector<Contender>& co
     }
     const Clock::time_point start = Clock::now();
     const auto spent = [&] { return std::chrono::duration<double>(Clock::now() - start).count(); };
-    for (std::size_t round = 0;
-         round < kFewestRounds || (round < kMostRounds && spent() < seconds); ++round) {
+    for (std::size_t round = 0; round < kFewestRounds || (round < kMostRounds && spent() < seconds);
+         ++round) {
         for (const Step step : {kFactorize, kSolve})
             for (Run& run : runs)
                 if (round == 0 || run.spent < kPatience * seconds)

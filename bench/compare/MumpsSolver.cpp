@@ -67,8 +67,8 @@ private:
 
 std::vector<Contender> mumpsContenders()
 {
-    return {{"MUMPS", false,
-             [](const Input& input) { return std::make_unique<MumpsSolver>(input); }}};
+    return {
+        {"MUMPS", false, [](const Input& input) { return std::make_unique<MumpsSolver>(input); }}};
 }
 
 } // namespace bench

@@ -17,7 +17,7 @@ public:
     virtual bool analyze() = 0;   ///< from scratch
     virtual bool factorize() = 0; ///< with the values of the input
     virtual bool solve(const std::vector<double>& b, std::vector<double>& x) = 0;
-    virtual double factorScalars() const = 0; ///< of L; 0 if it does not say
+    virtual double factorScalars() const = 0;       ///< of L; 0 if it does not say
     virtual double operations() const { return 0; } ///< multiply-subtracts; 0 if it does not say
 };
 

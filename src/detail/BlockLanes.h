@@ -2,10 +2,10 @@
 
 /// Where a diagonal block goes.
 template <class T> struct DiagonalBlock {
-    T* L;        ///< unit lower
-    T* S;        ///< L·D, the pivots on the diagonal
+    T* L; ///< unit lower
+    T* S; ///< L·D, the pivots on the diagonal
     T* d;
-    T* w;        ///< reciprocals of the pivots
+    T* w; ///< reciprocals of the pivots
     PivotBounds<T> bounds;
 
     T pivot(T value, unsigned int t) const
@@ -20,7 +20,10 @@ inline DiagonalBlock<T> diagonalBlock(const Task& task, unsigned int r)
     const unsigned int slot = task.rowStart[r + 1] - 1;
     const unsigned int at = task.offsets[r];
     const T* const bounds = task.bounds.bounds;
-    return {task.L[slot], task.S[slot], task.pivots + at, task.reciprocals + at,
+    return {task.L[slot],
+            task.S[slot],
+            task.pivots + at,
+            task.reciprocals + at,
             {bounds ? bounds + at : bounds, task.bounds.keepSigns}};
 }
 
@@ -103,8 +106,7 @@ inline void finishSomeRows(const FinishedBlock<T>& block, unsigned int rows, T* 
     }
 }
 
-template <class T>
-inline void finishRows(const FinishedBlock<T>& block, unsigned int rows, T* work)
+template <class T> inline void finishRows(const FinishedBlock<T>& block, unsigned int rows, T* work)
 {
     switch (block.columns) {
     case 3:

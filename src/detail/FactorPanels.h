@@ -1,7 +1,7 @@
-// The factorization panel by panel (left-looking), as a template over scalar type. A panel is one or
-// more block columns of one supernode: neighbours that have the same rows below. The panel at hand
-// is a dense array, a row for each of its scalar rows. It takes the products of all finished panels
-// in ascending order, many columns at a time, then those of its own columns, block by block.
+// The factorization panel by panel (left-looking), as a template over scalar type. A panel is one
+// or more block columns of one supernode: neighbours that have the same rows below. The panel at
+// hand is a dense array, a row for each of its scalar rows. It takes the products of all finished
+// panels in ascending order, many columns at a time, then those of its own columns, block by block.
 //
 // Blocks on the diagonal are kept transposed in the panel: the products for L(c, c), which are
 // L(i, q)·S(j, q) for i >= j, then come out of the same tiles as those for the blocks below.
@@ -99,8 +99,7 @@ private:
         for (unsigned int e = source.first; e < source.last; ++e) {
             const ColumnEntry entry = m.columnEntries[e];
             // Rows of the panel itself end with their diagonal block.
-            const unsigned int end =
-                e < source.end ? m.packedAt[e - source.first + 1] : columns;
+            const unsigned int end = e < source.end ? m.packedAt[e - source.first + 1] : columns;
             subtractRow(source, entry, first, count, end, columns);
         }
     }
@@ -158,8 +157,7 @@ private:
             return;
         for (unsigned int i = 0; i < rows; i += kTileRows) {
             const unsigned int height = rows - i < kTileRows ? rows - i : kTileRows;
-            const Tile<T> tile = {S,      sizes,   count, i,
-                                  B,      stride,  C + std::size_t(i) * m_width,
+            const Tile<T> tile = {S,      sizes, count, i, B, stride, C + std::size_t(i) * m_width,
                                   m_width};
             subtractTileRows<T, kTileRows>(tile, height, columns);
         }
@@ -213,9 +211,14 @@ private:
         const unsigned int rows = m.sizes[r];
         const unsigned int n = m.sizes[c];
         const unsigned int offset = m.offsets[c];
-        FinishedBlock<T> block = {rowOf(r) + columnOf(c), m_width,          m.L[m.rowStart[c + 1] - 1],
-                                  m.pivots + offset,      m.reciprocals + offset,
-                                  m.L[slot],              m.S[slot],        n};
+        FinishedBlock<T> block = {rowOf(r) + columnOf(c),
+                                  m_width,
+                                  m.L[m.rowStart[c + 1] - 1],
+                                  m.pivots + offset,
+                                  m.reciprocals + offset,
+                                  m.L[slot],
+                                  m.S[slot],
+                                  n};
         for (unsigned int i = 0; i < rows; i += kFinishLanes) {
             finishRows(block, rows - i < kFinishLanes ? rows - i : kFinishLanes, m.lanes);
             block.C += std::size_t(kFinishLanes) * m_width;

@@ -143,4 +143,3 @@ template <class T> void factorRows(const RowFactorization<T>& task)
             RowFactorizer<T, 8>(task, r).run();
     }
 }
-

@@ -60,9 +60,9 @@ struct PanelSource {
     unsigned int last;  ///< column entry: one after the last
 };
 
-/// What a factorization panel by panel works on. Patterns as for RowFactorization, but blocks of any
-/// size. The block columns of a panel have the same rows, but for those that have become columns:
-/// blocks side by side in a row are neighbours in its slots.
+/// What a factorization panel by panel works on. Patterns as for RowFactorization, but blocks of
+/// any size. The block columns of a panel have the same rows, but for those that have become
+/// columns: blocks side by side in a row are neighbours in its slots.
 template <class T> struct PanelFactorization {
     unsigned int numPanels;
     const unsigned int* panelStart;  ///< block columns; one more than panels
@@ -82,9 +82,9 @@ template <class T> struct PanelFactorization {
     unsigned int* position; ///< per block row: its first scalar row in the panel at hand
     unsigned int* packedAt; ///< per column of the panel at hand that a source has, and one more
     T* panel;               ///< the largest panel, and kSpareScalars
-    T* triangle;            ///< columns of the widest panel of several blocks, squared, and kSpareScalars
-    T* packed; ///< the most columns of a source times those of a panel, and kSpareScalars
-    T* lanes;               ///< the largest block, 8 lanes for each of its columns
+    T* triangle; ///< columns of the widest panel of several blocks, squared, and kSpareScalars
+    T* packed;   ///< the most columns of a source times those of a panel, and kSpareScalars
+    T* lanes;    ///< the largest block, 8 lanes for each of its columns
 };
 
 /// A block of a front, and the factor's block that changes it.

@@ -1,6 +1,7 @@
-// Vectors for the fast factorizations. Included, as are the factorizations themselves, by one source
-// for each instruction set, in a namespace of its own. No standard header with code is included
-// here or there: a function compiled for AVX-512 must not end up in programs for other processors.
+// Vectors for the fast factorizations. Included, as are the factorizations themselves, by one
+// source for each instruction set, in a namespace of its own. No standard header with code is
+// included here or there: a function compiled for AVX-512 must not end up in programs for other
+// processors.
 //
 // All fast ways have the bits of the plain one: only elements that are independent of each other
 // share a vector, and multiply and subtract stay separate.
@@ -90,14 +91,14 @@ template <class T, int Lanes> struct Memory<SeveralVectors<T, Lanes>> {
 };
 
 template <class T, int Lanes, bool Fits = (Lanes * int(sizeof(T)) <= kVectorBytes)> struct Vector {
-    using type = typename NativeVector<T, Lanes * int(sizeof(T))>::type;
+    using type = typename NativeVector<T, Lanes* int(sizeof(T))>::type;
 };
 template <class T, int Lanes> struct Vector<T, Lanes, false> {
     using type = SeveralVectors<T, Lanes>;
 };
 
-/// A row of Width scalars as long vectors, then one each of 4 and of 2 lanes and a scalar, as far as
-/// it needs them: loads and stores that touch nothing beyond it.
+/// A row of Width scalars as long vectors, then one each of 4 and of 2 lanes and a scalar, as far
+/// as it needs them: loads and stores that touch nothing beyond it.
 template <class T, int Width> struct RowPart {
     static constexpr int kLanes = (kVectorBytes < 32 ? kVectorBytes : 32) / int(sizeof(T));
     static constexpr int kLong = Width / kLanes;
@@ -161,7 +162,7 @@ template <class T, int Width> struct PaddedRow {
     static constexpr int kFull = Width / kLanes;
     static constexpr int kRest = Width % kLanes;
     static_assert(kLanes <= int(kSpareScalars) + 1, "loads would read too far");
-    using V = typename NativeVector<T, kLanes * int(sizeof(T))>::type;
+    using V = typename NativeVector<T, kLanes* int(sizeof(T))>::type;
 
     V vectors[kVectors];
 

@@ -1,5 +1,5 @@
-// Tiles of C -= S·B, S as it lies in the blocks of a factor row, B dense with rows in the order of the
-// products.
+// Tiles of C -= S·B, S as it lies in the blocks of a factor row, B dense with rows in the order of
+// the products.
 
 template <class T> struct Tile {
     const T* const* S;         ///< blocks side by side, row-major without gaps

@@ -62,8 +62,7 @@ testing::AssertionResult sameFactors(const kyrOrvel::OrvelData<T>& data,
 {
     if (data.pivots.size != expected.pivots.size)
         return testing::AssertionFailure() << data.pivots.size << " pivots";
-    if (const auto result =
-            sameBits(data.pivots.data, expected.pivots.data, expected.pivots.size);
+    if (const auto result = sameBits(data.pivots.data, expected.pivots.data, expected.pivots.size);
         !result)
         return testing::AssertionFailure() << "pivots: " << result.message();
     const unsigned int values = expected.factor.valueCapacity;

@@ -181,8 +181,7 @@ Status AnalyzedSystem<T>::planThreads(const std::vector<unsigned int>& sizes,
         mapTree(data.eliminationTree, workPerNode(data.columnPattern, sizes), settings.threads);
     analysis.work = mapping.totalWork;
     analysis.makespan = mapping.makespan;
-    if (settings.factorization == Factorization::Automatic &&
-        !pays(mapping, factorScalars))
+    if (settings.factorization == Factorization::Automatic && !pays(mapping, factorScalars))
         return {};
     const SyncMode mode =
         settings.waiting == Waiting::Spinning ? SyncMode::Spinning : SyncMode::Blocking;
@@ -215,11 +214,10 @@ std::uint64_t AnalyzedSystem<T>::countBytes(const BlockMatrix<T>& A,
     const std::uint64_t square = std::uint64_t(largestBlock) * largestBlock;
     const std::uint64_t work = analysis.multifrontal ? 0 : 2 * square * sizeof(T); // of a block row
     // The serial factorization remembers the pattern by rows and by columns, and reciprocals.
-    const std::uint64_t plan = analysis.multifrontal
-                                   ? 0
-                                   : counts.blocks * (3 * kWord + 2 * sizeof(void*)) +
-                                         n * 6 * kWord + A.dimension() * sizeof(T) +
-                                         largestPanel() * sizeof(T);
+    const std::uint64_t plan =
+        analysis.multifrontal ? 0
+                              : counts.blocks * (3 * kWord + 2 * sizeof(void*)) + n * 6 * kWord +
+                                    A.dimension() * sizeof(T) + largestPanel() * sizeof(T);
     return plan + factors + matrix + structure + work + kVectors * A.dimension() * sizeof(T) +
            m_schedule.bytes();
 }

@@ -103,8 +103,8 @@ private:
     bool isNoise(const OrvelData<T>& data, unsigned int r, unsigned int i, T magnitude);
     void count(T pivot);
 
-    std::vector<T> m_scales;   ///< per row of the block at hand
-    std::vector<T> m_diagonal; ///< of A, likewise
+    std::vector<T> m_scales;         ///< per row of the block at hand
+    std::vector<T> m_diagonal;       ///< of A, likewise
     std::vector<FourSums<T>> m_sums; ///< likewise
     PivotCounts m_counts;
     PivotFailure<T> m_firstBounded;

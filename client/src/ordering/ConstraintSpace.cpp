@@ -79,8 +79,7 @@ void ConstraintSpace::buildPattern(const OrderingInput& input)
 Status ConstraintSpace::order(const OrderingInput& input, const OrderGraph& orderGraph,
                               std::vector<unsigned int>& order) const
 {
-    const std::vector<unsigned int> sizes(input.sizes.begin() + m_firstTrailing,
-                                          input.sizes.end());
+    const std::vector<unsigned int> sizes(input.sizes.begin() + m_firstTrailing, input.sizes.end());
     const std::vector<unsigned char> standsAlone(sizes.size(), 1);
     const OrderingInput trailing{m_pattern, m_pattern.numBlockRows, standsAlone, sizes,
                                  input.userOrder};
