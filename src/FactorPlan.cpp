@@ -11,9 +11,11 @@ namespace detail {
 namespace {
 
 // Rows are faster than panels while the finished ones stay in the caches, or where a scalar of the
-// factor takes part in few products. Measured on nets, lattices, heaps and ropes.
+// factor takes part in few products; panels where it takes part in many. Measured on nets, lattices,
+// elastic cubes, pose graphs, heaps, walls and ropes.
 constexpr std::size_t kRowsUpTo = std::size_t(40) << 20; ///< bytes of both factors
 constexpr double kFewProducts = 50;                      ///< per scalar of L
+constexpr double kManyProducts = 200;
 
 } // namespace
 
@@ -171,8 +173,9 @@ template <class T> bool FactorPlan<T>::goesByRows() const
     const FactorSchedule schedule = factorSchedule();
     if (m_largest > kMaxRowBlock || schedule == FactorSchedule::Panels)
         return false;
-    return schedule == FactorSchedule::Rows || 2 * m_numValues * sizeof(T) <= kRowsUpTo ||
-           m_products <= kFewProducts * static_cast<double>(m_numValues);
+    const double products = m_products / static_cast<double>(m_numValues);
+    const bool small = 2 * m_numValues * sizeof(T) <= kRowsUpTo;
+    return schedule == FactorSchedule::Rows || products <= (small ? kManyProducts : kFewProducts);
 }
 
 template <class T> RowFactorization<T> FactorPlan<T>::rowTask(OrvelData<T>& data)

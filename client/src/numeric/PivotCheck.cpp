@@ -155,16 +155,17 @@ typename PivotFailure<T>::Kind PivotCheck<T>::judge(const OrvelData<T>& data, un
 }
 
 /// Behind sound pivots, only a diagonal block of its own that is not negative definite can make the
-/// pivot of a trailing row positive. Where it is small besides, it was negative and too small to
-/// tell.
+/// pivot of a trailing row positive. Without one the pivot was negative and too small to tell; with
+/// one that leaves its row alone, if it is small.
 template <class T>
 typename PivotFailure<T>::Kind PivotCheck<T>::wrongSign(const PivotFailure<T>& pivot,
                                                         bool trailing) const
 {
     using Kind = typename PivotFailure<T>::Kind;
     const T small = std::sqrt(std::numeric_limits<T>::epsilon()) * pivot.scale;
-    return trailing && !(m_diagonal[pivot.row] > 0) && pivot.pivot <= small ? Kind::Lost
-                                                                            : Kind::WrongSign;
+    if (!trailing || m_diagonal[pivot.row] > 0)
+        return Kind::WrongSign;
+    return !m_hasDiagonal || pivot.pivot <= small ? Kind::Lost : Kind::WrongSign;
 }
 
 template <class T>
@@ -222,8 +223,12 @@ const std::vector<T>& PivotCheck<T>::computeScales(const OrvelData<T>& data, uns
     const std::size_t m = L.blockSizes[r];
     const bool upper = A.blockColumns[A.rowStart[r]] == r && A.rowStart[r + 1] - A.rowStart[r] > 1;
     const T* const diagonalOfA = A.blockData[upper ? A.rowStart[r] : A.rowStart[r + 1] - 1];
-    for (std::size_t i = 0; i < m; ++i)
+    m_hasDiagonal = false;
+    for (std::size_t i = 0; i < m; ++i) {
         m_sums[i].clear();
+        for (std::size_t j = 0; j <= i; ++j)
+            m_hasDiagonal = m_hasDiagonal || diagonalOfA[i * m + j] != 0;
+    }
     const T* const pivots = data.pivots.data;
     const unsigned int diagonal = L.rowStart[r + 1] - 1;
     for (unsigned int slot = L.rowStart[r]; slot < diagonal; ++slot) {

@@ -106,6 +106,7 @@ private:
     std::vector<T> m_scales;         ///< per row of the block at hand
     std::vector<T> m_diagonal;       ///< of A, likewise
     std::vector<FourSums<T>> m_sums; ///< likewise
+    bool m_hasDiagonal = false;      ///< whether A has a diagonal block there that is not zero
     PivotCounts m_counts;
     PivotFailure<T> m_firstBounded;
     T m_leastShare = 1;       ///< of its terms that a pivot has kept so far
