@@ -11,8 +11,8 @@ namespace detail {
 namespace {
 
 // Rows are faster than panels while the finished ones stay in the caches, or where a scalar of the
-// factor takes part in few products; panels where it takes part in many. Measured on nets, lattices,
-// elastic cubes, pose graphs, heaps, walls and ropes.
+// factor takes part in few products; panels where it takes part in many. Measured on nets,
+// lattices, elastic cubes, pose graphs, heaps, walls and ropes.
 constexpr std::size_t kRowsUpTo = std::size_t(40) << 20; ///< bytes of both factors
 constexpr double kFewProducts = 50;                      ///< per scalar of L
 constexpr double kManyProducts = 200;
