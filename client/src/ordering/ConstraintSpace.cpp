@@ -84,7 +84,7 @@ Status ConstraintSpace::order(const OrderingInput& input, const OrderGraph& orde
     const OrderingInput trailing{m_pattern, m_pattern.numBlockRows, standsAlone, sizes,
                                  input.userOrder};
     std::vector<unsigned int> found;
-    const Status status = orderGraph(trailing, found);
+    Status status = orderGraph(trailing, found);
     if (!status.ok())
         return status;
     order.resize(m_firstTrailing);

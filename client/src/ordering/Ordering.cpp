@@ -227,7 +227,7 @@ Status orderConstraintAware(const OrderingInput& input, const EarlyRule* rule, S
 {
     result.method = OrderingMethod::ConstraintAware;
     const auto minimumDegree = [&](const OrderingInput& graph, Order& order) {
-        const Status status = symamd(graph, scratch, result);
+        Status status = symamd(graph, scratch, result);
         if (status.ok())
             order = orderIn(result.permutation);
         return status;
