@@ -29,9 +29,19 @@ struct SolveOptions {
     std::string out;           ///< file for the solution, or empty
 };
 
+struct ReplayOptions {
+    std::string capture;
+    std::string shrink; ///< file for the smallest part that fails alike, or empty
+    bool json = false;
+};
+
 int runDemo(const DemoOptions& options);
 int runSolve(const SolveOptions& options);
 int runInfo(const MatrixOptions& options);
+
+/// kDone if the replay is the same as what was captured, failures included; kNumericalFailure if
+/// anything differs.
+int runReplay(const ReplayOptions& options);
 
 } // namespace orvel
 

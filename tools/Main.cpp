@@ -43,6 +43,22 @@ void addMatrixOptions(CLI::App& command, MatrixOptions& options)
         ->excludes(blocks);
 }
 
+CLI::App* addReplay(CLI::App& app, ReplayOptions& options)
+{
+    CLI::App* const command =
+        app.add_subcommand("replay", "solve a captured system again and compare, to the bit");
+    command->add_option("FILE", options.capture, "capture of a system")->type_name("")->required();
+    command
+        ->add_option("--shrink", options.shrink,
+                     "write the smallest part that fails alike: as .mtx with .blocks beside it, "
+                     "or by any other name as a capture")
+        ->type_name("FILE");
+    command->add_flag("--json", options.json, "report as JSON");
+    command->footer("Exit codes: 0 the same as captured, 1 something differs, 2 wrong usage or bad "
+                    "files.");
+    return command;
+}
+
 int run(int argc, char** argv)
 {
     CLI::App app("Solves sparse symmetric systems of small dense blocks: A = L D L^T.", "orvel");
@@ -76,6 +92,9 @@ int run(int argc, char** argv)
         app.add_subcommand("info", "show structure, ordering and fill-in");
     addMatrixOptions(*infoCommand, info);
 
+    ReplayOptions replay;
+    CLI::App* const replayCommand = addReplay(app, replay);
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -83,6 +102,8 @@ int run(int argc, char** argv)
     }
     if (demoCommand->parsed())
         return runDemo(demo);
+    if (replayCommand->parsed())
+        return runReplay(replay);
     return solveCommand->parsed() ? runSolve(solve) : runInfo(info);
 }
 

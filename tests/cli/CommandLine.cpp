@@ -31,6 +31,8 @@ TEST(CommandLine, HelpListsTheSubcommandsAndExitCodes)
               "  demo                        solve one time step of a rope bridge, built in\n"
               "  solve                       solve a system from a file\n"
               "  info                        show structure, ordering and fill-in\n"
+              "  replay                      solve a captured system again and compare, to the "
+              "bit\n"
               "\n"
               "Exit codes: 0 done, 1 the matrix cannot be solved, 2 wrong usage or bad files.\n");
 }
@@ -70,6 +72,24 @@ TEST(CommandLine, HelpOfSolveListsItsOptions)
         "  --out FILE                  write the solution as a Matrix Market array\n"
         "\n"
         "Exit codes: 0 done, 1 the matrix cannot be solved, 2 wrong usage or bad files.\n");
+}
+
+TEST(CommandLine, HelpOfReplayListsItsOptions)
+{
+    EXPECT_EQ(linesFrom(expectDone({"replay", "--help"}), "Usage"),
+              "Usage: orvel replay [OPTIONS] FILE\n"
+              "\n"
+              "Positionals:\n"
+              "  FILE REQUIRED               capture of a system\n"
+              "\n"
+              "Options:\n"
+              "  -h,--help                   Print this help message and exit\n"
+              "  --shrink FILE               write the smallest part that fails alike: as .mtx "
+              "with .blocks beside it, or by any other name as a capture\n"
+              "  --json                      report as JSON\n"
+              "\n"
+              "Exit codes: 0 the same as captured, 1 something differs, 2 wrong usage or bad "
+              "files.\n");
 }
 
 TEST(CommandLine, NoSubcommandIsRefused)
