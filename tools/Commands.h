@@ -81,6 +81,12 @@ struct PlotOptions {
     bool text = false;  ///< in the terminal, too
 };
 
+struct ReplayOptions {
+    std::string capture;
+    std::string shrink; ///< file for the smallest part that fails alike, or empty
+    bool json = false;
+};
+
 int runDemo(const DemoOptions& options);
 int runSolve(const SolveOptions& options);
 int runInfo(const InfoOptions& options);
@@ -94,6 +100,10 @@ const std::vector<std::string>& plotNames();
 
 /// The names of orderings.
 const std::vector<std::string>& orderingNames();
+
+/// kDone if the replay is the same as what was captured, failures included; kNumericalFailure if
+/// anything differs.
+int runReplay(const ReplayOptions& options);
 
 } // namespace orvel
 

@@ -151,6 +151,23 @@ void addPlotOptions(CLI::App& command, PlotOptions& options)
     command.footer(footer("orvel plot bridge.mtx --what factor --output factor.svg"));
 }
 
+CLI::App* addReplay(CLI::App& app, ReplayOptions& options)
+{
+    CLI::App* const command =
+        app.add_subcommand("replay", "solve a captured system again and compare, to the bit");
+    command->add_option("FILE", options.capture, "capture of a system")->type_name("")->required();
+    command
+        ->add_option("--shrink", options.shrink,
+                     "write the smallest part that fails alike: as .mtx with .blocks beside it, "
+                     "or by any other name as a capture")
+        ->type_name("FILE");
+    command->add_flag("--json", options.json, "report as JSON");
+    command->footer("Example: orvel replay failed.capture --shrink small.mtx\n\n"
+                    "Exit codes: 0 the same as captured, 1 something differs, 2 wrong usage or bad "
+                    "files.");
+    return command;
+}
+
 int run(int argc, char** argv)
 {
     CLI::App app("Solves sparse symmetric systems of small dense blocks: A = L D L^T.", "orvel");
@@ -224,6 +241,9 @@ int run(int argc, char** argv)
         app.add_subcommand("plot", "draw pattern, factor, tree, pivots or timeline");
     addPlotOptions(*plotCommand, plot);
 
+    ReplayOptions replay;
+    CLI::App* const replayCommand = addReplay(app, replay);
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -239,6 +259,8 @@ int run(int argc, char** argv)
         return runCheck(check);
     if (benchCommand->parsed())
         return runBench(bench);
+    if (replayCommand->parsed())
+        return runReplay(replay);
     return solveCommand->parsed() ? runSolve(solve) : runInfo(info);
 }
 

@@ -101,6 +101,11 @@ std::string describeOrder(const Analysis& analysis)
     return "";
 }
 
+void printLine(const char* name, const std::string& value, const std::string& remark)
+{
+    fmt::print("  {:<18}{:>12}{}{}\n", name, value, remark.empty() ? "" : "  ", remark);
+}
+
 void Report::heading(const std::string& text)
 {
     if (m_json)
@@ -113,7 +118,7 @@ void Report::line(const char* key, const Json& value, const char* label, const s
                   const std::string& remark)
 {
     if (!m_json)
-        fmt::print("  {:<18}{:>12}{}{}\n", label, text, remark.empty() ? "" : "  ", remark);
+        printLine(label, text, remark);
     else if (key)
         m_object[key] = value;
 }

@@ -32,6 +32,9 @@ Accuracy accuracyOf(const kyrOrvel::client::BlockMatrix<double>& A, const std::v
 /// How the elimination order came about.
 std::string describeOrder(const kyrOrvel::client::Analysis& analysis);
 
+/// One line of a report: a name, a value, a remark.
+void printLine(const char* name, const std::string& value, const std::string& remark = "");
+
 using Json = nlohmann::ordered_json;
 
 /// What a command says on standard output: a heading and lines, or one JSON object.

@@ -79,7 +79,7 @@ Status computeSolution(const BlockMatrix<double>& A, const std::vector<double>& 
     const Progress progress("solving");
     solution.x.resize(A.dimension());
     Status status = options.singlePrecision ? solveInFloat(A, b, options, solution)
-                                                  : solveInDouble(A, b, options, solution);
+                                            : solveInDouble(A, b, options, solution);
     if (!status.ok())
         return status;
     solution.accuracy = accuracyOf(A, b, solution.x);

@@ -37,6 +37,8 @@ TEST(CommandLine, HelpListsTheSubcommandsAndExitCodes)
               "  scene                       make a system that is built in; write it or solve "
               "it\n"
               "  plot                        draw pattern, factor, tree, pivots or timeline\n"
+              "  replay                      solve a captured system again and compare, to the "
+              "bit\n"
               "\n"
               "Exit codes: 0 done, 1 the matrix cannot be solved, 2 wrong usage or bad files.\n");
 }
@@ -245,6 +247,26 @@ TEST(CommandLine, HelpOfPlotListsItsOptions)
               "Example: orvel plot bridge.mtx --what factor --output factor.svg\n"
               "\n"
               "Exit codes: 0 done, 1 the matrix cannot be solved, 2 wrong usage or bad files.\n");
+}
+
+TEST(CommandLine, HelpOfReplayListsItsOptions)
+{
+    EXPECT_EQ(linesFrom(expectDone({"replay", "--help"}), "Usage"),
+              "Usage: orvel replay [OPTIONS] FILE\n"
+              "\n"
+              "Positionals:\n"
+              "  FILE REQUIRED               capture of a system\n"
+              "\n"
+              "Options:\n"
+              "  -h,--help                   Print this help message and exit\n"
+              "  --shrink FILE               write the smallest part that fails alike: as .mtx "
+              "with .blocks beside it, or by any other name as a capture\n"
+              "  --json                      report as JSON\n"
+              "\n"
+              "Example: orvel replay failed.capture --shrink small.mtx\n"
+              "\n"
+              "Exit codes: 0 the same as captured, 1 something differs, 2 wrong usage or bad "
+              "files.\n");
 }
 
 TEST(CommandLine, NoSubcommandIsRefused)

@@ -10,7 +10,7 @@ namespace cli {
 namespace {
 
 const std::vector<std::string> kSubcommands = {"demo",  "solve", "info", "check",
-                                               "bench", "scene", "plot"};
+                                               "bench", "scene", "plot", "replay"};
 
 /// All options of all subcommands.
 std::set<std::string> options()

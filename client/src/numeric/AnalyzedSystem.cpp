@@ -66,6 +66,7 @@ template <class T> Status AnalyzedSystem<T>::analyze(const BlockMatrix<T>& A, bo
         offsets[r] = A.blockOffset(r);
         largestBlock = std::max(largestBlock, A.blockSize(r));
     }
+    analysis.byValues = values;
     analysis.orderedAgain = false;
     const ValueRule<T> byValues(A);
     const CountRule byCount(pattern.sizes());

@@ -347,18 +347,20 @@ template <class T> void BlockLDLT<T>::setTrace(FactorTrace* trace)
 
 template <class T> const Status& BlockLDLT<T>::analyzePattern(const BlockMatrix<T>& A)
 {
-    return m_impl->guard([&] { return m_impl->analyze(A, false); });
+    m_impl->guard([&] { return m_impl->analyze(A, false); });
+    return captureFailure(A);
 }
 
 template <class T> const Status& BlockLDLT<T>::factorize(const BlockMatrix<T>& A)
 {
-    return m_impl->guard([&] { return m_impl->factor(A); });
+    m_impl->guard([&] { return m_impl->factor(A); });
+    return captureFailure(A);
 }
 
 template <class T> const Status& BlockLDLT<T>::compute(const BlockMatrix<T>& A)
 {
     if (!m_impl->guard([&] { return m_impl->analyze(A, true); }).ok())
-        return info();
+        return captureFailure(A);
     return factorize(A);
 }
 

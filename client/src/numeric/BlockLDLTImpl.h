@@ -51,6 +51,8 @@ template <class T> struct BlockLDLT<T>::Impl {
     bool analyzed = false;
     bool factorized = false;
     FactorTrace* trace = nullptr;
+    std::string capturePath; ///< where a failing system goes, or empty
+    Status captureStatus;
 
     PivotCheck<T> pivotCheck;
     std::vector<T> pivotBounds;

@@ -1,0 +1,334 @@
+#include "cli/Orvel.h"
+#include "support/BlockSystems.h"
+
+#include <kyrOrvelClient/Capture>
+
+#include <limits>
+
+using kyrOrvel::client::BlockLDLT;
+using kyrOrvel::client::BlockMatrix;
+using kyrOrvel::client::Capture;
+using kyrOrvel::client::CapturedSystem;
+using kyrOrvel::client::writeCapture;
+
+namespace cli {
+
+namespace {
+
+// 4 . . 1 1 .     Blocks 3 and 4 are the same joint.
+// . 4 . . . 1
+// . . 4 1 1 1
+// 1 . 1 . . .
+// 1 . 1 . . .
+// . 1 1 . . .
+BlockMatrix<double> doubledJoint()
+{
+    return support::scalarMatrix<double>(
+        {{4}, {0, 4}, {0, 0, 4}, {1, 0, 1, 0}, {1, 0, 1, 0, 0}, {0, 1, 1, 0, 0, 0}}, 3);
+}
+
+/// A capture of a factorization, and a solve if that succeeds.
+template <class T>
+std::string capturedFile(const support::Folder& folder, const BlockMatrix<T>& A,
+                         const std::vector<T>& b)
+{
+    BlockLDLT<T> solver;
+    std::vector<T> x(A.dimension());
+    if (solver.compute(A).ok())
+        solver.solve(b.data(), x.data());
+    EXPECT_TRUE(writeCapture(folder.path("c"), solver, A, b.data(), x.data()).ok());
+    return folder.path("c");
+}
+
+std::string singularFile(const support::Folder& folder)
+{
+    return capturedFile(folder, doubledJoint(), std::vector<double>(6, 1));
+}
+
+/// [4 2; 2 5]·(1.5, 1) = (8, 8).
+template <class T> std::string solvedFile(const support::Folder& folder)
+{
+    return capturedFile(folder, support::scalarMatrix<T>({{4}, {2, 5}}), std::vector<T>{8, 8});
+}
+
+/// The file with the first value of the matrix changed after the fact.
+std::string changedFile(const support::Folder& folder, double value)
+{
+    Capture capture;
+    EXPECT_TRUE(kyrOrvel::client::readCapture(solvedFile<double>(folder), capture).ok());
+    *std::get<CapturedSystem<double>>(capture.system).matrix.block(0, 0) = value;
+    EXPECT_TRUE(writeCapture(folder.path("c"), capture).ok());
+    return folder.path("c");
+}
+
+constexpr char kSingular[] =
+    "the pivot of row 0 of block 4 is 0: the row is zero or depends on rows eliminated before it; "
+    "remove what is redundant or give the block a diagonal (a compliance); it depends on block 3; "
+    "a compliance of 1.49e-08 would do";
+
+/// Fails with exit code 1 and an empty standard error; returns its standard output.
+std::string expectDifferent(const std::vector<std::string>& arguments)
+{
+    const support::CommandResult result = orvel(arguments);
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.err, "");
+    return result.out;
+}
+
+} // namespace
+
+// L = [1 .; 0.5 1], D = (4, 4), x = (1.5, 1); the hashes are FNV-1a over their bits.
+TEST(Replay, SolvedSystemIsTheSame)
+{
+    const support::Folder folder;
+    const std::string file = solvedFile<double>(folder);
+    EXPECT_EQ(expectDone({"replay", file}),
+              file + "\n"
+                     "  scalars                      2  double\n"
+                     "  blocks                       2  2 ordinary, 0 trailing\n"
+                     "  status                      Ok  as captured\n"
+                     "  order                     same\n"
+                     "  pattern of L              same  4d8fa9deb1339705\n"
+                     "  L                         same  3f0b4ffa86bb41c8\n"
+                     "  D                         same  236ed81c056d80e5\n"
+                     "  x                         same  5878668f91410e9d\n");
+}
+
+TEST(Replay, FloatSystemIsTheSame)
+{
+    const support::Folder folder;
+    const std::string report = expectDone({"replay", solvedFile<float>(folder)});
+    EXPECT_EQ(linesFrom(report, "  scalars").substr(0, 39),
+              "  scalars                      2  float");
+}
+
+TEST(Replay, FailureThatIsTheSameIsNoFailure)
+{
+    const support::Folder folder;
+    const std::string file = singularFile(folder);
+    EXPECT_EQ(expectDone({"replay", file}),
+              file +
+                  "\n"
+                  "  scalars                      6  double\n"
+                  "  blocks                       6  3 ordinary, 3 trailing\n"
+                  "  status                Singular  as captured\n"
+                  "                                  " +
+                  kSingular +
+                  "\n"
+                  "  order                     same\n"
+                  "  pattern of L      not compared\n"
+                  "  L                 not compared\n"
+                  "  D                 not compared\n"
+                  "  x                 not compared\n");
+}
+
+// [8 2; 2 5]: L = [1 .; 0.25 1], D = (8, 4.5), x = (2/3, 4/3).
+TEST(Replay, DifferentValuesAreNamed)
+{
+    const support::Folder folder;
+    const std::string file = changedFile(folder, 8);
+    EXPECT_EQ(
+        expectDifferent({"replay", file}),
+        file + "\n"
+               "  scalars                      2  double\n"
+               "  blocks                       2  2 ordinary, 0 trailing\n"
+               "  status                      Ok  as captured\n"
+               "  order                     same\n"
+               "  pattern of L              same  4d8fa9deb1339705\n"
+               "  L                      differs  81ea3d1b01fdbab8, captured: 3f0b4ffa86bb41c8\n"
+               "  D                      differs  98b753e3d0159707, captured: 236ed81c056d80e5\n"
+               "  x                      differs  340397304dccf796, captured: 5878668f91410e9d\n");
+}
+
+// [0.8 2; 2 5] is singular up to rounding.
+TEST(Replay, DifferentStatusIsNamed)
+{
+    const support::Folder folder;
+    const std::string report = expectDifferent({"replay", changedFile(folder, 0.8)});
+    EXPECT_EQ(linesFrom(report, "  status").substr(0, 46),
+              "  status                Singular  captured: Ok");
+}
+
+TEST(Replay, JsonHoldsTheSame)
+{
+    const support::Folder folder;
+    const std::string file = solvedFile<double>(folder);
+    const std::string status =
+        R"({"code": "Ok", "block": null, "row": null, "id": 0, "message": ""})";
+    EXPECT_EQ(
+        expectDone({"replay", file, "--json"}),
+        "{\n"
+        "  \"file\": \"" +
+            file +
+            "\",\n"
+            "  \"precision\": \"double\",\n"
+            "  \"scalars\": 2,\n"
+            "  \"blocks\": 2,\n"
+            "  \"ordinary\": 2,\n"
+            "  \"same\": true,\n"
+            "  \"status\": {\"result\": \"same\",\n"
+            "    \"captured\": " +
+            status +
+            ",\n"
+            "    \"replayed\": " +
+            status +
+            "},\n"
+            "  \"order\": \"same\",\n"
+            "  \"pattern\": {\"result\": \"same\", \"captured\": \"4d8fa9deb1339705\", "
+            "\"replayed\": \"4d8fa9deb1339705\"},\n"
+            "  \"L\": {\"result\": \"same\", \"captured\": \"3f0b4ffa86bb41c8\", \"replayed\": "
+            "\"3f0b4ffa86bb41c8\"},\n"
+            "  \"D\": {\"result\": \"same\", \"captured\": \"236ed81c056d80e5\", \"replayed\": "
+            "\"236ed81c056d80e5\"},\n"
+            "  \"x\": {\"result\": \"same\", \"captured\": \"5878668f91410e9d\", \"replayed\": "
+            "\"5878668f91410e9d\"},\n"
+            "  \"shrunk\": null\n"
+            "}\n");
+}
+
+TEST(Replay, JsonOfAFailureHoldsWhatWasLeftOfIt)
+{
+    const support::Folder folder;
+    const std::string file = singularFile(folder);
+    const std::string out = folder.path("small");
+    const std::string none = R"({"result": "not compared", "captured": null, "replayed": null})";
+    const std::string status = std::string(R"({"code": "Singular", "block": 4, "row": 0, )") +
+                               R"("id": 4, "message": ")" + kSingular + "\"}";
+    EXPECT_EQ(linesFrom(expectDone({"replay", file, "--json", "--shrink", out}), "  \"same\""),
+              "  \"same\": true,\n"
+              "  \"status\": {\"result\": \"same\",\n"
+              "    \"captured\": " +
+                  status +
+                  ",\n"
+                  "    \"replayed\": " +
+                  status +
+                  "},\n"
+                  "  \"order\": \"same\",\n"
+                  "  \"pattern\": " +
+                  none + ",\n  \"L\": " + none + ",\n  \"D\": " + none + ",\n  \"x\": " + none +
+                  ",\n"
+                  "  \"shrunk\": {\"file\": \"" +
+                  out +
+                  "\", \"blocksFile\": null, \"ids\": [0, 2, 3, 4], \"tried\": 11}\n"
+                  "}\n");
+}
+
+TEST(Replay, QuotesInAFileNameAreEscapedInJson)
+{
+    const support::Folder folder;
+    const std::string file = folder.path("a\"b\\c\n");
+    std::filesystem::rename(solvedFile<double>(folder), file);
+    EXPECT_EQ(
+        linesFrom(expectDone({"replay", file, "--json"}), "  \"file\"").substr(0, file.size() + 19),
+        "  \"file\": \"" + folder.path("a\\\"b\\\\c\\u000a") + "\"");
+}
+
+TEST(ReplayShrink, MatrixAndBlocksAreThoseThatFail)
+{
+    const support::Folder folder;
+    const std::string file = singularFile(folder);
+    const std::string matrix = folder.path("small.mtx");
+    const std::string blocks = folder.path("small.blocks");
+    const std::string report = expectDone({"replay", file, "--shrink", matrix});
+    EXPECT_EQ(linesFrom(report, "  shrunk to"),
+              "  shrunk to                    4  blocks, the smallest of 11 systems tried\n"
+              "                                  ids 0 2 3 4\n"
+              "Shrunk matrix: " +
+                  matrix + ", blocks: " + blocks + "\n");
+    EXPECT_EQ(support::contentOf(matrix), std::string(kHeader) + "4 4 6\n"
+                                                                 "1 1 4\n2 2 4\n"
+                                                                 "3 1 1\n3 2 1\n"
+                                                                 "4 1 1\n4 2 1\n");
+    EXPECT_EQ(support::contentOf(blocks), "blocks 4 firstTrailing 2\n1 1 1 1\n");
+    EXPECT_EQ(orvel({"solve", matrix}).exitCode, 1);
+}
+
+TEST(ReplayShrink, OtherNameMakesACaptureToReplay)
+{
+    const support::Folder folder;
+    const std::string small = folder.path("small.capture");
+    const std::string report = expectDone({"replay", singularFile(folder), "--shrink", small});
+    EXPECT_EQ(linesFrom(report, "Shrunk"), "Shrunk capture: " + small + "\n");
+    EXPECT_EQ(linesFrom(expectDone({"replay", small}), "  blocks").substr(0, 57),
+              "  blocks                       4  2 ordinary, 2 trailing\n");
+}
+
+TEST(ReplayShrink, SystemThatDidNotFailIsRefused)
+{
+    const support::Folder folder;
+    const std::string file = solvedFile<double>(folder);
+    expectRefused({"replay", file, "--shrink", folder.path("s.mtx")},
+                  file + ": the system captured did not fail: nothing to shrink");
+    EXPECT_EQ(folder.numFiles(), 1u);
+}
+
+TEST(ReplayShrink, SystemThatDoesNotFailAgainIsANumericalFailure)
+{
+    const support::Folder folder;
+    Capture capture;
+    ASSERT_TRUE(kyrOrvel::client::readCapture(singularFile(folder), capture).ok());
+    *std::get<CapturedSystem<double>>(capture.system).matrix.block(4, 1) = 1;
+    ASSERT_TRUE(writeCapture(folder.path("c"), capture).ok());
+    expectFailure({"replay", folder.path("c"), "--shrink", folder.path("s.mtx")}, 1,
+                  folder.path("c") +
+                      ": the system does not fail as captured: its status is Ok, and was "
+                      "Singular");
+    EXPECT_EQ(folder.numFiles(), 1u);
+}
+
+TEST(ReplayShrink, NotANumberNeedsACapture)
+{
+    const support::Folder folder;
+    BlockMatrix<double> A = doubledJoint();
+    *A.block(1, 1) = std::numeric_limits<double>::quiet_NaN();
+    const std::string file = capturedFile(folder, A, std::vector<double>(6, 1));
+    const std::string out = folder.path("s.mtx");
+    expectRefused({"replay", file, "--shrink", out},
+                  out + ": block (0, 0) holds an infinity or NaN in row 0, which no file can hold; "
+                        "a name without the ending .mtx makes a capture");
+    EXPECT_EQ(folder.numFiles(), 1u);
+    expectDone({"replay", file, "--shrink", folder.path("s.capture")});
+}
+
+TEST(BadCapture, Missing)
+{
+    const support::Folder folder;
+    const std::string file = folder.path("c");
+    expectRefused({"replay", file}, file + ": No such file or directory");
+}
+
+TEST(BadCapture, OtherFile)
+{
+    const support::Folder folder;
+    const std::string file = folder.write("m.mtx", kSmallMatrix);
+    expectRefused({"replay", file}, file + ": not a capture: the file should begin with "
+                                           "'orvelcap'");
+}
+
+TEST(BadCapture, Empty)
+{
+    const support::Folder folder;
+    const std::string file = folder.write("c", "");
+    expectRefused({"replay", file},
+                  file + ": the capture is cut off: the file has 0 of at least 32 bytes");
+}
+
+TEST(BadCapture, Damaged)
+{
+    const support::Folder folder;
+    std::string bytes = support::contentOf(solvedFile<double>(folder));
+    ++bytes[bytes.size() / 2];
+    const std::string file = folder.write("damaged", bytes);
+    expectRefused({"replay", file}, file + ": the capture is damaged: its checksum differs");
+}
+
+TEST(BadCapture, ShrunkToAFolderThatIsMissing)
+{
+    const support::Folder folder;
+    const std::string out = folder.path("none/s.mtx");
+    expectRefused({"replay", singularFile(folder), "--shrink", out},
+                  out + ": No such file or directory");
+    EXPECT_EQ(folder.numFiles(), 1u);
+}
+
+} // namespace cli
