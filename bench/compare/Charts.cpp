@@ -13,9 +13,9 @@ namespace {
 constexpr std::array<const char*, 9> kColours = {"#0072b2", "#56b4e9", "#d55e00",
                                                  "#009e73", "#33cc99", "#cc79a7",
                                                  "#8c564b", "#e69f00", "#555555"};
-constexpr double kWidth = 900;
+constexpr double kWidth = 950;
 constexpr double kLeft = 170;
-constexpr double kRight = 220;
+constexpr double kRight = 270;
 constexpr double kTop = 50;
 
 template <class... Arguments> std::string format(const char* pattern, Arguments... arguments)
