@@ -15,6 +15,7 @@ namespace {
 
 using namespace kyrOrvel::client;
 using kyrOrvel::detail::FactorPath;
+using kyrOrvel::detail::FactorSchedule;
 using Clock = std::chrono::steady_clock;
 
 template <class Step> double leastOf(Step step)
@@ -41,15 +42,22 @@ void measure(const char* name, const Scene& scene)
         std::printf(" %s\n", solver.info().message.c_str());
         return;
     }
-    for (const FactorPath path :
-         {FactorPath::Plain, FactorPath::Baseline, FactorPath::Avx2, FactorPath::Avx512}) {
-        if (!isAvailable(path)) {
-            std::printf("         -");
-            continue;
+    for (const FactorSchedule schedule : {FactorSchedule::Rows, FactorSchedule::Panels}) {
+        setFactorSchedule(schedule);
+        for (const FactorPath path :
+             {FactorPath::Plain, FactorPath::Baseline, FactorPath::Avx2, FactorPath::Avx512}) {
+            if (path == FactorPath::Plain && schedule == FactorSchedule::Panels)
+                continue;
+            if (!isAvailable(path)) {
+                std::printf("         -");
+                continue;
+            }
+            setFactorPath(path);
+            std::printf(" %9.3f", leastOf([&] { solver.factorize(scene.matrix); }));
+            std::fflush(stdout);
         }
-        setFactorPath(path);
-        std::printf(" %9.3f", leastOf([&] { solver.factorize(scene.matrix); }));
     }
+    setFactorSchedule(FactorSchedule::Automatic);
     std::vector<double> x(scene.matrix.dimension());
     std::printf(" %9.4f\n", leastOf([&] { solver.solve(scene.rightHandSide.data(), x.data()); }));
     std::fflush(stdout);
@@ -59,8 +67,11 @@ void measure(const char* name, const Scene& scene)
 
 int main()
 {
-    std::printf("%-14s %8s %9s %9s %9s %9s %9s\n", "scene", "scalars", "plain", "baseline", "AVX2",
-                "AVX-512", "solve");
+    std::printf("%-14s %8s %9s | %29s | %29s | %9s\n", "", "", "", "by rows", "by panels", "");
+    std::printf("%-14s %8s %9s", "scene", "scalars", "plain");
+    for (int schedule = 0; schedule < 2; ++schedule)
+        std::printf(" %9s %9s %9s", "baseline", "AVX2", "AVX-512");
+    std::printf(" %9s\n", "solve");
     measure("rope 20", makeRope(20));
     measure("rope 1000", makeRope(1000));
     measure("rope 10000", makeRope(10000));
@@ -72,5 +83,6 @@ int main()
     measure("net 60", makeNet(60));
     measure("lattice 8", makeLattice(8));
     measure("lattice 12", makeLattice(12));
+    measure("lattice 16", makeLattice(16));
     return 0;
 }

@@ -13,6 +13,10 @@ install(TARGETS ${installedLibraries} EXPORT kyrOrvelTargets
     FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
 if(TARGET orvel)
     install(TARGETS orvel DESTINATION "${CMAKE_INSTALL_BINDIR}")
+    install(FILES "${PROJECT_SOURCE_DIR}/docs/orvel.1"
+        DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
+    install(FILES "${PROJECT_SOURCE_DIR}/tools/completion/orvel"
+        DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions")
 endif()
 install(EXPORT kyrOrvelTargets NAMESPACE kyrOrvel:: DESTINATION "${packageDir}")
 

@@ -14,6 +14,12 @@ std::atomic<FactorPath>& chosenPath()
     return path;
 }
 
+std::atomic<FactorSchedule>& chosenSchedule()
+{
+    static std::atomic<FactorSchedule> schedule(FactorSchedule::Automatic);
+    return schedule;
+}
+
 } // namespace
 
 bool isAvailable(FactorPath path)
@@ -54,6 +60,16 @@ FactorPath factorPath()
     return chosenPath().load(std::memory_order_relaxed);
 }
 
+void setFactorSchedule(FactorSchedule schedule)
+{
+    chosenSchedule() = schedule;
+}
+
+FactorSchedule factorSchedule()
+{
+    return chosenSchedule().load(std::memory_order_relaxed);
+}
+
 template <class T> void (*rowFactorizer())(const RowFactorization<T>&)
 {
     switch (factorPath()) {
@@ -67,6 +83,22 @@ template <class T> void (*rowFactorizer())(const RowFactorization<T>&)
 #endif
     default:
         return factorRowsBaseline;
+    }
+}
+
+template <class T> void (*panelFactorizer())(const PanelFactorization<T>&)
+{
+    switch (factorPath()) {
+    case FactorPath::Plain:
+        return nullptr;
+#ifdef KYRORVEL_X86_PATHS
+    case FactorPath::Avx2:
+        return factorPanelsAvx2;
+    case FactorPath::Avx512:
+        return factorPanelsAvx512;
+#endif
+    default:
+        return factorPanelsBaseline;
     }
 }
 
@@ -88,6 +120,8 @@ template <class T> UpdateFront<T> frontUpdater()
 
 template void (*rowFactorizer())(const RowFactorization<float>&);
 template void (*rowFactorizer())(const RowFactorization<double>&);
+template void (*panelFactorizer())(const PanelFactorization<float>&);
+template void (*panelFactorizer())(const PanelFactorization<double>&);
 template UpdateFront<float> frontUpdater();
 template UpdateFront<double> frontUpdater();
 

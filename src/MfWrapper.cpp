@@ -313,7 +313,7 @@ private:
 
     void closeUpdates()
     {
-        if (m_updateFront && m_width <= detail::kMaxRowBlock && m_depth <= detail::kMaxRowBlock) {
+        if (m_updateFront && m_depth <= detail::kMaxFrontDepth) {
             m_updateFront(m_scaled, m_width, m_depth, m_targets, m_numTargets);
         } else {
             for (unsigned int t = 0; t < m_numTargets; ++t)

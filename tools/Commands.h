@@ -2,6 +2,7 @@
 #define ORVEL_COMMANDS_H
 
 #include <string>
+#include <vector>
 
 namespace orvel {
 
@@ -14,19 +15,70 @@ enum ExitCode : int {
 
 struct DemoOptions {
     unsigned int segments = 60;
+    bool json = false;
     std::string picture; ///< SVG file to write, or empty
 };
 
 struct MatrixOptions {
-    std::string matrix;      ///< Matrix Market file
+    std::string matrix;      ///< Matrix Market file, or "-" for standard input
     std::string blocks;      ///< block partition, or empty: the sidecar if there is one
     bool findBlocks = false; ///< ignore the sidecar
 };
 
+/// How to solve.
+struct SolverOptions {
+    std::string ordering = "automatic"; ///< one of orderingNames()
+    unsigned int threads = 1;
+    int refinements = 5;          ///< at the most
+    bool singlePrecision = false; ///< factor in float, correct in double
+};
+
+struct InfoOptions {
+    MatrixOptions input;
+    std::string ordering = "automatic";
+    bool json = false;
+};
+
+struct CheckOptions {
+    MatrixOptions input;
+    std::string ordering = "automatic";
+    bool json = false;
+};
+
+struct BenchOptions {
+    MatrixOptions input;
+    SolverOptions solver;
+    double seconds = 1; ///< to spend, about
+    bool json = false;
+};
+
 struct SolveOptions {
     MatrixOptions input;
+    SolverOptions solver;
+    bool json = false;
     std::string rightHandSide; ///< file, or empty: A times a vector of ones
     std::string out;           ///< file for the solution, or empty
+};
+
+struct SceneOptions {
+    std::string kind;
+    std::vector<unsigned int> sizes; ///< as many as given; the kind has its own for the rest
+    std::string output;              ///< Matrix Market file to write, "-", or empty
+    bool solve = false;
+    SolverOptions solver;
+    bool json = false;
+};
+
+/// A line for each kind of scene: its name, its sizes and what it is.
+std::string describeScenes();
+
+struct PlotOptions {
+    MatrixOptions input;
+    std::string what = "all";           ///< a kind of picture, or all
+    std::string ordering = "automatic"; ///< as orderingOf names it
+    unsigned int threads = 1;
+    std::string output; ///< picture file, or empty: in the terminal
+    bool text = false;  ///< in the terminal, too
 };
 
 struct ReplayOptions {
@@ -37,7 +89,17 @@ struct ReplayOptions {
 
 int runDemo(const DemoOptions& options);
 int runSolve(const SolveOptions& options);
-int runInfo(const MatrixOptions& options);
+int runInfo(const InfoOptions& options);
+int runCheck(const CheckOptions& options);
+int runBench(const BenchOptions& options);
+int runPlot(const PlotOptions& options);
+int runScene(const SceneOptions& options);
+
+/// The names that PlotOptions knows.
+const std::vector<std::string>& plotNames();
+
+/// The names of orderings.
+const std::vector<std::string>& orderingNames();
 
 /// kDone if the replay is the same as what was captured, failures included; kNumericalFailure if
 /// anything differs.

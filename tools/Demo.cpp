@@ -61,19 +61,22 @@ int runDemo(const DemoOptions& options)
         }
     }
 
-    fmt::print("Rope bridge: {} bodies, {} joints, one time step\n", A.firstTrailing(),
-               A.numBlockRows() - A.firstTrailing());
-    printMatrix(A);
-    printAnalysis(solver.analysis());
-    printLine("analyse", milliseconds(analyze));
-    printLine("factor, first", milliseconds(first), "memory and, if need be, a safer ordering");
-    printLine("factor, again", milliseconds(again), "as in every further step");
-    printLine("solve", milliseconds(solve));
-    printLine("refinements", std::to_string(refinements));
-    printAccuracy(accuracyOf(A, b, x));
-
+    Report report(options.json);
+    report.heading(fmt::format("Rope bridge: {} bodies, {} joints, one time step",
+                               A.firstTrailing(), A.numBlockRows() - A.firstTrailing()));
+    reportMatrix(report, A);
+    reportAnalysis(report, solver.analysis());
+    report.line("analyseMilliseconds", analyze, "analyse", milliseconds(analyze));
+    report.line("firstFactorMilliseconds", first, "factor, first", milliseconds(first),
+                "memory and, if need be, a safer ordering");
+    report.line("factorMilliseconds", again, "factor, again", milliseconds(again),
+                "as in every further step");
+    report.line("solveMilliseconds", solve, "solve", milliseconds(solve));
+    report.line("refinements", refinements, "refinements", std::to_string(refinements));
+    reportAccuracy(report, accuracyOf(A, b, x));
     if (!options.picture.empty())
-        fmt::print("Picture: {}\n", options.picture);
+        report.file("picture", "Picture", options.picture);
+    report.finish();
     return kDone;
 }
 

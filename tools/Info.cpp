@@ -1,34 +1,44 @@
 #include "Commands.h"
 #include "MatrixInput.h"
+#include "Orderings.h"
+#include "Progress.h"
 #include "Report.h"
 
 #include <kyrOrvelClient/BlockLDLT>
-
-#include <fmt/core.h>
 
 namespace orvel {
 
 using kyrOrvel::client::BlockLDLT;
 using kyrOrvel::client::Status;
 
-int runInfo(const MatrixOptions& options)
+int runInfo(const InfoOptions& options)
 {
     MatrixInput input;
-    const Status status = readInput(options, input);
+    const Status status = readInput(options.input, input);
     if (!status.ok()) {
         printError(status.message);
         return kBadInput;
     }
-    fmt::print("{}\n", options.matrix);
-    printMatrix(input.matrix);
-    printLine("", "", "blocks " + input.blockSource);
-    printLine("entries", std::to_string(input.scalars.entries.size()), "lower triangle");
+    Report report(options.json);
+    report.heading(nameOf(options.input));
+    reportMatrix(report, input.matrix);
+    report.line("blockSource", input.blockSource, "", "", "blocks " + input.blockSource);
+    report.line("entries", input.scalars.entries.size(), "entries",
+                std::to_string(input.scalars.entries.size()), "lower triangle");
     BlockLDLT<double> solver;
-    if (!solver.analyzePattern(input.matrix).ok()) {
-        printError(describeFailure(options, input, solver.info()));
+    solver.setOrdering(orderingOf(options.ordering));
+    {
+        const Progress progress("analysing");
+        solver.analyzePattern(input.matrix);
+    }
+    if (!solver.info().ok()) {
+        report.detail("failure", describeStatus(solver.info()));
+        report.finish();
+        printError(describeFailure(options.input, input, solver.info()));
         return kNumericalFailure;
     }
-    printAnalysis(solver.analysis());
+    reportAnalysis(report, solver.analysis());
+    report.finish();
     return kDone;
 }
 

@@ -1,5 +1,7 @@
 #include "MatrixInput.h"
 
+#include "Progress.h"
+
 #include <fmt/core.h>
 
 #include <filesystem>
@@ -21,13 +23,21 @@ std::string sidecarOf(const std::string& matrix)
 
 } // namespace
 
+std::string nameOf(const MatrixOptions& options)
+{
+    return options.matrix == "-" ? "standard input" : options.matrix;
+}
+
 Status readInput(const MatrixOptions& options, MatrixInput& input)
 {
-    Status status = kyrOrvel::client::readMatrixMarket(options.matrix, input.scalars);
+    const bool standardInput = options.matrix == "-";
+    const Progress progress("reading " + nameOf(options));
+    Status status = kyrOrvel::client::readMatrixMarket(
+        standardInput ? "/dev/stdin" : options.matrix, input.scalars);
     if (!status.ok())
         return status;
     std::string blocks = options.blocks;
-    if (blocks.empty() && !options.findBlocks)
+    if (blocks.empty() && !options.findBlocks && !standardInput)
         blocks = sidecarOf(options.matrix);
     if (blocks.empty()) {
         input.partition = kyrOrvel::client::findBlocks(input.scalars);
@@ -45,7 +55,7 @@ Status readInput(const MatrixOptions& options, MatrixInput& input)
 std::string describeFailure(const MatrixOptions& options, const MatrixInput& input,
                             const Status& status)
 {
-    std::string text = options.matrix + ": " + status.message;
+    std::string text = nameOf(options) + ": " + status.message;
     if (status.block == kyrOrvel::kNone)
         return text;
     const bool wholeBlock = status.row == kyrOrvel::kNone;

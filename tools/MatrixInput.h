@@ -18,6 +18,9 @@ struct MatrixInput {
     std::string blockSource; ///< where the blocks come from, for the report
 };
 
+/// The file's name, or "standard input".
+std::string nameOf(const MatrixOptions& options);
+
 kyrOrvel::client::Status readInput(const MatrixOptions& options, MatrixInput& input);
 
 /// A numerical failure, with the row of the file that it is about.

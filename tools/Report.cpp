@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 
 namespace orvel {
@@ -14,32 +15,6 @@ using kyrOrvel::client::BlockMatrix;
 using kyrOrvel::client::OrderingMethod;
 
 namespace {
-
-std::string describe(const kyrOrvel::client::Analysis& analysis)
-{
-    const std::string placed =
-        analysis.earlyBlocks > 0
-            ? ", trailing blocks behind the ordinary blocks that they couple to, " +
-                  std::to_string(analysis.earlyBlocks) + " of them behind the first"
-            : ", trailing blocks behind the ordinary blocks that they couple to";
-    switch (analysis.method) {
-    case OrderingMethod::Symamd:
-        return "minimum degree";
-    case OrderingMethod::SymamdRepaired:
-        return "minimum degree, trailing leaves behind their parents";
-    case OrderingMethod::SymamdDelayed:
-        return "minimum degree, trailing blocks behind a coupled ordinary block";
-    case OrderingMethod::ConstraintAware:
-        return "minimum degree" + placed;
-    case OrderingMethod::NestedDissection:
-        return "nested dissection" + placed;
-    case OrderingMethod::Natural:
-        return "as numbered";
-    case OrderingMethod::User:
-        return "as given";
-    }
-    return "";
-}
 
 /// The largest row sum of |A|.
 double largestRowSum(const BlockMatrix<double>& A)
@@ -100,38 +75,130 @@ Accuracy accuracyOf(const BlockMatrix<double>& A, const std::vector<double>& b,
             ratio(largest(residual), largestRowSum(A) * largest(x) + largest(b))};
 }
 
+std::string describeOrder(const Analysis& analysis)
+{
+    const std::string placed =
+        analysis.earlyBlocks > 0
+            ? ", trailing blocks behind the ordinary blocks that they couple to, " +
+                  std::to_string(analysis.earlyBlocks) + " of them behind the first"
+            : ", trailing blocks behind the ordinary blocks that they couple to";
+    switch (analysis.method) {
+    case OrderingMethod::Symamd:
+        return "minimum degree";
+    case OrderingMethod::SymamdRepaired:
+        return "minimum degree, trailing leaves behind their parents";
+    case OrderingMethod::SymamdDelayed:
+        return "minimum degree, trailing blocks behind a coupled ordinary block";
+    case OrderingMethod::ConstraintAware:
+        return "minimum degree" + placed;
+    case OrderingMethod::NestedDissection:
+        return "nested dissection" + placed;
+    case OrderingMethod::Natural:
+        return "as numbered";
+    case OrderingMethod::User:
+        return "as given";
+    }
+    return "";
+}
+
 void printLine(const char* name, const std::string& value, const std::string& remark)
 {
     fmt::print("  {:<18}{:>12}{}{}\n", name, value, remark.empty() ? "" : "  ", remark);
 }
 
-void printMatrix(const BlockMatrix<double>& A)
+void Report::heading(const std::string& text)
+{
+    if (m_json)
+        m_object["input"] = text;
+    else
+        fmt::print("{}\n", text);
+}
+
+void Report::line(const char* key, const Json& value, const char* label, const std::string& text,
+                  const std::string& remark)
+{
+    if (!m_json)
+        printLine(label, text, remark);
+    else if (key)
+        m_object[key] = value;
+}
+
+void Report::file(const char* key, const char* label, const std::string& path)
+{
+    if (m_json)
+        m_object[key] = path;
+    else
+        fmt::print("{}: {}\n", label, path);
+}
+
+void Report::detail(const char* key, const Json& value)
+{
+    if (m_json)
+        m_object[key] = value;
+}
+
+void Report::finish() const
+{
+    // File names may be in any encoding; what is not UTF-8 in them is replaced.
+    if (m_json)
+        fmt::print("{}\n", m_object.dump(2, ' ', false, Json::error_handler_t::replace));
+}
+
+void reportMatrix(Report& report, const BlockMatrix<double>& A)
 {
     const auto& sizes = A.blockSizes();
     const auto [smallest, biggest] = std::minmax_element(sizes.begin(), sizes.end());
-    printLine("scalars", std::to_string(A.dimension()));
-    printLine("blocks", std::to_string(A.numBlockRows()),
-              fmt::format("{} ordinary, {} trailing, sizes {} to {}", A.firstTrailing(),
-                          A.numBlockRows() - A.firstTrailing(), *smallest, *biggest));
+    const unsigned int trailing = A.numBlockRows() - A.firstTrailing();
+    report.line("scalars", A.dimension(), "scalars", std::to_string(A.dimension()));
+    report.line("blocks", A.numBlockRows(), "blocks", std::to_string(A.numBlockRows()),
+                fmt::format("{} ordinary, {} trailing, sizes {} to {}", A.firstTrailing(), trailing,
+                            *smallest, *biggest));
+    report.detail("ordinaryBlocks", A.firstTrailing());
+    report.detail("trailingBlocks", trailing);
+    report.detail("smallestBlock", *smallest);
+    report.detail("largestBlock", *biggest);
 }
 
-void printAnalysis(const Analysis& analysis)
+void reportAnalysis(Report& report, const Analysis& analysis)
 {
-    printLine("blocks of A", std::to_string(analysis.matrixBlocks), "lower triangle");
-    printLine("blocks of L", std::to_string(analysis.factorBlocks),
-              fmt::format("{} of them fill-in", analysis.factorBlocks - analysis.matrixBlocks));
-    printLine("scalars of L", std::to_string(analysis.factorScalars));
-    printLine("operations", fmt::format("{:.3g}", static_cast<double>(analysis.operations)),
-              "multiply-subtract pairs, about");
-    printLine("ordering", "", describe(analysis));
+    const std::uint64_t fill = analysis.factorBlocks - analysis.matrixBlocks;
+    report.line("matrixBlocks", analysis.matrixBlocks, "blocks of A",
+                std::to_string(analysis.matrixBlocks), "lower triangle");
+    report.line("factorBlocks", analysis.factorBlocks, "blocks of L",
+                std::to_string(analysis.factorBlocks), fmt::format("{} of them fill-in", fill));
+    report.detail("fillBlocks", fill);
+    report.line("factorScalars", analysis.factorScalars, "scalars of L",
+                std::to_string(analysis.factorScalars));
+    report.line("operations", analysis.operations, "operations",
+                fmt::format("{:.3g}", static_cast<double>(analysis.operations)),
+                "multiply-subtract pairs, about");
+    report.line("ordering", describeOrder(analysis), "ordering", "", describeOrder(analysis));
 }
 
-void printAccuracy(const Accuracy& accuracy)
+void reportAccuracy(Report& report, const Accuracy& accuracy)
 {
-    printLine("relative residual", fmt::format("{:.1e}", accuracy.relativeResidual),
-              "|b - A x| / |b|");
-    printLine("backward error", fmt::format("{:.1e}", accuracy.backwardError),
-              "|b - A x| / (|A| |x| + |b|)");
+    report.line("relativeResidual", accuracy.relativeResidual, "relative residual",
+                fmt::format("{:.1e}", accuracy.relativeResidual), "|b - A x| / |b|");
+    report.line("backwardError", accuracy.backwardError, "backward error",
+                fmt::format("{:.1e}", accuracy.backwardError), "|b - A x| / (|A| |x| + |b|)");
+}
+
+Json describeStatus(const kyrOrvel::client::Status& status)
+{
+    Json failure;
+    failure["status"] = kyrOrvel::client::statusName(status.code);
+    failure["message"] = status.message;
+    if (status.block != kyrOrvel::kNone)
+        failure["block"] = status.block;
+    if (status.row != kyrOrvel::kNone)
+        failure["row"] = status.row;
+    for (const auto& dependency : status.dependsOn)
+        failure["dependsOn"].push_back({{"block", dependency.block},
+                                        {"row", dependency.row},
+                                        {"coefficient", dependency.coefficient}});
+    if (status.compliance > 0)
+        failure["compliance"] = status.compliance;
+    return failure;
 }
 
 void printError(const std::string& message)

@@ -4,6 +4,8 @@
 #include <kyrOrvelClient/BlockLDLT>
 #include <kyrOrvelClient/BlockMatrix>
 
+#include <nlohmann/json.hpp>
+
 #include <chrono>
 #include <string>
 #include <vector>
@@ -27,12 +29,47 @@ struct Accuracy {
 Accuracy accuracyOf(const kyrOrvel::client::BlockMatrix<double>& A, const std::vector<double>& b,
                     const std::vector<double>& x);
 
+/// How the elimination order came about.
+std::string describeOrder(const kyrOrvel::client::Analysis& analysis);
+
 /// One line of a report: a name, a value, a remark.
 void printLine(const char* name, const std::string& value, const std::string& remark = "");
 
-void printMatrix(const kyrOrvel::client::BlockMatrix<double>& A);
-void printAnalysis(const kyrOrvel::client::Analysis& analysis);
-void printAccuracy(const Accuracy& accuracy);
+using Json = nlohmann::ordered_json;
+
+/// What a command says on standard output: a heading and lines, or one JSON object.
+class Report {
+public:
+    explicit Report(bool json) : m_json(json) {}
+
+    void heading(const std::string& text);
+
+    /// One line: a label, a value, a remark.
+    ///
+    /// @param key    of the value in the JSON object; null: the line is for people alone
+    void line(const char* key, const Json& value, const char* label, const std::string& text,
+              const std::string& remark = "");
+
+    /// A line that names a file.
+    void file(const char* key, const char* label, const std::string& path);
+
+    /// A value for the JSON object alone.
+    void detail(const char* key, const Json& value);
+
+    /// Prints the JSON object.
+    void finish() const;
+
+private:
+    bool m_json;
+    Json m_object = Json::object();
+};
+
+void reportMatrix(Report& report, const kyrOrvel::client::BlockMatrix<double>& A);
+void reportAnalysis(Report& report, const kyrOrvel::client::Analysis& analysis);
+void reportAccuracy(Report& report, const Accuracy& accuracy);
+
+/// A failure as a JSON object: its code, its message, the block and the rows that it is about.
+Json describeStatus(const kyrOrvel::client::Status& status);
 
 /// Prints "orvel: message" to standard error.
 void printError(const std::string& message);

@@ -1,11 +1,9 @@
 #include "Commands.h"
 #include "MatrixInput.h"
 #include "Report.h"
+#include "Solution.h"
 
-#include <kyrOrvelClient/BlockLDLT>
 #include <kyrOrvelClient/MatrixFiles>
-
-#include <fmt/core.h>
 
 #include <cstddef>
 #include <string>
@@ -13,18 +11,10 @@
 
 namespace orvel {
 
-using kyrOrvel::client::BlockLDLT;
-using kyrOrvel::client::BlockMatrix;
 using kyrOrvel::client::BlockPartition;
-using kyrOrvel::client::Signs;
 using kyrOrvel::client::Status;
 
 namespace {
-
-constexpr int kMaxRefinements = 5;
-
-/// Half of the digits of double precision; a factorization that suits its matrix keeps nearly all.
-constexpr double kLargestBackwardError = 1e-8;
 
 /// The right-hand side in block order: from the file, or A·(1, ..., 1).
 Status readRightHandSide(const SolveOptions& options, const MatrixInput& input,
@@ -54,16 +44,6 @@ Status writeSolution(const std::string& path, const BlockPartition& partition,
     return kyrOrvel::client::writeVector(path, byRow);
 }
 
-int inaccurate(const std::string& matrix, double backwardError)
-{
-    printError(
-        fmt::format("{}: the solution is inaccurate, its backward error is {:.1e}: small "
-                    "pivots have magnified the rounding errors; scale the rows to comparable "
-                    "sizes or give the trailing blocks a diagonal (a compliance)",
-                    matrix, backwardError));
-    return kNumericalFailure;
-}
-
 int badInput(const Status& status)
 {
     printError(status.message);
@@ -83,34 +63,29 @@ int runSolve(const SolveOptions& options)
     if (!status.ok())
         return badInput(status);
 
-    const BlockMatrix<double>& A = input.matrix;
-    std::vector<double> x(A.dimension());
-    BlockLDLT<double> solver;
-    solver.setSigns(Signs::Any); // files come from anywhere
-    int refinements = 0;
-    if (solver.compute(A).ok() && solver.solve(b.data(), x.data()).ok())
-        solver.refine(b.data(), x.data(), kMaxRefinements, &refinements);
-    if (!solver.info().ok()) {
-        printError(describeFailure(options.input, input, solver.info()));
+    Report report(options.json);
+    Solution solution;
+    status = computeSolution(input.matrix, b, options.solver, solution);
+    if (!status.ok()) {
+        report.detail("input", nameOf(options.input));
+        report.detail("failure", describeStatus(status));
+        report.finish();
+        printError(describeFailure(options.input, input, status));
         return kNumericalFailure;
     }
-    const Accuracy accuracy = accuracyOf(A, b, x);
-    if (!(accuracy.backwardError <= kLargestBackwardError)) // not a number is not accurate either
-        return inaccurate(options.input.matrix, accuracy.backwardError);
     if (!options.out.empty()) {
-        status = writeSolution(options.out, input.partition, x);
+        status = writeSolution(options.out, input.partition, solution.x);
         if (!status.ok())
             return badInput(status);
     }
 
-    fmt::print("{}\n", options.input.matrix);
-    printMatrix(A);
-    printLine("", "", "blocks " + input.blockSource);
-    printAnalysis(solver.analysis());
-    printLine("refinements", std::to_string(refinements));
-    printAccuracy(accuracy);
+    report.heading(nameOf(options.input));
+    reportMatrix(report, input.matrix);
+    report.line("blockSource", input.blockSource, "", "", "blocks " + input.blockSource);
+    reportSolution(report, solution);
     if (!options.out.empty())
-        fmt::print("Solution: {}\n", options.out);
+        report.file("solution", "Solution", options.out);
+    report.finish();
     return kDone;
 }
 

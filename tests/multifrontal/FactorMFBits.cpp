@@ -1,6 +1,8 @@
 // The factorization on threads to the last bit: it is the sum that its schedule describes, whatever
 // the timing.
 
+#include "detail/FactorPath.h"
+
 #include "Problem.h"
 #include "Soak.h"
 
@@ -143,6 +145,31 @@ TYPED_TEST(FactorMFBits, OfHardValuesAreThoseOfTheScheduleDoneInSequence)
         problem.use(support::listedOneByOne(
             support::randomOwners(random, problem.system.sizes.size(), 4), 4));
         this->expectPlainResult(problem);
+    }
+}
+
+TYPED_TEST(FactorMFBits, OfLargeBlocksAreThoseOfTheScheduleDoneInSequenceOnEveryProcessor)
+{
+    using kyrOrvel::detail::FactorPath;
+    for (unsigned int seed = 1; seed <= 8; ++seed) {
+        SCOPED_TRACE(seed);
+        Random random(700 + seed);
+        const Words parents = support::tree("forest", random, random.integer(1, 8));
+        System<TypeParam> system = support::systemOfTree<TypeParam>(random, parents, 1, 30);
+        for (auto& entry : system.blocks)
+            for (TypeParam& value : entry.second)
+                if (random.chance(0.002))
+                    value = random.nastyScalar<TypeParam>();
+        Problem<TypeParam> problem(std::move(system));
+        problem.map(2);
+        for (const FactorPath path :
+             {FactorPath::Plain, FactorPath::Baseline, FactorPath::Avx2, FactorPath::Avx512}) {
+            if (!isAvailable(path))
+                continue;
+            SCOPED_TRACE(int(path));
+            setFactorPath(path); // the last one is the best, as before
+            this->expectPlainResult(problem);
+        }
     }
 }
 

@@ -18,6 +18,7 @@
 using kyrOrvel::Orvel;
 using kyrOrvel::OrvelData;
 using kyrOrvel::detail::FactorPath;
+using kyrOrvel::detail::FactorSchedule;
 using support::Random;
 using support::System;
 
@@ -30,6 +31,7 @@ protected:
         for (const FactorPath path : {FactorPath::Baseline, FactorPath::Avx2, FactorPath::Avx512})
             if (isAvailable(path))
                 setFactorPath(path);
+        setFactorSchedule(FactorSchedule::Automatic);
     }
 
     template <class F> static void forEachPath(F f)
@@ -40,18 +42,27 @@ protected:
             if (!isAvailable(path))
                 continue;
             setFactorPath(path);
-            f();
+            for (const FactorSchedule schedule :
+                 {FactorSchedule::Rows, FactorSchedule::Panels, FactorSchedule::Automatic}) {
+                SCOPED_TRACE(int(schedule));
+                setFactorSchedule(schedule);
+                f();
+            }
         }
     }
 
-    /// Closed patterns, or not, with blocks of up to 8 scalars and values that are hard now and
-    /// then.
+    /// Closed patterns with blocks of up to 8 scalars and values that are hard now and then.
     static System<T> system(Random& random)
     {
         const bool small = random.chance(0.5);
-        const unsigned int n = random.integer(1, small ? 6 : 25);
+        return system(random, random.integer(1, small ? 6 : 25),
+                      {0, 1, 2, 3, 3, 4, 5, 5, 6, 6, 6, 7, 8});
+    }
+
+    /// Blocks of sizes that are among `kinds`.
+    static System<T> system(Random& random, unsigned int n, const support::Sizes& kinds)
+    {
         System<T> result;
-        const support::Sizes kinds = {0, 1, 2, 3, 3, 4, 5, 5, 6, 6, 6, 7, 8};
         for (unsigned int r = 0; r < n; ++r)
             result.sizes.push_back(
                 kinds[random.integer(0, static_cast<unsigned int>(kinds.size()) - 1)]);
@@ -83,6 +94,89 @@ TYPED_TEST(FactorPathBits, EqualThePlainFactorization)
             const auto data = support::makeData(system);
             Orvel::factorSerial(*data);
             ASSERT_TRUE(support::sameFactors(*data, expected));
+        });
+        if (this->HasFatalFailure())
+            return;
+    }
+}
+
+// Blocks beyond what rows take, tiles with all kinds of edges, panels that have to be split.
+TYPED_TEST(FactorPathBits, EqualThePlainFactorizationWithLargeBlocks)
+{
+    for (std::uint64_t seed = 2001; seed <= 2060; ++seed) {
+        SCOPED_TRACE(seed);
+        Random random(seed);
+        const support::Sizes kinds = random.chance(0.5)
+                                         ? support::Sizes{0, 1, 3, 6, 9, 10, 11, 12, 13}
+                                         : support::Sizes{3, 7, 8, 9, 16, 17, 23, 24, 31, 40};
+        const System<TypeParam> system = this->system(random, random.integer(1, 16), kinds);
+        const auto expected = support::plainFactor(system);
+        this->forEachPath([&] {
+            const auto data = support::makeData(system);
+            Orvel::factorSerial(*data);
+            ASSERT_TRUE(support::sameFactors(*data, expected));
+        });
+        if (this->HasFatalFailure())
+            return;
+    }
+}
+
+TYPED_TEST(FactorPathBits, EqualThePlainFactorizationWithBlocksWiderThanAPanel)
+{
+    for (const unsigned int size : {95u, 97u, 130u, 300u}) {
+        SCOPED_TRACE(size);
+        Random random(size);
+        const System<TypeParam> system = this->system(random, 3, {6, size});
+        const auto expected = support::plainFactor(system);
+        this->forEachPath([&] {
+            const auto data = support::makeData(system);
+            Orvel::factorSerial(*data);
+            ASSERT_TRUE(support::sameFactors(*data, expected));
+        });
+    }
+}
+
+TYPED_TEST(FactorPathBits, EqualThePlainFactorizationOfADenseMatrixOfManyPanels)
+{
+    Random random(9);
+    System<TypeParam> system = this->system(random, 60, {3, 5, 6, 6});
+    for (unsigned int r = 0; r < system.numRows(); ++r) {
+        system.factorRows[r].clear();
+        for (unsigned int c = 0; c <= r; ++c)
+            system.factorRows[r].push_back(c);
+    }
+    const auto expected = support::plainFactor(system);
+    this->forEachPath([&] {
+        const auto data = support::makeData(system);
+        Orvel::factorSerial(*data);
+        EXPECT_TRUE(support::sameFactors(*data, expected));
+    });
+}
+
+TYPED_TEST(FactorPathBits, KeepPivotsToBoundsAsThePlainOneDoes)
+{
+    for (std::uint64_t seed = 3001; seed <= 3100; ++seed) {
+        SCOPED_TRACE(seed);
+        Random random(seed);
+        const bool large = random.chance(0.3);
+        const System<TypeParam> system =
+            large ? this->system(random, 5, {3, 9, 20}) : this->system(random);
+        std::vector<TypeParam> bounds = random.scalars<TypeParam>(system.dimension());
+        for (TypeParam& bound : bounds)
+            bound = random.chance(0.1) ? TypeParam(0) : bound * TypeParam(8);
+        const unsigned char keepSigns = random.chance(0.5) ? 1 : 0;
+        const auto factor = [&](OrvelData<TypeParam>& data) {
+            data.pivotBounds = bounds.data();
+            data.pivotsKeepSigns = keepSigns;
+            Orvel::factorSerial(data);
+        };
+        kyrOrvel::detail::setFactorPath(FactorPath::Plain);
+        const auto plain = support::makeData(system);
+        factor(*plain);
+        this->forEachPath([&] {
+            const auto data = support::makeData(system);
+            factor(*data);
+            ASSERT_TRUE(support::sameFactors(*data, *plain));
         });
         if (this->HasFatalFailure())
             return;

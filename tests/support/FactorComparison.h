@@ -55,6 +55,28 @@ testing::AssertionResult sameFactors(const kyrOrvel::OrvelData<T>& data, const P
     return testing::AssertionSuccess();
 }
 
+/// Success when two systems of the same pattern have L, L·D and D of the same bits.
+template <class T>
+testing::AssertionResult sameFactors(const kyrOrvel::OrvelData<T>& data,
+                                     const kyrOrvel::OrvelData<T>& expected)
+{
+    if (data.pivots.size != expected.pivots.size)
+        return testing::AssertionFailure() << data.pivots.size << " pivots";
+    if (const auto result = sameBits(data.pivots.data, expected.pivots.data, expected.pivots.size);
+        !result)
+        return testing::AssertionFailure() << "pivots: " << result.message();
+    const unsigned int values = expected.factor.valueCapacity;
+    if (data.factor.valueCapacity != values)
+        return testing::AssertionFailure() << data.factor.valueCapacity << " scalars";
+    if (const auto result = sameBits(data.factor.values, expected.factor.values, values); !result)
+        return testing::AssertionFailure() << "factor: " << result.message();
+    if (const auto result =
+            sameBits(data.scaledFactor.values, expected.scaledFactor.values, values);
+        !result)
+        return testing::AssertionFailure() << "scaled factor: " << result.message();
+    return testing::AssertionSuccess();
+}
+
 } // namespace support
 
 #endif

@@ -173,15 +173,20 @@ BlockMatrix<double> toBlockMatrix(const ScalarMatrix& matrix, const BlockPartiti
     for (unsigned int b = 0; b < A.numBlockRows(); ++b)
         std::fill_n(blockOf.begin() + static_cast<std::ptrdiff_t>(A.blockOffset(b)), A.blockSize(b),
                     b);
-    for (const ScalarMatrix::Entry& e : matrix.entries) {
-        const unsigned int i = std::max(place[e.row], place[e.column]);
-        const unsigned int j = std::min(place[e.row], place[e.column]);
-        const unsigned int r = blockOf[i];
-        const unsigned int c = blockOf[j];
-        if (e.value == 0 && r == c && r >= A.firstTrailing())
-            continue;
-        A.block(r, c)[(i - A.blockOffset(r)) * A.blockSize(c) + (j - A.blockOffset(c))] = e.value;
-    }
+    // Zeros on the diagonal of a trailing block make no block, but keep their sign in one that is
+    // there.
+    for (const bool zeros : {false, true})
+        for (const ScalarMatrix::Entry& e : matrix.entries) {
+            const unsigned int i = std::max(place[e.row], place[e.column]);
+            const unsigned int j = std::min(place[e.row], place[e.column]);
+            const unsigned int r = blockOf[i];
+            const unsigned int c = blockOf[j];
+            const bool zero = e.value == 0 && r == c && r >= A.firstTrailing();
+            if (zero != zeros || (zero && !A.find(r, c)))
+                continue;
+            A.block(r, c)[(i - A.blockOffset(r)) * A.blockSize(c) + (j - A.blockOffset(c))] =
+                e.value;
+        }
     return A;
 }
 

@@ -27,14 +27,12 @@ Status tooLarge(const std::string& what, std::uint64_t count, std::uint64_t limi
 /// About half a millisecond on one thread. Below it the hand-over costs more than threads bring.
 constexpr std::uint64_t kLeastWork = 1500000;
 
-/// What the serial factorization takes of the multifrontal one's time on one thread, where blocks
-/// are small enough for it to go row by row: 0.25 to 0.4 on nets and lattices within the caches.
-constexpr double kRowByRow = 0.4;
-constexpr unsigned int kLargestRowByRow = 8;
+/// What the serial factorization takes of the multifrontal one's time on one thread: 0.3 to 0.7 on
+/// heaps, nets, lattices and pose graphs.
+constexpr double kSerialShare = 0.5;
 
-/// What the multifrontal method spends on a node beyond what the serial one does, where that goes
-/// block by block.
-constexpr double kNodeOverhead = 600;
+/// Up to this size blocks are factored in panels that are small beside the factors.
+constexpr unsigned int kSmallBlock = 8;
 
 /// To wake sleeping workers and to be woken by them.
 constexpr double kForkAndJoin = 180000;
@@ -43,14 +41,11 @@ constexpr double kForkAndJoin = 180000;
 constexpr double kPerScalar = 6;
 
 /// Whether a schedule is expected to beat one thread clearly.
-bool pays(const TreeMapping& mapping, std::uint64_t factorScalars, unsigned int largestBlock)
+bool pays(const TreeMapping& mapping, std::uint64_t factorScalars)
 {
     const auto work = static_cast<double>(mapping.totalWork);
     const double clearing = kPerScalar * static_cast<double>(factorScalars);
-    const double serial =
-        largestBlock <= kLargestRowByRow
-            ? kRowByRow * work
-            : work - kNodeOverhead * static_cast<double>(mapping.owner.size()) + clearing;
+    const double serial = kSerialShare * work;
     const double onThreads = static_cast<double>(mapping.makespan) + kForkAndJoin + clearing;
     return mapping.totalWork >= kLeastWork && onThreads < 0.9 * serial;
 }
@@ -187,8 +182,7 @@ Status AnalyzedSystem<T>::planThreads(const std::vector<unsigned int>& sizes,
         mapTree(data.eliminationTree, workPerNode(data.columnPattern, sizes), settings.threads);
     analysis.work = mapping.totalWork;
     analysis.makespan = mapping.makespan;
-    if (settings.factorization == Factorization::Automatic &&
-        !pays(mapping, factorScalars, largestBlock))
+    if (settings.factorization == Factorization::Automatic && !pays(mapping, factorScalars))
         return {};
     const SyncMode mode =
         settings.waiting == Waiting::Spinning ? SyncMode::Spinning : SyncMode::Blocking;
@@ -220,13 +214,30 @@ std::uint64_t AnalyzedSystem<T>::countBytes(const BlockMatrix<T>& A,
     const std::uint64_t structure = (2 * counts.blocks + A.numBlocks()) * kWord + n * 16 * kWord;
     const std::uint64_t square = std::uint64_t(largestBlock) * largestBlock;
     const std::uint64_t work = analysis.multifrontal ? 0 : 2 * square * sizeof(T); // of a block row
-    // Going row by row, the solver remembers the pattern by rows and by columns, and reciprocals.
-    const bool byRows = !analysis.multifrontal && largestBlock <= kLargestRowByRow;
-    const std::uint64_t plan = byRows ? counts.blocks * (3 * kWord + 2 * sizeof(void*)) +
-                                            n * 6 * kWord + A.dimension() * sizeof(T)
-                                      : 0;
+    // The serial factorization remembers the pattern by rows and by columns, and reciprocals.
+    const std::uint64_t plan =
+        analysis.multifrontal ? 0
+                              : counts.blocks * (3 * kWord + 2 * sizeof(void*)) + n * 6 * kWord +
+                                    A.dimension() * sizeof(T) + largestPanel() * sizeof(T);
     return plan + factors + matrix + structure + work + kVectors * A.dimension() * sizeof(T) +
            m_schedule.bytes();
+}
+
+/// Scalars of the largest column of blocks, which large blocks are factored in; those of small ones
+/// are few beside the factors.
+template <class T> std::uint64_t AnalyzedSystem<T>::largestPanel() const
+{
+    if (largestBlock <= kSmallBlock)
+        return 0;
+    const SparseMatrix<T>& A = data.matrix;
+    std::vector<std::uint64_t> heights(A.numBlockRows, 0);
+    for (unsigned int r = 0; r < A.numBlockRows; ++r)
+        for (unsigned int e = data.factorRowStart[r]; e < data.factorRowStart[r + 1]; ++e)
+            heights[data.factorColumns[e]] += A.blockSizes[r];
+    std::uint64_t largest = 0;
+    for (unsigned int c = 0; c < A.numBlockRows; ++c)
+        largest = std::max(largest, heights[c] * A.blockSizes[c]);
+    return largest;
 }
 
 template class AnalyzedSystem<float>;

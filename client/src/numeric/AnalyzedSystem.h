@@ -56,6 +56,7 @@ private:
     Status buildStructure(const BlockMatrix<T>& A, OrderingResult& ordering);
     Status planThreads(const std::vector<unsigned int>& sizes, std::uint64_t factorScalars);
     std::uint64_t countBytes(const BlockMatrix<T>& A, const FactorCounts& counts) const;
+    std::uint64_t largestPanel() const;
 
     Schedule<T> m_schedule;
 };

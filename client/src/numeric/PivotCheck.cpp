@@ -41,6 +41,7 @@ void PivotCheck<T>::reserve(std::size_t dimension, unsigned int blocks, unsigned
 {
     m_scales.resize(largestBlock);
     m_diagonal.resize(largestBlock);
+    m_sums.resize(largestBlock);
     m_nullVector.reserve(dimension, blocks);
 }
 
@@ -88,7 +89,9 @@ PivotFailure<T> PivotCheck<T>::checkBlock(const OrvelData<T>& data, unsigned int
         if (pivot.kind != Kind::None)
             return pivot;
         count(pivot.pivot);
-        m_leastShare = std::min(m_leastShare, std::abs(pivot.pivot) / pivot.scale);
+        const T magnitude = std::abs(pivot.pivot);
+        if (magnitude < m_leastShare * pivot.scale)
+            m_leastShare = magnitude / pivot.scale;
     }
     return {};
 }
@@ -152,16 +155,17 @@ typename PivotFailure<T>::Kind PivotCheck<T>::judge(const OrvelData<T>& data, un
 }
 
 /// Behind sound pivots, only a diagonal block of its own that is not negative definite can make the
-/// pivot of a trailing row positive. Where it is small besides, it was negative and too small to
-/// tell.
+/// pivot of a trailing row positive. Without one the pivot was negative and too small to tell; with
+/// one that leaves its row alone, if it is small.
 template <class T>
 typename PivotFailure<T>::Kind PivotCheck<T>::wrongSign(const PivotFailure<T>& pivot,
                                                         bool trailing) const
 {
     using Kind = typename PivotFailure<T>::Kind;
     const T small = std::sqrt(std::numeric_limits<T>::epsilon()) * pivot.scale;
-    return trailing && !(m_diagonal[pivot.row] > 0) && pivot.pivot <= small ? Kind::Lost
-                                                                            : Kind::WrongSign;
+    if (!trailing || m_diagonal[pivot.row] > 0)
+        return Kind::WrongSign;
+    return !m_hasDiagonal || pivot.pivot <= small ? Kind::Lost : Kind::WrongSign;
 }
 
 template <class T>
@@ -216,22 +220,27 @@ const std::vector<T>& PivotCheck<T>::computeScales(const OrvelData<T>& data, uns
 {
     const SparseMatrix<T>& A = data.matrix;
     const SparseMatrix<T>& L = data.factor;
-    const SparseMatrix<T>& S = data.scaledFactor;
     const std::size_t m = L.blockSizes[r];
     const bool upper = A.blockColumns[A.rowStart[r]] == r && A.rowStart[r + 1] - A.rowStart[r] > 1;
     const T* const diagonalOfA = A.blockData[upper ? A.rowStart[r] : A.rowStart[r + 1] - 1];
-    for (std::size_t i = 0; i < m; ++i)
-        m_scales[i] = std::abs(m_diagonal[i] = diagonalOfA[i * m + i]);
+    m_hasDiagonal = false;
+    for (std::size_t i = 0; i < m; ++i) {
+        m_sums[i].clear();
+        for (std::size_t j = 0; j <= i; ++j)
+            m_hasDiagonal = m_hasDiagonal || diagonalOfA[i * m + j] != 0;
+    }
+    const T* const pivots = data.pivots.data;
     const unsigned int diagonal = L.rowStart[r + 1] - 1;
-    for (unsigned int slot = L.rowStart[r]; slot <= diagonal; ++slot) {
-        const std::size_t p = L.blockSizes[L.blockColumns[slot]];
-        const T* const l = L.blockData[slot];
-        const T* const s = S.blockData[slot];
-        for (std::size_t i = 0; i < m; ++i) {
-            const std::size_t end = slot == diagonal ? i : p;
-            for (std::size_t q = 0; q < end; ++q)
-                m_scales[i] += std::abs(l[i * p + q] * s[i * p + q]);
-        }
+    for (unsigned int slot = L.rowStart[r]; slot < diagonal; ++slot) {
+        const unsigned int c = L.blockColumns[slot];
+        const std::size_t p = L.blockSizes[c];
+        for (std::size_t i = 0; i < m; ++i)
+            m_sums[i].addWeightedSquares(L.blockData[slot] + i * p, pivots + L.blockOffsets[c], p);
+    }
+    for (std::size_t i = 0; i < m; ++i) {
+        m_sums[i].addWeightedSquares(L.blockData[diagonal] + i * m, pivots + L.blockOffsets[r], i);
+        m_diagonal[i] = diagonalOfA[i * m + i];
+        m_scales[i] = std::abs(m_diagonal[i]) + m_sums[i].total();
     }
     return m_scales;
 }

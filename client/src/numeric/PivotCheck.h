@@ -1,6 +1,7 @@
 #ifndef KYRORVEL_CLIENT_PIVOT_CHECK_H
 #define KYRORVEL_CLIENT_PIVOT_CHECK_H
 
+#include "FourSums.h"
 #include "LeadingNullVector.h"
 
 #include <kyrOrvel/Orvel>
@@ -85,7 +86,7 @@ public:
     /// The number of pivots kept to bounds, and where the first is.
     PivotFailure<T> firstBounded() const { return m_firstBounded; }
 
-    /// |A(i, i)| + Σ |L(i, q)·(L·D)(i, q)| over all columns before i, for every row i of block row
+    /// |A(i, i)| + Σ |L(i, q)²·d(q)| over all columns before i, for every row i of block row
     /// r.
     const std::vector<T>& computeScales(const OrvelData<T>& data, unsigned int r);
 
@@ -102,8 +103,10 @@ private:
     bool isNoise(const OrvelData<T>& data, unsigned int r, unsigned int i, T magnitude);
     void count(T pivot);
 
-    std::vector<T> m_scales;   ///< per row of the block at hand
-    std::vector<T> m_diagonal; ///< of A, likewise
+    std::vector<T> m_scales;         ///< per row of the block at hand
+    std::vector<T> m_diagonal;       ///< of A, likewise
+    std::vector<FourSums<T>> m_sums; ///< likewise
+    bool m_hasDiagonal = false;      ///< whether A has a diagonal block there that is not zero
     PivotCounts m_counts;
     PivotFailure<T> m_firstBounded;
     T m_leastShare = 1;       ///< of its terms that a pivot has kept so far

@@ -1,5 +1,7 @@
 #include "ValueScatter.h"
 
+#include "FourSums.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -18,24 +20,34 @@ Status notFinite(unsigned int r, unsigned int c, std::size_t i)
             r, static_cast<unsigned int>(i)};
 }
 
-/// Copies an m × n block, of a diagonal block the lower triangle. Returns the first row with a
-/// value that is not finite, or m.
+/// The first row of an m × n block, of a diagonal one its lower triangle, with a value that is not
+/// finite, or m.
 template <class T>
-std::size_t copyBlock(const T* from, T* to, std::size_t m, std::size_t n, bool transposed,
-                      bool diagonal)
+std::size_t findNotFinite(const T* from, std::size_t m, std::size_t n, bool diagonal)
 {
-    const std::size_t rowStep = transposed ? 1 : n;
-    const std::size_t columnStep = transposed ? m : 1;
-    for (std::size_t i = 0; i < m; ++i) {
-        const std::size_t end = diagonal ? i + 1 : n;
-        for (std::size_t j = 0; j < end; ++j) {
-            const T value = from[i * n + j];
-            if (!std::isfinite(value))
+    for (std::size_t i = 0; i < m; ++i)
+        for (std::size_t j = 0; j < (diagonal ? i + 1 : n); ++j)
+            if (!std::isfinite(from[i * n + j]))
                 return i;
-            to[i * rowStep + j * columnStep] = value;
-        }
-    }
     return m;
+}
+
+template <class T>
+void copyTransposed(const T* from, T* to, std::size_t m, std::size_t n, FourSums<T>& check)
+{
+    for (std::size_t i = 0; i < m; ++i, from += n) {
+        check.addTimesZero(from, n);
+        for (std::size_t j = 0; j < n; ++j)
+            to[j * m + i] = from[j];
+    }
+}
+
+template <class T> void copyLowerTriangle(const T* from, T* to, std::size_t m, FourSums<T>& check)
+{
+    for (std::size_t i = 0; i < m; ++i) {
+        check.addTimesZero(from + i * m, i + 1);
+        std::copy_n(from + i * m, i + 1, to + i * m);
+    }
 }
 
 /// The slot of column c in block row r.
@@ -127,11 +139,19 @@ template <class T> Status ValueScatter<T>::run(const BlockMatrix<T>& A) const
     for (unsigned int r = 0; r < A.numBlockRows(); ++r) {
         const std::size_t m = A.blockSize(r);
         for (const auto& entry : A.row(r)) {
-            const std::size_t bad =
-                copyBlock(entry.values, target->values, m, std::size_t(A.blockSize(entry.column)),
-                          target->transposed, entry.column == r);
-            if (bad != m)
-                return notFinite(r, entry.column, bad);
+            const std::size_t n = A.blockSize(entry.column);
+            const bool diagonal = entry.column == r;
+            FourSums<T> check;
+            if (diagonal) {
+                copyLowerTriangle(entry.values, target->values, m, check);
+            } else if (target->transposed) {
+                copyTransposed(entry.values, target->values, m, n, check);
+            } else {
+                check.addTimesZero(entry.values, m * n);
+                std::copy_n(entry.values, m * n, target->values);
+            }
+            if (check.total() != 0)
+                return notFinite(r, entry.column, findNotFinite(entry.values, m, n, diagonal));
             ++target;
         }
     }

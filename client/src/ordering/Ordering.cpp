@@ -2,6 +2,7 @@
 
 #include "../symbolic/FactorStructure.h"
 #include "ConstraintPlacement.h"
+#include "ConstraintSpace.h"
 #include "EarlyRule.h"
 #include "NestedDissection.h"
 #include "StructuralRank.h"
@@ -189,25 +190,56 @@ Status placeConstraints(const OrderingInput& input, const Order& wanted, const E
     return {};
 }
 
+/// An order of the whole system with its trailing blocks placed, or one of the trailing blocks
+/// behind all ordinary ones, whichever has fewer operations.
+Status orderInSpaces(const OrderingInput& input, const OrderGraph& orderGraph,
+                     const EarlyRule* rule, ScratchPad& scratch, OrderingResult& result)
+{
+    Order wanted;
+    Status status = orderGraph(input, wanted);
+    if (status.ok())
+        status = placeConstraints(input, wanted, rule, scratch, result);
+    if (!status.ok())
+        return status;
+    const ConstraintSpace space(input);
+    if (!space.isUsable())
+        return {};
+    const Order placed = orderIn(result.permutation);
+    const FactorCounts counts = countsOf(input, placed, scratch, result);
+    if (counts.blocks == input.pattern.rowStart[input.pattern.numBlockRows])
+        return {}; // no fill-in at all
+    status = space.order(input, orderGraph, wanted);
+    if (!status.ok())
+        return status;
+    const FactorCounts ofSpace =
+        countsOf(input, wanted, scratch, result, kHopeless * counts.blocks);
+    const bool better = ofSpace.complete && ofSpace.operations < counts.operations &&
+                        firstUnsafePosition(input, wanted.data()) == kNone;
+    if (better)
+        result.earlyBlocks = 0;
+    else
+        use(placed, result.permutation);
+    return {};
+}
+
 Status orderConstraintAware(const OrderingInput& input, const EarlyRule* rule, ScratchPad& scratch,
                             OrderingResult& result)
 {
-    Status status = symamd(input, scratch, result);
-    if (status.ok())
-        status = placeConstraints(input, orderIn(result.permutation), rule, scratch, result);
     result.method = OrderingMethod::ConstraintAware;
-    return status;
+    const auto minimumDegree = [&](const OrderingInput& graph, Order& order) {
+        Status status = symamd(graph, scratch, result);
+        if (status.ok())
+            order = orderIn(result.permutation);
+        return status;
+    };
+    return orderInSpaces(input, minimumDegree, rule, scratch, result);
 }
 
 Status orderByDissection(const OrderingInput& input, const EarlyRule* rule, ScratchPad& scratch,
                          OrderingResult& result)
 {
-    Order wanted;
-    Status status = nestedDissection(input, wanted);
-    if (status.ok())
-        status = placeConstraints(input, wanted, rule, scratch, result);
     result.method = OrderingMethod::NestedDissection;
-    return status;
+    return orderInSpaces(input, nestedDissection, rule, scratch, result);
 }
 
 /// The better of the two, minimum degree if they are equal or if it is the only one there is.

@@ -20,11 +20,6 @@ Vector3 knotCentre(unsigned int x, unsigned int y)
     return {kMesh * x, 0.02 * ((x * 7 + y * 3) % 5), kMesh * y};
 }
 
-Vector3 halfway(const Vector3& a, const Vector3& b)
-{
-    return {(a[0] + b[0]) / 2, (a[1] + b[1]) / 2, (a[2] + b[2]) / 2};
-}
-
 } // namespace
 
 Scene makeNet(unsigned int size)

@@ -37,11 +37,6 @@ const Limb kRagdoll[kLimbs] = {
     {{-0.15, 0.1, -0.45}, {-0.2, 0, -0.9}, 4, 9},
 };
 
-Vector3 moved(const Vector3& p, const Vector3& by)
-{
-    return {p[0] + by[0], p[1] + by[1], p[2] + by[2]};
-}
-
 /// Ragdolls lie in layers of four by rows, each layer shifted against the one below.
 Vector3 placeOf(unsigned int ragdoll)
 {
@@ -57,11 +52,11 @@ unsigned int addRagdoll(RigidBodies& bodies, const Vector3& place)
     for (unsigned int i = 0; i < kLimbs; ++i) {
         const Limb& limb = kRagdoll[i];
         const unsigned int body =
-            bodies.addRod(moved(limb.from, place), moved(limb.to, place), kRadius, limb.mass);
+            bodies.addRod(sum(limb.from, place), sum(limb.to, place), kRadius, limb.mass);
         if (i == 0)
             first = body;
         else
-            bodies.addBallJoint(body, first + limb.parent, moved(limb.from, place));
+            bodies.addBallJoint(body, first + limb.parent, sum(limb.from, place));
     }
     return first;
 }
@@ -79,14 +74,14 @@ Scene makeRagdollPile(unsigned int ragdolls)
         for (unsigned int limb = 0; limb < kLimbs; ++limb) {
             if (limb == 2)
                 continue;
-            const Vector3 contact = moved(moved(kRagdoll[limb].to, place), {0, -kRadius, 0});
+            const Vector3 contact = sum(sum(kRagdoll[limb].to, place), {0, -kRadius, 0});
             const unsigned int below =
                 i < 4 ? RigidBodies::kGround : first - 4 * kLimbs + (limb * 5 + i) % kLimbs;
             bodies.addBallJoint(first + limb, below, contact, kCompliance);
         }
         // Neighbours in a layer touch with their arms.
         if (i % 4 != 0)
-            bodies.addBallJoint(first + 6, first - kLimbs + 4, moved(kRagdoll[6].to, place),
+            bodies.addBallJoint(first + 6, first - kLimbs + 4, sum(kRagdoll[6].to, place),
                                 kCompliance);
     }
     return bodies.makeScene(kTimeStep);

@@ -1,0 +1,147 @@
+#include "Measurement.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <cstdio>
+
+#ifdef BENCH_HAS_BLAS
+extern "C" void dgemm_(const char*, const char*, const int*, const int*, const int*, const double*,
+                       const double*, const int*, const double*, const int*, const double*, double*,
+                       const int*);
+#endif
+
+namespace bench {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr double kSmallResidual = 1e-8;
+constexpr std::size_t kFewestRounds = 3;
+constexpr std::size_t kMostRounds = 1000;
+constexpr double kPatience = 5; ///< times the time for an input, then a solver has one turn at most
+
+double millisecondsOf(const std::function<bool()>& step, bool& worked)
+{
+    const Clock::time_point start = Clock::now();
+    worked = step() && worked;
+    return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+}
+
+double median(std::vector<double>& times)
+{
+    if (times.empty())
+        return 0;
+    const auto middle = times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2);
+    std::nth_element(times.begin(), middle, times.end());
+    return *middle;
+}
+
+/// A contender on an input, with the times that it took.
+struct Run {
+    std::unique_ptr<Solver> solver;
+    std::array<std::vector<double>, kSteps> times;
+    std::vector<double> x;
+    bool works = true;
+    double spent = 0; ///< seconds
+
+    void step(const Input& input, Step which)
+    {
+        const auto take = [&]() -> bool {
+            switch (which) {
+            case kAnalyze:
+                return solver->analyze();
+            case kFactorize:
+                return solver->factorize();
+            default:
+                return solver->solve(input.rightHandSide, x);
+            }
+        };
+        if (!works)
+            return;
+        times[which].push_back(millisecondsOf(take, works));
+        spent += times[which].back() / 1000;
+    }
+};
+
+} // namespace
+
+std::vector<Result> measure(const Input& input, const std::vector<Contender>& contenders,
+                            double seconds)
+{
+    std::vector<Run> runs(contenders.size());
+    for (std::size_t i = 0; i < runs.size(); ++i) {
+        if (contenders[i].definiteOnly && !input.definite)
+            runs[i].works = false;
+        else
+            runs[i].solver = contenders[i].make(input);
+        runs[i].x.resize(input.rightHandSide.size());
+    }
+    // Fresh memory and other orders after a refused pivot are not part of a later step.
+    for (Run& run : runs) {
+        run.step(input, kAnalyze);
+        run.step(input, kFactorize);
+        run.times = {};
+    }
+    const Clock::time_point start = Clock::now();
+    const auto spent = [&] { return std::chrono::duration<double>(Clock::now() - start).count(); };
+    for (std::size_t round = 0; round < kFewestRounds || (round < kMostRounds && spent() < seconds);
+         ++round) {
+        for (const Step step : {kFactorize, kSolve})
+            for (Run& run : runs)
+                if (round == 0 || run.spent < kPatience * seconds)
+                    run.step(input, step);
+    }
+    for (std::size_t round = 0; round < kFewestRounds; ++round)
+        for (Run& run : runs)
+            if (run.works) {
+                Run fresh;
+                const auto at = static_cast<std::size_t>(&run - runs.data());
+                fresh.solver = contenders[at].make(input);
+                fresh.step(input, kAnalyze);
+                run.times[kAnalyze].push_back(fresh.times[kAnalyze].front());
+            }
+    std::vector<Result> results;
+    for (std::size_t i = 0; i < runs.size(); ++i) {
+        Result result;
+        result.contender = contenders[i].name;
+        if (runs[i].works) {
+            result.residual = relativeResidual(input, runs[i].x);
+            result.solved = result.residual < kSmallResidual;
+            for (const Step step : {kAnalyze, kFactorize, kSolve})
+                result.milliseconds[step] = median(runs[i].times[step]);
+            result.factorScalars = runs[i].solver->factorScalars();
+            result.operations = runs[i].solver->operations();
+        }
+        results.push_back(result);
+    }
+    return results;
+}
+
+double measureDgemm()
+{
+#ifdef BENCH_HAS_BLAS
+    constexpr int n = 256;
+    const std::vector<double> A(n * n, 1.0);
+    const std::vector<double> B(n * n, 1e-3);
+    std::vector<double> C(n * n, 0.0);
+    const double one = 1;
+    double least = 1e30;
+    for (int run = 0; run < 50; ++run) {
+        bool worked = true;
+        least = std::min(least, millisecondsOf(
+                                    [&] {
+                                        dgemm_("N", "T", &n, &n, &n, &one, A.data(), &n, B.data(),
+                                               &n, &one, C.data(), &n);
+                                        return true;
+                                    },
+                                    worked));
+    }
+    return 2e-6 * n * n * n / least;
+#else
+    return 0;
+#endif
+}
+
+} // namespace bench

@@ -1,0 +1,36 @@
+#ifndef KYRORVEL_BENCH_MEASUREMENT_H
+#define KYRORVEL_BENCH_MEASUREMENT_H
+
+#include "Solver.h"
+
+#include <array>
+#include <string>
+#include <vector>
+
+namespace bench {
+
+enum Step { kAnalyze, kFactorize, kSolve, kSteps };
+
+/// What one contender made of one input.
+struct Result {
+    std::string contender;
+    bool solved = false;                          ///< all steps done, residual small
+    std::array<double, kSteps> milliseconds = {}; ///< medians
+    double factorScalars = 0;
+    double operations = 0; ///< multiply-subtracts; 0 if unknown
+    double residual = 0;
+};
+
+/// Lets all contenders take turns until the time is used up, each at least three times, very slow
+/// ones once.
+///
+/// @param seconds  to spend on the input, about
+std::vector<Result> measure(const Input& input, const std::vector<Contender>& contenders,
+                            double seconds);
+
+/// GFLOP/s of the processor's dgemm, two per multiply-add; 0 without one.
+double measureDgemm();
+
+} // namespace bench
+
+#endif

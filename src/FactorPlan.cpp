@@ -1,0 +1,235 @@
+#include "detail/FactorPlan.h"
+
+#include "detail/FactorPath.h"
+#include "detail/FactorStorage.h"
+
+#include <algorithm>
+
+namespace kyrOrvel {
+namespace detail {
+
+namespace {
+
+// Rows are faster than panels while the finished ones stay in the caches, or where a scalar of the
+// factor takes part in few products; panels where it takes part in many. Measured on nets,
+// lattices, elastic cubes, pose graphs, heaps, walls and ropes.
+constexpr std::size_t kRowsUpTo = std::size_t(40) << 20; ///< bytes of both factors
+constexpr double kFewProducts = 50;                      ///< per scalar of L
+constexpr double kManyProducts = 200;
+
+} // namespace
+
+template <class T> bool FactorPlan<T>::prepare(const OrvelData<T>& data)
+{
+    if (!m_known || !isSamePattern(data)) {
+        m_known = false; // should an allocation fail
+        m_usable = takePattern(data);
+        m_known = true;
+    }
+    return m_usable && takeInput(data);
+}
+
+template <class T> bool FactorPlan<T>::isSamePattern(const OrvelData<T>& data) const
+{
+    return data.matrix.numBlockRows == m_numRows && data.factorRowStart == m_rowStart &&
+           data.factorColumns == m_columns &&
+           std::equal(m_sizes.begin(), m_sizes.end(), data.matrix.blockSizes);
+}
+
+/// Copies the pattern; false if it is none for these paths.
+template <class T> bool FactorPlan<T>::takePattern(const OrvelData<T>& data)
+{
+    const unsigned int n = data.matrix.numBlockRows;
+    m_numRows = n;
+    m_rowStart = data.factorRowStart;
+    m_columns = data.factorColumns;
+    m_hasPanels = false;
+    m_sizes.assign(data.matrix.blockSizes, data.matrix.blockSizes + n);
+    if (n == 0 || m_rowStart.size() != std::size_t(n) + 1 || m_rowStart[0] != 0 ||
+        m_rowStart[n] != m_columns.size())
+        return false;
+    m_largest = *std::max_element(m_sizes.begin(), m_sizes.end());
+    m_valueAt.resize(m_columns.size());
+    m_numValues = 0;
+    m_longest = 0;
+    for (unsigned int r = 0; r < n; ++r) {
+        if (m_rowStart[r + 1] <= m_rowStart[r] || m_columns[m_rowStart[r + 1] - 1] != r)
+            return false;
+        std::size_t length = 0;
+        for (unsigned int slot = m_rowStart[r]; slot < m_rowStart[r + 1]; ++slot) {
+            if (slot > m_rowStart[r] && m_columns[slot] <= m_columns[slot - 1])
+                return false;
+            m_valueAt[slot] = m_numValues;
+            m_numValues += std::size_t(m_sizes[r]) * m_sizes[m_columns[slot]];
+            length += m_sizes[m_columns[slot]];
+        }
+        m_longest = std::max(m_longest, length);
+    }
+    takeColumns();
+    if (!isClosed())
+        return false;
+    countProducts();
+    std::size_t dimension = 0;
+    for (const unsigned int size : m_sizes)
+        dimension += size;
+    m_input.resize(m_columns.size());
+    m_reciprocals.resize(dimension);
+    return true;
+}
+
+template <class T> void FactorPlan<T>::takeColumns()
+{
+    m_columnStart.assign(std::size_t(m_numRows) + 1, 0);
+    m_columnEntries.resize(m_columns.size() - m_numRows);
+    for (unsigned int r = 0; r < m_numRows; ++r)
+        for (unsigned int slot = m_rowStart[r]; slot + 1 < m_rowStart[r + 1]; ++slot)
+            ++m_columnStart[m_columns[slot] + 1];
+    for (unsigned int c = 0; c < m_numRows; ++c)
+        m_columnStart[c + 1] += m_columnStart[c];
+    m_done.assign(m_columnStart.begin(), m_columnStart.end() - 1);
+    for (unsigned int r = 0; r < m_numRows; ++r)
+        for (unsigned int slot = m_rowStart[r]; slot + 1 < m_rowStart[r + 1]; ++slot)
+            m_columnEntries[m_done[m_columns[slot]]++] = {r, slot};
+}
+
+/// Whether the rows of every column, but for the first, are rows of the column that the first one
+/// names. Then the rows that two columns share are in the pattern of either row.
+template <class T> bool FactorPlan<T>::isClosed() const
+{
+    for (unsigned int k = 0; k < m_numRows; ++k) {
+        if (m_columnStart[k] == m_columnStart[k + 1])
+            continue;
+        const unsigned int parent = m_columnEntries[m_columnStart[k]].row;
+        unsigned int p = m_columnStart[parent];
+        for (unsigned int e = m_columnStart[k] + 1; e < m_columnStart[k + 1]; ++e) {
+            const unsigned int row = m_columnEntries[e].row;
+            while (p < m_columnStart[parent + 1] && m_columnEntries[p].row < row)
+                ++p;
+            if (p == m_columnStart[parent + 1] || m_columnEntries[p].row != row)
+                return false;
+        }
+    }
+    return true;
+}
+
+template <class T> void FactorPlan<T>::countProducts()
+{
+    m_products = 0;
+    for (unsigned int k = 0; k < m_numRows; ++k) {
+        double below = 0;
+        for (unsigned int e = m_columnStart[k]; e < m_columnStart[k + 1]; ++e)
+            below += m_sizes[m_columnEntries[e].row];
+        m_products += m_sizes[k] * below * below / 2;
+    }
+}
+
+/// Finds the input's block for every slot; false if the input has a block that the pattern lacks.
+template <class T> bool FactorPlan<T>::takeInput(const OrvelData<T>& data)
+{
+    for (unsigned int r = 0; r < m_numRows; ++r) {
+        unsigned int a = data.matrix.rowStart[r];
+        const unsigned int end = data.matrix.rowStart[r + 1];
+        for (unsigned int slot = m_rowStart[r]; slot < m_rowStart[r + 1]; ++slot) {
+            const bool stored = a < end && data.matrix.blockColumns[a] == m_columns[slot];
+            m_input[slot] = stored ? data.matrix.blockData[a++] : nullptr;
+        }
+        if (a < end)
+            return false;
+    }
+    return true;
+}
+
+template <class T> void FactorPlan<T>::layOutFactors(OrvelData<T>& data)
+{
+    if (!isLaidOut(data.factor) || !isLaidOut(data.scaledFactor)) {
+        sizeFactors(data);
+        for (unsigned int r = 0; r < m_numRows; ++r)
+            acquireFactorRow(data, r, [](unsigned int, T*) {});
+    }
+    for (SparseMatrix<T>* matrix : {&data.factor, &data.scaledFactor}) {
+        std::fill(matrix->values + m_numValues, matrix->values + matrix->valueCapacity, T(0));
+        matrix->sizeHint = data.matrix.sizeHint;
+    }
+    std::fill_n(data.factor.blockTags, m_columns.size(), 0u);
+    std::fill_n(data.scaledFactor.blockTags, m_columns.size(), 1u);
+}
+
+template <class T> bool FactorPlan<T>::isLaidOut(const SparseMatrix<T>& factor) const
+{
+    if (factor.numBlockRows != m_numRows || factor.numBlocks != m_columns.size() ||
+        factor.valueCapacity < m_numValues + kValueSlack ||
+        !std::equal(m_rowStart.begin(), m_rowStart.end(), factor.rowStart) ||
+        !std::equal(m_columns.begin(), m_columns.end(), factor.blockColumns) ||
+        !std::equal(m_sizes.begin(), m_sizes.end(), factor.blockSizes))
+        return false;
+    for (std::size_t slot = 0; slot < m_valueAt.size(); ++slot)
+        if (factor.blockData[slot] != factor.values + m_valueAt[slot])
+            return false;
+    return true;
+}
+
+template <class T> bool FactorPlan<T>::goesByRows() const
+{
+    const FactorSchedule schedule = factorSchedule();
+    if (m_largest > kMaxRowBlock || schedule == FactorSchedule::Panels)
+        return false;
+    const double products = m_products / static_cast<double>(m_numValues);
+    const bool small = 2 * m_numValues * sizeof(T) <= kRowsUpTo;
+    return schedule == FactorSchedule::Rows || products <= (small ? kManyProducts : kFewProducts);
+}
+
+template <class T> RowFactorization<T> FactorPlan<T>::rowTask(OrvelData<T>& data)
+{
+    m_workAt.resize(m_numRows);
+    m_work.resize(m_longest * kMaxRowBlock);
+    std::fill(m_done.begin(), m_done.end(), 0u);
+    RowFactorization<T> task;
+    task.numRows = m_numRows;
+    task.rowStart = m_rowStart.data();
+    task.columns = m_columns.data();
+    task.sizes = m_sizes.data();
+    task.offsets = data.factor.blockOffsets;
+    task.input = m_input.data();
+    task.L = data.factor.blockData;
+    task.S = data.scaledFactor.blockData;
+    task.pivots = data.pivots.data;
+    task.reciprocals = m_reciprocals.data();
+    task.bounds = {data.pivotBounds, data.pivotsKeepSigns != 0};
+    task.columnStart = m_columnStart.data();
+    task.columnEntries = m_columnEntries.data();
+    task.done = m_done.data();
+    task.workAt = m_workAt.data();
+    task.work = m_work.data();
+    return task;
+}
+
+template <class T> PanelFactorization<T> FactorPlan<T>::panelTask(OrvelData<T>& data)
+{
+    if (!m_hasPanels) {
+        std::vector<unsigned int> offsets(m_numRows);
+        for (unsigned int r = 1; r < m_numRows; ++r)
+            offsets[r] = offsets[r - 1] + m_sizes[r - 1];
+        m_panels.make(m_sizes, offsets, m_columnStart, m_columnEntries);
+        m_hasPanels = true;
+    }
+    PanelFactorization<T> task;
+    m_panels.fill(task);
+    task.rowStart = m_rowStart.data();
+    task.sizes = m_sizes.data();
+    task.offsets = data.factor.blockOffsets;
+    task.input = m_input.data();
+    task.L = data.factor.blockData;
+    task.S = data.scaledFactor.blockData;
+    task.pivots = data.pivots.data;
+    task.reciprocals = m_reciprocals.data();
+    task.bounds = {data.pivotBounds, data.pivotsKeepSigns != 0};
+    task.columnStart = m_columnStart.data();
+    task.columnEntries = m_columnEntries.data();
+    return task;
+}
+
+template class FactorPlan<float>;
+template class FactorPlan<double>;
+
+} // namespace detail
+} // namespace kyrOrvel

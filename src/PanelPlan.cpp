@@ -1,0 +1,139 @@
+#include "detail/PanelPlan.h"
+
+#include <algorithm>
+
+namespace kyrOrvel {
+namespace detail {
+
+namespace {
+
+/// Scalar columns of a panel of several blocks. Wider ones move less data per product, until a
+/// panel of a large system no longer fits into the cache of a core.
+constexpr unsigned int kPanelWidth = 96;
+
+/// The factorization keeps 8 rows of a block in lanes.
+constexpr std::size_t kLanes = 8;
+
+} // namespace
+
+template <class T>
+void PanelPlan<T>::make(const std::vector<unsigned int>& sizes,
+                        const std::vector<unsigned int>& offsets,
+                        const std::vector<unsigned int>& columnStart,
+                        const std::vector<ColumnEntry>& columnEntries)
+{
+    findPanels(sizes, columnStart, columnEntries);
+    findSources(columnStart, columnEntries);
+    makeRoom(sizes, offsets, columnStart, columnEntries);
+}
+
+/// A column joins the one before it if that one has the same rows and itself.
+template <class T>
+void PanelPlan<T>::findPanels(const std::vector<unsigned int>& sizes,
+                              const std::vector<unsigned int>& columnStart,
+                              const std::vector<ColumnEntry>& columnEntries)
+{
+    const auto n = static_cast<unsigned int>(sizes.size());
+    const auto countOf = [&](unsigned int c) { return columnStart[c + 1] - columnStart[c]; };
+    m_panelStart.clear();
+    m_panelOf.resize(n);
+    unsigned int width = 0;
+    for (unsigned int c = 0; c < n; ++c) {
+        const bool joins = c > 0 && countOf(c - 1) == countOf(c) + 1 &&
+                           columnEntries[columnStart[c - 1]].row == c &&
+                           width + sizes[c] <= kPanelWidth;
+        if (!joins) {
+            m_panelStart.push_back(c);
+            width = 0;
+        }
+        width += sizes[c];
+        m_panelOf[c] = static_cast<unsigned int>(m_panelStart.size()) - 1;
+    }
+    m_panelStart.push_back(n);
+}
+
+template <class T>
+void PanelPlan<T>::findSources(const std::vector<unsigned int>& columnStart,
+                               const std::vector<ColumnEntry>& columnEntries)
+{
+    const auto numPanels = static_cast<unsigned int>(m_panelStart.size()) - 1;
+    // Calls f(target, source) for all pairs, sources ascending.
+    const auto forEachPair = [&](auto f) {
+        for (unsigned int panel = 0; panel < numPanels; ++panel) {
+            const unsigned int c = m_panelStart[panel];
+            const unsigned int last = columnStart[c + 1];
+            unsigned int e = columnStart[c] + (m_panelStart[panel + 1] - 1 - c);
+            while (e < last) {
+                const unsigned int target = m_panelOf[columnEntries[e].row];
+                const unsigned int first = e;
+                while (e < last && m_panelOf[columnEntries[e].row] == target)
+                    ++e;
+                f(target, PanelSource{panel, first, e, last});
+            }
+        }
+    };
+    m_sourceStart.assign(std::size_t(numPanels) + 2, 0);
+    forEachPair([&](unsigned int target, const PanelSource&) { ++m_sourceStart[target + 2]; });
+    for (unsigned int panel = 0; panel < numPanels; ++panel)
+        m_sourceStart[panel + 2] += m_sourceStart[panel + 1];
+    m_sources.resize(m_sourceStart[numPanels + 1]);
+    forEachPair([&](unsigned int target, const PanelSource& source) {
+        m_sources[m_sourceStart[target + 1]++] = source;
+    });
+}
+
+template <class T>
+void PanelPlan<T>::makeRoom(const std::vector<unsigned int>& sizes,
+                            const std::vector<unsigned int>& offsets,
+                            const std::vector<unsigned int>& columnStart,
+                            const std::vector<ColumnEntry>& columnEntries)
+{
+    const auto numPanels = static_cast<unsigned int>(m_panelStart.size()) - 1;
+    std::size_t panel = 0;
+    std::size_t widest = 0; // of several columns
+    std::size_t packed = 0;
+    unsigned int columns = 0;
+    const auto widthOf = [&](unsigned int p) {
+        const unsigned int last = m_panelStart[p + 1] - 1;
+        return std::size_t(offsets[last]) + sizes[last] - offsets[m_panelStart[p]];
+    };
+    for (unsigned int p = 0; p < numPanels; ++p) {
+        const unsigned int first = m_panelStart[p];
+        const std::size_t width = widthOf(p);
+        std::size_t rows = sizes[first];
+        for (unsigned int e = columnStart[first]; e < columnStart[first + 1]; ++e)
+            rows += sizes[columnEntries[e].row];
+        panel = std::max(panel, rows * width);
+        if (m_panelStart[p + 1] - first > 1)
+            widest = std::max(widest, width);
+        columns = std::max(columns, m_panelStart[p + 1] - first);
+        for (unsigned int s = m_sourceStart[p]; s < m_sourceStart[p + 1]; ++s)
+            packed = std::max(packed, widthOf(m_sources[s].panel) * width);
+    }
+    m_position.resize(sizes.size());
+    m_packedAt.resize(std::size_t(columns) + 1);
+    m_panel.resize(panel + kSpareScalars);
+    m_triangle.resize(widest * widest + kSpareScalars);
+    m_packed.resize(packed + kSpareScalars);
+    m_lanes.resize(kLanes * *std::max_element(sizes.begin(), sizes.end()));
+}
+
+template <class T> void PanelPlan<T>::fill(PanelFactorization<T>& task)
+{
+    task.numPanels = static_cast<unsigned int>(m_panelStart.size()) - 1;
+    task.panelStart = m_panelStart.data();
+    task.sourceStart = m_sourceStart.data();
+    task.sources = m_sources.data();
+    task.position = m_position.data();
+    task.packedAt = m_packedAt.data();
+    task.panel = m_panel.data();
+    task.triangle = m_triangle.data();
+    task.packed = m_packed.data();
+    task.lanes = m_lanes.data();
+}
+
+template class PanelPlan<float>;
+template class PanelPlan<double>;
+
+} // namespace detail
+} // namespace kyrOrvel

@@ -1,0 +1,255 @@
+// The factorization panel by panel (left-looking), as a template over scalar type. A panel is one
+// or more block columns of one supernode: neighbours that have the same rows below. The panel at
+// hand is a dense array, a row for each of its scalar rows. It takes the products of all finished
+// panels in ascending order, many columns at a time, then those of its own columns, block by block.
+//
+// Blocks on the diagonal are kept transposed in the panel: the products for L(c, c), which are
+// L(i, q)·S(j, q) for i >= j, then come out of the same tiles as those for the blocks below.
+
+template <class T> class PanelFactorizer {
+    /// Scalar columns that take the products of a panel's earlier columns at once.
+    static constexpr unsigned int kGroupWidth = 24;
+
+public:
+    explicit PanelFactorizer(const PanelFactorization<T>& task) : m(task) {}
+
+    void run()
+    {
+        for (unsigned int panel = 0; panel < m.numPanels; ++panel) {
+            enter(panel);
+            load();
+            for (unsigned int s = m.sourceStart[panel]; s < m.sourceStart[panel + 1]; ++s)
+                subtract(m.sources[s]);
+            for (unsigned int c = m_first; c < m_end; ++c) {
+                finishRow(c, m.rowStart[c + 1] - 1 - (c - m_first));
+                finishDiagonal(c);
+            }
+            for (unsigned int e = m_below; e < m_lastEntry; ++e)
+                finishRow(m.columnEntries[e].row, m.columnEntries[e].slot);
+        }
+    }
+
+private:
+    T* rowOf(unsigned int r) const { return m.panel + std::size_t(m.position[r]) * m_width; }
+    unsigned int columnOf(unsigned int c) const { return m.offsets[c] - m.offsets[m_first]; }
+
+    void enter(unsigned int panel)
+    {
+        m_first = m.panelStart[panel];
+        m_end = m.panelStart[panel + 1];
+        m_width = m.offsets[m_end - 1] + m.sizes[m_end - 1] - m.offsets[m_first];
+        m_below = m.columnStart[m_first] + (m_end - 1 - m_first);
+        m_lastEntry = m.columnStart[m_first + 1];
+    }
+
+    /// The input on the panel's rows; fill-in zero.
+    void load()
+    {
+        unsigned int rows = 0;
+        for (unsigned int c = m_first; c < m_end; ++c) {
+            m.position[c] = rows;
+            rows += m.sizes[c];
+        }
+        for (unsigned int e = m_below; e < m_lastEntry; ++e) {
+            m.position[m.columnEntries[e].row] = rows;
+            rows += m.sizes[m.columnEntries[e].row];
+        }
+        const std::size_t count = std::size_t(rows) * m_width;
+        for (std::size_t v = 0; v < count; ++v)
+            m.panel[v] = T(0);
+        for (unsigned int c = m_first; c < m_end; ++c) {
+            const unsigned int diagonal = m.rowStart[c + 1] - 1;
+            loadBlocks(c, diagonal - (c - m_first), c - m_first);
+            loadTransposed(c, m.input[diagonal]);
+        }
+        for (unsigned int e = m_below; e < m_lastEntry; ++e)
+            loadBlocks(m.columnEntries[e].row, m.columnEntries[e].slot, m_end - m_first);
+    }
+
+    void loadBlocks(unsigned int r, unsigned int slot, unsigned int count)
+    {
+        T* to = rowOf(r);
+        for (unsigned int b = 0; b < count; ++b) {
+            const unsigned int p = m.sizes[m_first + b];
+            if (const T* from = m.input[slot + b])
+                for (unsigned int i = 0; i < m.sizes[r]; ++i)
+                    for (unsigned int q = 0; q < p; ++q)
+                        to[std::size_t(i) * m_width + q] = *from++;
+            to += p;
+        }
+    }
+
+    void loadTransposed(unsigned int c, const T* from)
+    {
+        if (!from)
+            return;
+        T* const to = rowOf(c) + columnOf(c);
+        const unsigned int n = m.sizes[c];
+        for (unsigned int i = 0; i < n; ++i)
+            for (unsigned int q = 0; q < n; ++q)
+                to[std::size_t(q) * m_width + i] = *from++;
+    }
+
+    /// The products of a finished panel K: A(r, c) -= S(r, K)·L(c, K)ᵀ for all its rows.
+    void subtract(const PanelSource& source)
+    {
+        const unsigned int first = m.panelStart[source.panel];
+        const unsigned int count = m.panelStart[source.panel + 1] - first;
+        const unsigned int columns = pack(source, first, count);
+        for (unsigned int e = source.first; e < source.last; ++e) {
+            const ColumnEntry entry = m.columnEntries[e];
+            // Rows of the panel itself end with their diagonal block.
+            const unsigned int end = e < source.end ? m.packedAt[e - source.first + 1] : columns;
+            subtractRow(source, entry, first, count, end, columns);
+        }
+    }
+
+    /// Copies L(c, K)ᵀ for the columns c of the panel at hand, one after the other, and notes where
+    /// each starts. Returns how many scalar columns there are.
+    unsigned int pack(const PanelSource& source, unsigned int first, unsigned int count)
+    {
+        unsigned int columns = 0;
+        for (unsigned int e = source.first; e < source.end; ++e) {
+            m.packedAt[e - source.first] = columns;
+            columns += m.sizes[m.columnEntries[e].row];
+        }
+        m.packedAt[source.end - source.first] = columns;
+        for (unsigned int e = source.first; e < source.end; ++e) {
+            const ColumnEntry entry = m.columnEntries[e];
+            const unsigned int n = m.sizes[entry.row];
+            T* to = m.packed + m.packedAt[e - source.first];
+            for (unsigned int b = 0; b < count; ++b) {
+                const T* const from = m.L[entry.slot + b];
+                const unsigned int s = m.sizes[first + b];
+                for (unsigned int q = 0; q < s; ++q, to += columns)
+                    for (unsigned int j = 0; j < n; ++j)
+                        to[j] = from[j * s + q];
+            }
+        }
+        return columns;
+    }
+
+    /// One block row's share, for the first `end` packed columns; those that are neighbours in the
+    /// panel together.
+    void subtractRow(const PanelSource& source, ColumnEntry entry, unsigned int first,
+                     unsigned int count, unsigned int end, unsigned int columns)
+    {
+        T* const row = rowOf(entry.row);
+        unsigned int e = source.first;
+        unsigned int from = 0;
+        while (from < end) {
+            const unsigned int c = m.columnEntries[e].row;
+            unsigned int to = from;
+            for (unsigned int next = c; to < end && m.columnEntries[e].row == next; ++e, ++next)
+                to = m.packedAt[e - source.first + 1];
+            subtractTiles(m.S + entry.slot, m.sizes + first, count, m.sizes[entry.row],
+                          m.packed + from, columns, row + columnOf(c), to - from);
+            from = to;
+        }
+    }
+
+    /// C -= S·B: S the `rows` rows of some blocks side by side, B packed.
+    void subtractTiles(const T* const* S, const unsigned int* sizes, unsigned int count,
+                       unsigned int rows, const T* B, unsigned int stride, T* C,
+                       unsigned int columns) const
+    {
+        if (count == 0)
+            return;
+        for (unsigned int i = 0; i < rows; i += kTileRows) {
+            const unsigned int height = rows - i < kTileRows ? rows - i : kTileRows;
+            const Tile<T> tile = {S,      sizes, count, i, B, stride, C + std::size_t(i) * m_width,
+                                  m_width};
+            subtractTileRows<T, kTileRows>(tile, height, columns);
+        }
+    }
+
+    /// The blocks of row r: each takes the products of the panel's columns before it, then becomes
+    /// a block of L and one of L·D. Some columns at a time take those of all before them together.
+    void finishRow(unsigned int r, unsigned int slot)
+    {
+        const unsigned int end = r < m_end ? r : m_end;
+        for (unsigned int c = m_first; c < end;) {
+            const unsigned int group = c;
+            const unsigned int at = columnOf(group);
+            unsigned int width = 0;
+            do
+                width += m.sizes[c++];
+            while (c < end && width + m.sizes[c] <= kGroupWidth);
+            subtractOwn(r, slot, m_first, group, at, width);
+            for (unsigned int b = group; b < c; ++b) {
+                subtractOwn(r, slot, group, b, columnOf(b), m.sizes[b]);
+                finishBlock(r, b, slot + (b - m_first));
+                if (r < m_end)
+                    copyTransposed(m.L[slot + (b - m_first)], r, b);
+            }
+        }
+        if (r < m_end)
+            subtractOwn(r, slot, m_first, r, columnOf(r), m.sizes[r]);
+    }
+
+    /// What `width` columns of row r, from scalar column `at` on, take from the panel's own columns
+    /// [from, to).
+    void subtractOwn(unsigned int r, unsigned int slot, unsigned int from, unsigned int to,
+                     unsigned int at, unsigned int width)
+    {
+        const T* const B = m.triangle + std::size_t(columnOf(from)) * m_width + at;
+        subtractTiles(m.S + slot + (from - m_first), m.sizes + from, to - from, m.sizes[r], B,
+                      m_width, rowOf(r) + at, width);
+    }
+
+    /// L(r, c)ᵀ into the triangle from which later rows take their products.
+    void copyTransposed(const T* from, unsigned int r, unsigned int c)
+    {
+        T* const to = m.triangle + std::size_t(columnOf(c)) * m_width + columnOf(r);
+        for (unsigned int i = 0; i < m.sizes[r]; ++i)
+            for (unsigned int q = 0; q < m.sizes[c]; ++q)
+                to[std::size_t(q) * m_width + i] = *from++;
+    }
+
+    void finishBlock(unsigned int r, unsigned int c, unsigned int slot)
+    {
+        const unsigned int rows = m.sizes[r];
+        const unsigned int n = m.sizes[c];
+        const unsigned int offset = m.offsets[c];
+        FinishedBlock<T> block = {rowOf(r) + columnOf(c),
+                                  m_width,
+                                  m.L[m.rowStart[c + 1] - 1],
+                                  m.pivots + offset,
+                                  m.reciprocals + offset,
+                                  m.L[slot],
+                                  m.S[slot],
+                                  n};
+        for (unsigned int i = 0; i < rows; i += kFinishLanes) {
+            finishRows(block, rows - i < kFinishLanes ? rows - i : kFinishLanes, m.lanes);
+            block.C += std::size_t(kFinishLanes) * m_width;
+            block.L += std::size_t(kFinishLanes) * n;
+            block.S += std::size_t(kFinishLanes) * n;
+        }
+    }
+
+    void finishDiagonal(unsigned int c)
+    {
+        const unsigned int n = m.sizes[c];
+        T* const D = rowOf(c) + columnOf(c);
+        if (n > kFinishLanes) {
+            factorLargeDiagonal(D, m_width, n, diagonalBlock<T>(m, c), m.lanes);
+            return;
+        }
+        for (unsigned int t = 0; t < n; ++t)
+            for (unsigned int i = 0; i < n; ++i)
+                m.lanes[t * kFinishLanes + i] = D[std::size_t(t) * m_width + i];
+        factorDiagonal<T, kFinishLanes>(m.lanes, n, diagonalBlock<T>(m, c));
+    }
+
+    const PanelFactorization<T>& m;
+    unsigned int m_first = 0;     ///< block column
+    unsigned int m_end = 0;       ///< block column
+    unsigned int m_width = 0;     ///< scalar columns
+    unsigned int m_below = 0;     ///< column entry: the first row below the panel
+    unsigned int m_lastEntry = 0; ///< column entry: one after the last
+};
+
+template <class T> void factorPanels(const PanelFactorization<T>& task)
+{
+    PanelFactorizer<T>(task).run();
+}

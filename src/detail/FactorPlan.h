@@ -1,0 +1,68 @@
+#ifndef KYRORVEL_DETAIL_FACTOR_PLAN_H
+#define KYRORVEL_DETAIL_FACTOR_PLAN_H
+
+#include "FactorTasks.h"
+#include "PanelPlan.h"
+
+#include <kyrOrvel/Orvel>
+
+#include <cstddef>
+#include <vector>
+
+namespace kyrOrvel {
+namespace detail {
+
+/// What the fast factorizations need to know of a factor pattern. Made once per pattern, kept in
+/// OrvelData.
+template <class T> class FactorPlan {
+public:
+    /// Brings the plan up to date with the factor pattern and the input of `data`; false if they
+    /// are none that a fast path can take. O(blocks) for a pattern that it knows.
+    bool prepare(const OrvelData<T>& data);
+
+    /// Whether rows or panels are meant to be faster, or asked for.
+    bool goesByRows() const;
+
+    /// Sizes the factors and acquires their blocks, unless they are laid out like that already:
+    /// then all blocks will be overwritten, and only what is beyond them is cleared.
+    void layOutFactors(OrvelData<T>& data);
+
+    // The work, after prepare and layOutFactors.
+    RowFactorization<T> rowTask(OrvelData<T>& data);
+    PanelFactorization<T> panelTask(OrvelData<T>& data);
+
+private:
+    bool isSamePattern(const OrvelData<T>& data) const;
+    bool takePattern(const OrvelData<T>& data);
+    void takeColumns();
+    bool isClosed() const;
+    void countProducts();
+    bool takeInput(const OrvelData<T>& data);
+    bool isLaidOut(const SparseMatrix<T>& factor) const;
+
+    bool m_known = false; ///< whether the pattern below is whole
+    bool m_usable = false;
+    bool m_hasPanels = false; ///< whether m_panels is of this pattern
+    unsigned int m_numRows = 0;
+    std::vector<unsigned int> m_rowStart;
+    std::vector<unsigned int> m_columns;
+    std::vector<unsigned int> m_sizes;
+    std::vector<std::size_t> m_valueAt; ///< per slot: where its values begin
+    std::size_t m_numValues = 0;
+    double m_products = 0;      ///< multiply-subtracts of a factorization, about
+    unsigned int m_largest = 0; ///< size of a block
+    std::size_t m_longest = 0;  ///< scalar columns of a row
+    std::vector<unsigned int> m_columnStart;
+    std::vector<ColumnEntry> m_columnEntries;
+    std::vector<const T*> m_input;
+    std::vector<unsigned int> m_done;
+    std::vector<unsigned int> m_workAt;
+    std::vector<T> m_work;
+    std::vector<T> m_reciprocals;
+    PanelPlan<T> m_panels;
+};
+
+} // namespace detail
+} // namespace kyrOrvel
+
+#endif

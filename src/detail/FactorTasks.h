@@ -1,0 +1,135 @@
+#ifndef KYRORVEL_DETAIL_FACTOR_TASKS_H
+#define KYRORVEL_DETAIL_FACTOR_TASKS_H
+
+#include "BoundedPivot.h"
+
+#include <cstddef>
+
+namespace kyrOrvel {
+namespace detail {
+
+/// A block below the diagonal, by its place.
+struct ColumnEntry {
+    unsigned int row;
+    unsigned int slot;
+};
+
+/// The largest block that the row-by-row path takes.
+constexpr unsigned int kMaxRowBlock = 8;
+
+/// Bounds that pivots are kept to, one per scalar row, or null.
+template <class T> struct PivotBounds {
+    const T* bounds;
+    bool keepSigns;
+};
+
+/// What a factorization row by row works on. Plain pointers: the code that reads it is compiled for
+/// several instruction sets, and must not share inline functions with the rest of the program.
+///
+/// The pattern of L is closed under elimination, rows ascend and end with their diagonal, no block
+/// is larger than kMaxRowBlock, and every block of the input is in the pattern.
+template <class T> struct RowFactorization {
+    unsigned int numRows;
+    const unsigned int* rowStart; ///< of L
+    const unsigned int* columns;
+    const unsigned int* sizes;
+    const unsigned int* offsets;
+    const T* const* input; ///< per slot: the block of A, or null for fill-in
+    T* const* L;           ///< per slot
+    T* const* S;           ///< per slot: L·D
+    T* pivots;
+    T* reciprocals; ///< per pivot; written
+    PivotBounds<T> bounds;
+    const unsigned int*
+        columnStart; ///< per block column: its entries below the diagonal, rows ascending
+    const ColumnEntry* columnEntries;
+    unsigned int* done;   ///< per block column: entries in finished rows; zero at the start
+    unsigned int* workAt; ///< per block column: where its block of the row at hand is in `work`
+    T* work;              ///< the row at hand, kMaxRowBlock lanes for each of its scalar columns
+};
+
+/// Scalars beyond the end of an array that the factorization panel by panel may read.
+constexpr unsigned int kSpareScalars = 7;
+
+/// Products that a panel takes from a finished one: the entries of that one's first column that are
+/// rows of the panel at hand, or of any later one.
+struct PanelSource {
+    unsigned int panel;
+    unsigned int first; ///< column entry: the first row within the panel at hand
+    unsigned int end;   ///< column entry: the first row below it
+    unsigned int last;  ///< column entry: one after the last
+};
+
+/// What a factorization panel by panel works on. Patterns as for RowFactorization, but blocks of
+/// any size. The block columns of a panel have the same rows, but for those that have become
+/// columns: blocks side by side in a row are neighbours in its slots.
+template <class T> struct PanelFactorization {
+    unsigned int numPanels;
+    const unsigned int* panelStart;  ///< block columns; one more than panels
+    const unsigned int* sourceStart; ///< per panel: its sources, panels ascending
+    const PanelSource* sources;
+    const unsigned int* rowStart;
+    const unsigned int* sizes;
+    const unsigned int* offsets;
+    const T* const* input;
+    T* const* L;
+    T* const* S;
+    T* pivots;
+    T* reciprocals;
+    PivotBounds<T> bounds;
+    const unsigned int* columnStart;
+    const ColumnEntry* columnEntries;
+    unsigned int* position; ///< per block row: its first scalar row in the panel at hand
+    unsigned int* packedAt; ///< per column of the panel at hand that a source has, and one more
+    T* panel;               ///< the largest panel, and kSpareScalars
+    T* triangle; ///< columns of the widest panel of several blocks, squared, and kSpareScalars
+    T* packed;   ///< the most columns of a source times those of a panel, and kSpareScalars
+    T* lanes;    ///< the largest block, 8 lanes for each of its columns
+};
+
+/// A block of a front, and the factor's block that changes it.
+template <class T> struct FrontTarget {
+    const T* L; ///< rows × nb
+    T* C;       ///< rows × na
+    unsigned int rows;
+};
+
+/// The largest block column that UpdateFront takes.
+constexpr unsigned int kMaxFrontDepth = 512;
+
+/// C -= L·Sᵀ for each target of a front, S na × nb, nb <= kMaxFrontDepth. The running sums of
+/// orvel_MM_CM_ABt, a lane for each column of C.
+template <class T>
+using UpdateFront = void (*)(const T* S, unsigned int na, unsigned int nb,
+                             const FrontTarget<T>* targets, unsigned int count);
+
+// One function for each instruction set, for float and for double.
+void factorRowsBaseline(const RowFactorization<float>& task);
+void factorRowsBaseline(const RowFactorization<double>& task);
+void factorPanelsBaseline(const PanelFactorization<float>& task);
+void factorPanelsBaseline(const PanelFactorization<double>& task);
+void updateFrontBaseline(const float*, unsigned int, unsigned int, const FrontTarget<float>*,
+                         unsigned int);
+void updateFrontBaseline(const double*, unsigned int, unsigned int, const FrontTarget<double>*,
+                         unsigned int);
+void factorRowsAvx2(const RowFactorization<float>& task);
+void factorRowsAvx2(const RowFactorization<double>& task);
+void factorPanelsAvx2(const PanelFactorization<float>& task);
+void factorPanelsAvx2(const PanelFactorization<double>& task);
+void updateFrontAvx2(const float*, unsigned int, unsigned int, const FrontTarget<float>*,
+                     unsigned int);
+void updateFrontAvx2(const double*, unsigned int, unsigned int, const FrontTarget<double>*,
+                     unsigned int);
+void factorRowsAvx512(const RowFactorization<float>& task);
+void factorRowsAvx512(const RowFactorization<double>& task);
+void factorPanelsAvx512(const PanelFactorization<float>& task);
+void factorPanelsAvx512(const PanelFactorization<double>& task);
+void updateFrontAvx512(const float*, unsigned int, unsigned int, const FrontTarget<float>*,
+                       unsigned int);
+void updateFrontAvx512(const double*, unsigned int, unsigned int, const FrontTarget<double>*,
+                       unsigned int);
+
+} // namespace detail
+} // namespace kyrOrvel
+
+#endif

@@ -1,0 +1,188 @@
+// Vectors for the fast factorizations. Included, as are the factorizations themselves, by one
+// source for each instruction set, in a namespace of its own. No standard header with code is
+// included here or there: a function compiled for AVX-512 must not end up in programs for other
+// processors.
+//
+// All fast ways have the bits of the plain one: only elements that are independent of each other
+// share a vector, and multiply and subtract stay separate.
+
+/// A vector as the processor has it.
+template <class T, int Bytes> struct NativeVector {
+    using type __attribute__((vector_size(Bytes))) = T;
+};
+
+/// How a vector is loaded and stored, at any scalar.
+template <class V> struct Memory {
+    template <class T> static V load(const T* from)
+    {
+        V v;
+        __builtin_memcpy(&v, from, sizeof v);
+        return v;
+    }
+    template <class T> static void store(T* to, const V& v) { __builtin_memcpy(to, &v, sizeof v); }
+};
+
+template <class V, class T> inline V loadVector(const T* from)
+{
+    return Memory<V>::load(from);
+}
+
+template <class V, class T> inline void storeVector(T* to, const V& v)
+{
+    Memory<V>::store(to, v);
+}
+
+/// Lanes beyond what one register holds: compilers take such vectors apart by way of memory if it
+/// is left to them.
+template <class T, int Lanes> struct SeveralVectors {
+    static constexpr int kPart = kVectorBytes / int(sizeof(T));
+    static constexpr int kParts = Lanes / kPart;
+    using Part = typename NativeVector<T, kVectorBytes>::type;
+
+    Part parts[kParts];
+
+    T operator[](unsigned int i) const { return parts[i / kPart][i % kPart]; }
+
+    SeveralVectors& operator-=(const SeveralVectors& other)
+    {
+        for (int p = 0; p < kParts; ++p)
+            parts[p] -= other.parts[p];
+        return *this;
+    }
+    friend SeveralVectors operator*(const SeveralVectors& a, const SeveralVectors& b)
+    {
+        SeveralVectors result;
+        for (int p = 0; p < kParts; ++p)
+            result.parts[p] = a.parts[p] * b.parts[p];
+        return result;
+    }
+    friend SeveralVectors operator*(const SeveralVectors& a, T factor)
+    {
+        SeveralVectors result;
+        for (int p = 0; p < kParts; ++p)
+            result.parts[p] = a.parts[p] * factor;
+        return result;
+    }
+    friend SeveralVectors operator*(T factor, const SeveralVectors& a) { return a * factor; }
+    friend SeveralVectors operator/(const SeveralVectors& a, T divisor)
+    {
+        SeveralVectors result;
+        for (int p = 0; p < kParts; ++p)
+            result.parts[p] = a.parts[p] / divisor;
+        return result;
+    }
+};
+
+template <class T, int Lanes> struct Memory<SeveralVectors<T, Lanes>> {
+    using V = SeveralVectors<T, Lanes>;
+
+    static V load(const T* from)
+    {
+        V v;
+        for (int p = 0; p < V::kParts; ++p)
+            v.parts[p] = loadVector<typename V::Part>(from + p * V::kPart);
+        return v;
+    }
+    static void store(T* to, const V& v)
+    {
+        for (int p = 0; p < V::kParts; ++p)
+            storeVector(to + p * V::kPart, v.parts[p]);
+    }
+};
+
+template <class T, int Lanes, bool Fits = (Lanes * int(sizeof(T)) <= kVectorBytes)> struct Vector {
+    using type = typename NativeVector<T, Lanes* int(sizeof(T))>::type;
+};
+template <class T, int Lanes> struct Vector<T, Lanes, false> {
+    using type = SeveralVectors<T, Lanes>;
+};
+
+/// A row of Width scalars as long vectors, then one each of 4 and of 2 lanes and a scalar, as far
+/// as it needs them: loads and stores that touch nothing beyond it.
+template <class T, int Width> struct RowPart {
+    static constexpr int kLanes = (kVectorBytes < 32 ? kVectorBytes : 32) / int(sizeof(T));
+    static constexpr int kLong = Width / kLanes;
+    static constexpr bool kFour = kLanes > 4 && (Width & 4) != 0;
+    static constexpr bool kTwo = kLanes > 2 && (Width & 2) != 0;
+    static constexpr bool kOne = (Width & 1) != 0;
+    static constexpr int kFourAt = kLanes * kLong;
+    static constexpr int kTwoAt = kFourAt + (kFour ? 4 : 0);
+    static constexpr int kOneAt = kTwoAt + (kTwo ? 2 : 0);
+    using VLong = typename Vector<T, kLanes>::type;
+    using V4 = typename Vector<T, 4>::type;
+    using V2 = typename Vector<T, 2>::type;
+
+    VLong longs[kLong > 0 ? kLong : 1];
+    V4 four;
+    V2 two;
+    T one;
+
+    void load(const T* from)
+    {
+        for (int f = 0; f < kLong; ++f)
+            longs[f] = loadVector<VLong>(from + kLanes * f);
+        if (kFour)
+            four = loadVector<V4>(from + kFourAt);
+        if (kTwo)
+            two = loadVector<V2>(from + kTwoAt);
+        if (kOne)
+            one = from[kOneAt];
+    }
+
+    void store(T* to) const
+    {
+        for (int f = 0; f < kLong; ++f)
+            storeVector(to + kLanes * f, longs[f]);
+        if (kFour)
+            storeVector(to + kFourAt, four);
+        if (kTwo)
+            storeVector(to + kTwoAt, two);
+        if (kOne)
+            to[kOneAt] = one;
+    }
+
+    void subtract(const RowPart& row, T factor)
+    {
+        for (int f = 0; f < kLong; ++f)
+            longs[f] -= row.longs[f] * factor;
+        if (kFour)
+            four -= row.four * factor;
+        if (kTwo)
+            two -= row.two * factor;
+        if (kOne)
+            one -= row.one * factor;
+    }
+};
+
+/// A row of Width scalars as long vectors alone: loads read up to kSpareScalars beyond it, stores
+/// write nothing there.
+template <class T, int Width> struct PaddedRow {
+    static constexpr int kLanes = (kVectorBytes < 32 ? kVectorBytes : 32) / int(sizeof(T));
+    static constexpr int kVectors = (Width + kLanes - 1) / kLanes;
+    static constexpr int kFull = Width / kLanes;
+    static constexpr int kRest = Width % kLanes;
+    static_assert(kLanes <= int(kSpareScalars) + 1, "loads would read too far");
+    using V = typename NativeVector<T, kLanes* int(sizeof(T))>::type;
+
+    V vectors[kVectors];
+
+    void load(const T* from)
+    {
+        for (int f = 0; f < kVectors; ++f)
+            vectors[f] = loadVector<V>(from + kLanes * f);
+    }
+
+    void store(T* to) const
+    {
+        for (int f = 0; f < kFull; ++f)
+            storeVector(to + kLanes * f, vectors[f]);
+        for (int i = 0; i < kRest; ++i)
+            to[kLanes * kFull + i] = vectors[kVectors - 1][i];
+    }
+
+    void subtract(const PaddedRow& row, T factor)
+    {
+        for (int f = 0; f < kVectors; ++f)
+            vectors[f] -= row.vectors[f] * factor;
+    }
+};

@@ -1,0 +1,90 @@
+#include "cli/Orvel.h"
+
+namespace cli {
+
+namespace {
+
+/// Two bodies of one scalar and one joint of two rows that say the same.
+constexpr char kTwiceTheSame[] = "%%MatrixMarket matrix coordinate real symmetric\n"
+                                 "4 4 6\n"
+                                 "1 1 2\n"
+                                 "2 2 2\n"
+                                 "3 1 1\n"
+                                 "3 2 1\n"
+                                 "4 1 1\n"
+                                 "4 2 1\n";
+
+/// A body with one joint.
+constexpr char kJoint[] = "%%MatrixMarket matrix coordinate real symmetric\n"
+                          "2 2 2\n"
+                          "1 1 2\n"
+                          "2 1 4\n";
+
+} // namespace
+
+TEST(Check, CertifiesTheOrderAndCountsTheSigns)
+{
+    const support::Folder folder;
+    const std::string file = folder.write("m.mtx", kJoint);
+    EXPECT_EQ(expectDone({"check", file}),
+              file + "\n"
+                     "  scalars                      2\n"
+                     "  blocks                       2  1 ordinary, 1 trailing, sizes 1 to 1\n"
+                     "                                  blocks found by structure\n"
+                     "  order                certified  no pivot is zero whatever the values\n"
+                     "  positive pivots              1  of ordinary blocks\n"
+                     "  negative pivots              1  of trailing blocks\n"
+                     "  smallest pivot        2.00e+00\n"
+                     "  largest pivot        -8.00e+00\n"
+                     "  rank                      full  every row counts\n");
+}
+
+TEST(Check, NamesRedundantRowsAndWhatTheyDependOn)
+{
+    const support::Folder folder;
+    const std::string file = folder.write("m.mtx", kTwiceTheSame);
+    const support::CommandResult result = orvel({"check", file});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(linesFrom(result.out, "  rank"),
+              "  rank                 deficient  Singular\n"
+              "                                  row 4, of block 2, depends on rows 3; a "
+              "compliance of 3e-08 would do\n");
+    EXPECT_NE(result.err.find("(row 4 of the matrix, counted from 1)"), std::string::npos);
+}
+
+TEST(Check, NamesRedundantRowsInJson)
+{
+    const support::Folder folder;
+    const std::string file = folder.write("m.mtx", kTwiceTheSame);
+    const support::CommandResult result = orvel({"check", file, "--json"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(linesFrom(result.out, "  \"redundant\"").substr(0, 46),
+              "  \"redundant\": [\n    {\n      \"status\": \"Singul");
+}
+
+TEST(Check, RefusesAnOrderWithAZeroPivot)
+{
+    const support::Folder folder;
+    const std::string file = folder.write("m.mtx", std::string(kHeader) + "3 3 2\n"
+                                                                          "1 1 1\n"
+                                                                          "3 3 1\n");
+    const support::CommandResult result = orvel({"check", file, "--ordering", "natural"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_NE(result.out.find("  order                  refused"), std::string::npos) << result.out;
+}
+
+TEST(Check, RefusesAnOrderingThatItDoesNotKnow)
+{
+    const support::Folder folder;
+    const std::string file = folder.write("m.mtx", kJoint);
+    expectRefused({"check", file, "--ordering", "alphabetic"},
+                  "--ordering: 'alphabetic' is none of automatic, constraint-aware, symamd, "
+                  "nested-dissection, natural or best; 'orvel --help' shows the usage");
+}
+
+TEST(Check, RefusesAFileThatIsNotThere)
+{
+    expectRefused({"check", "/nowhere.mtx"}, "/nowhere.mtx: No such file or directory");
+}
+
+} // namespace cli

@@ -1,0 +1,114 @@
+// Options that several subcommands share.
+
+#include "cli/Orvel.h"
+
+#include <cstddef>
+
+namespace cli {
+
+namespace {
+
+/// A mass of 2 on a rod of slope 4: x = (1, 2) for b = (10, 4).
+constexpr char kJoint[] = "%%MatrixMarket matrix coordinate real symmetric\n"
+                          "2 2 2\n"
+                          "1 1 2\n"
+                          "2 1 4\n";
+
+} // namespace
+
+TEST(Options, SolveReportsInJson)
+{
+    const support::Folder folder;
+    const std::string file = folder.write("m.mtx", kSmallMatrix);
+    EXPECT_EQ(expectDone({"solve", file, "--json"}),
+              "{\n"
+              "  \"input\": \"" +
+                  file +
+                  "\",\n"
+                  "  \"scalars\": 2,\n"
+                  "  \"blocks\": 1,\n"
+                  "  \"ordinaryBlocks\": 1,\n"
+                  "  \"trailingBlocks\": 0,\n"
+                  "  \"smallestBlock\": 2,\n"
+                  "  \"largestBlock\": 2,\n"
+                  "  \"blockSource\": \"found by structure\",\n"
+                  "  \"matrixBlocks\": 1,\n"
+                  "  \"factorBlocks\": 1,\n"
+                  "  \"fillBlocks\": 0,\n"
+                  "  \"factorScalars\": 4,\n"
+                  "  \"operations\": 1,\n"
+                  "  \"ordering\": \"minimum degree\",\n"
+                  "  \"refinements\": 0,\n"
+                  "  \"relativeResidual\": 0.0,\n"
+                  "  \"backwardError\": 0.0\n"
+                  "}\n");
+}
+
+TEST(Options, FailuresAreReportedInJsonToo)
+{
+    const support::Folder folder;
+    const std::string file = folder.write("m.mtx", std::string(kHeader) + "2 2 3\n"
+                                                                          "1 1 1\n"
+                                                                          "2 1 1\n"
+                                                                          "2 2 1\n");
+    const support::CommandResult result = orvel({"solve", file, "--json"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_NE(result.out.find("\"status\": \"Singular\""), std::string::npos) << result.out;
+    EXPECT_EQ(result.err.substr(0, 7), "orvel: ");
+}
+
+TEST(Options, EveryOrderingSolves)
+{
+    const support::Folder folder;
+    const std::string file = folder.write("m.mtx", kJoint);
+    for (const char* ordering : {"automatic", "constraint-aware", "symamd", "natural", "best"})
+        EXPECT_LT(
+            numberAfter(expectDone({"solve", file, "--ordering", ordering}), "  backward error"),
+            1e-15)
+            << ordering;
+}
+
+TEST(Options, ThreadsAndSinglePrecisionSolveToTheSameAccuracy)
+{
+    const support::Folder folder;
+    const std::string file = folder.path("net.mtx");
+    expectDone({"scene", "net", "5", "--output", file});
+    for (const std::vector<std::string>& options :
+         {std::vector<std::string>{"--threads", "2"}, {"--float"}, {"--float", "--threads", "2"}}) {
+        std::vector<std::string> arguments = {"solve", file};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        EXPECT_LT(numberAfter(expectDone(arguments), "  backward error"), 1e-12);
+    }
+}
+
+TEST(Options, NoRefinementIsMadeWhereNoneIsWanted)
+{
+    const support::Folder folder;
+    const std::string file = folder.path("net.mtx");
+    expectDone({"scene", "net", "5", "--output", file});
+    EXPECT_EQ(numberAfter(expectDone({"solve", file, "--refine", "0"}), "  refinements"), 0);
+}
+
+TEST(Options, NumbersOutOfRangeAreRefused)
+{
+    for (const auto& [option, value, range] :
+         {std::tuple{"--threads", "0", "1 to 255"}, std::tuple{"--threads", "256", "1 to 255"},
+          std::tuple{"--refine", "-1", "0 to 100"}, std::tuple{"--refine", "101", "0 to 100"}})
+        EXPECT_EQ(orvel({"solve", "m.mtx", option, value}).err,
+                  std::string("orvel: ") + option + ": Value " + value + " not in range " + range +
+                      "; 'orvel --help' shows the usage\n");
+}
+
+TEST(Options, DashReadsStandardInput)
+{
+    const support::Folder folder;
+    const std::string file = folder.write("m.mtx", kSmallMatrix);
+    const support::CommandResult result =
+        support::runCommand("/bin/sh", {"-c", "'" ORVEL_PROGRAM "' solve - < '" + file + "'"}, "");
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.out.substr(0, 15), "standard input\n");
+    EXPECT_LT(numberAfter(result.out, "  backward error"), 1e-15);
+}
+
+} // namespace cli

@@ -1,0 +1,138 @@
+#include "Commands.h"
+#include "MatrixInput.h"
+#include "Orderings.h"
+#include "Progress.h"
+#include "Report.h"
+#include "Solution.h"
+
+#include <kyrOrvelClient/BlockLDLT>
+
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <vector>
+
+namespace orvel {
+
+using kyrOrvel::client::BlockLDLT;
+using kyrOrvel::client::Factorization;
+using kyrOrvel::client::Signs;
+using kyrOrvel::client::Status;
+
+namespace {
+
+constexpr std::size_t kFewestRuns = 5;
+constexpr std::size_t kMostRuns = 10000;
+
+struct Times {
+    double median = 0; ///< milliseconds
+    double least = 0;
+    std::size_t runs = 0;
+};
+
+/// Repeats a step for some time.
+template <class Step> Times repeat(double seconds, Step step)
+{
+    std::vector<double> times;
+    double total = 0;
+    while (times.size() < kFewestRuns || (total < 1000 * seconds && times.size() < kMostRuns)) {
+        times.push_back(timeOf(step));
+        total += times.back();
+    }
+    std::sort(times.begin(), times.end());
+    return {times[times.size() / 2], times.front(), times.size()};
+}
+
+void reportTimes(Report& report, const char* key, const char* label, const Times& times)
+{
+    report.line(key, {{"median", times.median}, {"least", times.least}, {"runs", times.runs}},
+                label, fmt::format("{:.4f} ms", times.median),
+                fmt::format("median of {}; least {:.4f} ms", times.runs, times.least));
+}
+
+template <class T> std::unique_ptr<BlockLDLT<T>> makeSolver(const SolverOptions& options)
+{
+    auto solver = std::make_unique<BlockLDLT<T>>();
+    solver->setSigns(Signs::Any);
+    solver->setOrdering(orderingOf(options.ordering));
+    solver->setThreads(options.threads);
+    if (options.threads > 1)
+        solver->setFactorization(Factorization::Multifrontal);
+    return solver;
+}
+
+/// The same matrix with values of another type.
+template <class T>
+kyrOrvel::client::BlockMatrix<T> convert(const kyrOrvel::client::BlockMatrix<double>& A)
+{
+    kyrOrvel::client::BlockMatrix<T> result(A.blockSizes(), A.firstTrailing());
+    for (unsigned int r = 0; r < A.numBlockRows(); ++r)
+        for (const auto& entry : A.row(r)) {
+            T* const to = result.block(r, entry.column);
+            const std::size_t count = std::size_t(A.blockSize(r)) * A.blockSize(entry.column);
+            for (std::size_t v = 0; v < count; ++v)
+                to[v] = static_cast<T>(entry.values[v]);
+        }
+    return result;
+}
+
+template <class T>
+Status measure(const MatrixInput& input, const BenchOptions& options, Report& report)
+{
+    const kyrOrvel::client::BlockMatrix<T> A = convert<T>(input.matrix);
+    auto solver = makeSolver<T>(options.solver);
+    std::vector<T> x(A.dimension(), T(1));
+    std::vector<T> b(A.dimension());
+    A.multiply(x.data(), b.data());
+    if (!solver->compute(A).ok() || !solver->solve(b.data(), x.data()).ok())
+        return solver->info();
+    const double share = options.seconds / 3;
+    const Times analyse = repeat(share, [&] { makeSolver<T>(options.solver)->analyzePattern(A); });
+    const Times factor = repeat(share, [&] { solver->factorize(A); });
+    const Times solve = repeat(share, [&] { solver->solve(b.data(), x.data()); });
+    if (!solver->info().ok())
+        return solver->info();
+    report.heading(nameOf(options.input));
+    reportMatrix(report, input.matrix);
+    reportAnalysis(report, solver->analysis());
+    report.line("precision", sizeof(T) == sizeof(float) ? "float" : "double", "precision",
+                sizeof(T) == sizeof(float) ? "float" : "double");
+    report.line("threads", options.solver.threads, "threads",
+                std::to_string(options.solver.threads));
+    reportTimes(report, "analyse", "analyse", analyse);
+    reportTimes(report, "refactor", "refactor", factor);
+    reportTimes(report, "solve", "solve", solve);
+    const double speed = 2e-6 * static_cast<double>(solver->analysis().operations) / factor.median;
+    report.line("gigaflops", speed, "GFLOP/s", fmt::format("{:.2f}", speed),
+                "two for each pair, of the refactorization");
+    report.finish();
+    return {};
+}
+
+} // namespace
+
+int runBench(const BenchOptions& options)
+{
+    MatrixInput input;
+    Status status = readInput(options.input, input);
+    if (!status.ok()) {
+        printError(status.message);
+        return kBadInput;
+    }
+    Report report(options.json);
+    {
+        const Progress progress("measuring");
+        status = options.solver.singlePrecision ? measure<float>(input, options, report)
+                                                : measure<double>(input, options, report);
+    }
+    if (status.ok())
+        return kDone;
+    report.detail("input", nameOf(options.input));
+    report.detail("failure", describeStatus(status));
+    report.finish();
+    printError(describeFailure(options.input, input, status));
+    return kNumericalFailure;
+}
+
+} // namespace orvel

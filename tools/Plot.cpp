@@ -1,0 +1,168 @@
+#include "Commands.h"
+#include "MatrixInput.h"
+#include "Orderings.h"
+#include "Report.h"
+#include "draw/Pages.h"
+#include "draw/Utf8.h"
+#include "text/TextPages.h"
+
+#include <kyrOrvelClient/BlockLDLT>
+#include <kyrOrvelClient/Pictures>
+
+#include <kyrOrvel/Orvel>
+
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <utility>
+
+namespace orvel {
+
+using kyrOrvel::client::BlockLDLT;
+using kyrOrvel::client::Factorization;
+using kyrOrvel::client::Signs;
+using kyrOrvel::client::Status;
+using kyrOrvel::client::StatusCode;
+
+namespace {
+
+int refuse(const std::string& message)
+{
+    printError(message);
+    return kBadInput;
+}
+
+/// Which of the kinds are asked for.
+struct Kinds {
+    bool pattern;
+    bool factor;
+    bool tree;
+    bool pivots;
+    bool timeline;
+
+    explicit Kinds(const PlotOptions& options) : Kinds(options.what)
+    {
+        timeline = timeline && !options.output.empty(); // it is not drawn as text
+    }
+    bool needFactorization() const { return pivots || timeline; }
+
+private:
+    explicit Kinds(const std::string& what)
+        : pattern(what == "pattern" || what == "all"),
+          factor(what == "factor" || what == "all"),
+          tree(what == "tree" || what == "all"),
+          pivots(what == "pivots" || what == "all"),
+          timeline(what == "timeline" || what == "all")
+    {
+    }
+};
+
+/// Analyses, and factors where that is needed. Factoring, the order is that of `orvel solve`;
+/// without, that of `orvel info`.
+Status prepare(const PlotOptions& options, const Kinds& kinds, BlockLDLT<double>& solver,
+               PlotSubject& subject)
+{
+    solver.setSigns(Signs::Any); // files come from anywhere
+    solver.setOrdering(orderingOf(options.ordering));
+    solver.setThreads(options.threads);
+    if (options.threads > 1 || kinds.timeline)
+        solver.setFactorization(Factorization::Multifrontal); // the tree gets owners
+    if (!kinds.needFactorization()) {
+        subject.analysed = solver.analyzePattern(subject.matrix).ok();
+        return solver.info();
+    }
+    solver.compute(subject.matrix);
+    const kyrOrvel::OrvelData<double>& data = solver.data();
+    subject.analysed = data.factorRowStart.size() == subject.matrix.numBlockRows() + std::size_t(1);
+    subject.factored = subject.analysed && data.factored != 0;
+    if (subject.factored && kinds.timeline) { // once more, the memory being there
+        solver.setTrace(&subject.trace);
+        solver.factorize(subject.matrix);
+    }
+    return solver.info();
+}
+
+std::vector<Page> pagesOf(const PlotSubject& subject, const Kinds& kinds)
+{
+    std::vector<Page> pages;
+    if (kinds.pattern)
+        pages.push_back(patternPage(subject));
+    if (kinds.factor && subject.analysed)
+        pages.push_back(factorPage(subject));
+    if (kinds.tree && subject.analysed)
+        pages.push_back(treePage(subject));
+    if (kinds.pivots && subject.factored)
+        pages.push_back(pivotsPage(subject));
+    if (kinds.timeline && !subject.trace.threads.empty())
+        pages.push_back(timelinePage(subject));
+    return pages;
+}
+
+void printText(const PlotSubject& subject, const Kinds& kinds)
+{
+    const Letters letters = {terminalTakesUtf8()};
+    std::string text = textHead(subject);
+    if (kinds.pattern)
+        text += textPatternPage(subject, letters);
+    if (kinds.factor && subject.analysed)
+        text += textFactorPage(subject, letters);
+    if (kinds.tree && subject.analysed)
+        text += textTreePage(subject, letters);
+    if (kinds.pivots && subject.factored)
+        text += textPivotsPage(subject, letters);
+    fmt::print("{}", text);
+}
+
+} // namespace
+
+const std::vector<std::string>& plotNames()
+{
+    static const std::vector<std::string> names = {"pattern", "factor",   "tree",
+                                                   "pivots",  "timeline", "all"};
+    return names;
+}
+
+int runPlot(const PlotOptions& options)
+{
+    const Kinds kinds(options);
+    const bool text = options.text || options.output.empty();
+    PictureFormat format = PictureFormat::Svg;
+    if (!options.output.empty() && !formatOf(options.output, format))
+        return refuse(options.output + ": a picture's name ends in .svg, .png or .pdf");
+    if (text && options.what == "timeline")
+        return refuse(
+            "a timeline is not drawn as text; name a picture with --output, and leave out --text");
+    MatrixInput input;
+    Status status = readInput(options.input, input);
+    if (!status.ok())
+        return refuse(status.message);
+
+    BlockLDLT<double> solver;
+    PlotSubject subject{printable(std::filesystem::path(options.input.matrix).filename().string()),
+                        input.matrix,
+                        solver,
+                        false,
+                        false,
+                        {}};
+    status = prepare(options, kinds, solver, subject);
+    if (status.code == StatusCode::InvalidInput)
+        return refuse(status.message);
+    const std::vector<Page> pages = pagesOf(subject, kinds);
+    if (!options.output.empty() && !pages.empty()) {
+        const Status written =
+            kyrOrvel::client::writePicture(options.output, render(pages, format));
+        if (!written.ok())
+            return refuse(written.message);
+    }
+    if (text)
+        printText(subject, kinds);
+    if (!options.output.empty() && !pages.empty())
+        fmt::print("Picture: {}\n", options.output);
+    if (status.ok())
+        return kDone;
+    printError(describeFailure(options.input, input, status));
+    return kNumericalFailure;
+}
+
+} // namespace orvel

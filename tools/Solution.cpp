@@ -1,0 +1,101 @@
+#include "Solution.h"
+
+#include "Orderings.h"
+#include "Progress.h"
+
+#include <kyrOrvelClient/MixedLDLT>
+
+#include <fmt/core.h>
+
+#include <string>
+
+namespace orvel {
+
+using kyrOrvel::client::BlockLDLT;
+using kyrOrvel::client::BlockMatrix;
+using kyrOrvel::client::Factorization;
+using kyrOrvel::client::MixedLDLT;
+using kyrOrvel::client::Signs;
+using kyrOrvel::client::Status;
+using kyrOrvel::client::StatusCode;
+
+namespace {
+
+/// Half of the digits of double precision; a factorization that suits its matrix keeps nearly all.
+constexpr double kLargestBackwardError = 1e-8;
+
+Status inaccurate(double backwardError)
+{
+    Status status;
+    status.code = StatusCode::Inaccurate;
+    status.message =
+        fmt::format("the solution is inaccurate, its backward error is {:.1e}: small pivots have "
+                    "magnified the rounding errors; scale the rows to comparable sizes or give "
+                    "the trailing blocks a diagonal (a compliance)",
+                    backwardError);
+    return status;
+}
+
+template <class T> void configure(BlockLDLT<T>& solver, const SolverOptions& options)
+{
+    solver.setSigns(Signs::Any); // matrices come from anywhere
+    solver.setOrdering(orderingOf(options.ordering));
+    solver.setThreads(options.threads);
+    if (options.threads > 1)
+        solver.setFactorization(Factorization::Multifrontal);
+}
+
+Status solveInDouble(const BlockMatrix<double>& A, const std::vector<double>& b,
+                     const SolverOptions& options, Solution& solution)
+{
+    BlockLDLT<double> solver;
+    configure(solver, options);
+    double* const x = solution.x.data();
+    if (solver.compute(A).ok() && solver.solve(b.data(), x).ok() && options.refinements > 0)
+        solver.refine(b.data(), x, options.refinements, &solution.refinements);
+    if (solver.info().ok())
+        solution.analysis = solver.analysis();
+    return solver.info();
+}
+
+Status solveInFloat(const BlockMatrix<double>& A, const std::vector<double>& b,
+                    const SolverOptions& options, Solution& solution)
+{
+    MixedLDLT solver;
+    configure(solver.factorSolver(), options);
+    if (solver.compute(A).ok() && solver.solve(b.data(), solution.x.data()).ok()) {
+        solution.analysis = solver.factorSolver().analysis();
+        solution.refinements = solver.statistics().refinementSteps;
+        solution.corrected = true;
+    }
+    return solver.info();
+}
+
+} // namespace
+
+Status computeSolution(const BlockMatrix<double>& A, const std::vector<double>& b,
+                       const SolverOptions& options, Solution& solution)
+{
+    const Progress progress("solving");
+    solution.x.resize(A.dimension());
+    Status status = options.singlePrecision ? solveInFloat(A, b, options, solution)
+                                            : solveInDouble(A, b, options, solution);
+    if (!status.ok())
+        return status;
+    solution.accuracy = accuracyOf(A, b, solution.x);
+    // Not a number is not accurate either.
+    if (!(solution.accuracy.backwardError <= kLargestBackwardError))
+        return inaccurate(solution.accuracy.backwardError);
+    return {};
+}
+
+void reportSolution(Report& report, const Solution& solution)
+{
+    reportAnalysis(report, solution.analysis);
+    report.line("refinements", solution.refinements, "refinements",
+                std::to_string(solution.refinements),
+                solution.corrected ? "corrections in double of a factor in float" : "");
+    reportAccuracy(report, solution.accuracy);
+}
+
+} // namespace orvel
