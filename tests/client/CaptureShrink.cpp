@@ -195,6 +195,59 @@ TYPED_TEST(CaptureShrink, NoBlockCanBeTakenFromTheResult)
     }
 }
 
+TYPED_TEST(CaptureShrink, OrderThatNamesNoBlocksStaysWrong)
+{
+    using T = TypeParam;
+    const BlockMatrix<T> A = support::scalarMatrix<T>({{4}, {1, 4}});
+    BlockLDLT<T> solver;
+    solver.setOrder({0, 7});
+    ASSERT_EQ(solver.compute(A).code, StatusCode::InvalidInput);
+    const support::Folder folder;
+    ASSERT_TRUE(writeCapture(folder.path("c"), solver, A).ok());
+
+    const Capture smallest = shrunk(readBack(folder.path("c")));
+
+    EXPECT_EQ(idsOf<T>(smallest), Ids{0});
+    EXPECT_EQ(systemOf<T>(smallest).settings.order, (std::vector<unsigned int>{0, 7}));
+}
+
+/// Some values replaced by zeros, infinities and the like.
+template <class T> BlockMatrix<T> spoiledSystem(support::Random& random)
+{
+    support::KktShape shape;
+    shape.bodies = random.integer(1, 8);
+    shape.joints = random.integer(0, shape.bodies);
+    shape.partners = 2;
+    BlockMatrix<T> A = support::randomKkt<T>(random, shape);
+    for (unsigned int r = 0; r < A.numBlockRows(); ++r)
+        for (const auto& entry : A.row(r))
+            if (random.chance(0.15))
+                entry.values[0] = random.chance(0.2) ? random.nastyScalar<T>() : T(0);
+    return A;
+}
+
+TYPED_TEST(CaptureShrink, AnyFailureIsShrunkToOneThatReplays)
+{
+    using T = TypeParam;
+    unsigned int failures = 0;
+    for (std::uint64_t seed = 1; seed <= 300; ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        support::Random random(seed);
+        const BlockMatrix<T> A = spoiledSystem<T>(random);
+        const std::vector<T> b = random.scalars<T>(A.dimension());
+        BlockLDLT<T> solver;
+        std::vector<T> x(b.size());
+        if (solver.compute(A).ok() && solver.solve(b.data(), x.data()).ok())
+            continue;
+        const Capture capture = failedCapture(A, b.data());
+        const Capture smallest = shrunk(capture);
+        EXPECT_EQ(smallest.outcome.status.code, capture.outcome.status.code);
+        EXPECT_LE(idsOf<T>(smallest).size(), A.numBlockRows());
+        ++failures;
+    }
+    EXPECT_GT(failures, 30u);
+}
+
 TEST(CaptureShrinkProgress, TellsFewerAndFewerBlocks)
 {
     const Capture capture = failedCapture(chainWithADoubleJoint<double>(20, 7));

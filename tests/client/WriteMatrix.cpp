@@ -167,6 +167,14 @@ TEST_F(WriteMatrix, BlockOfZerosStaysABlockExceptOnTheDiagonalOfATrailingOne)
     EXPECT_EQ(support::rowsOf(writtenAndRead(A)), support::drawnRows({"X", "X X", "X . ."}));
 }
 
+// The reader takes a matrix with many empty rows for a mistake.
+TEST_F(WriteMatrix, TrailingBlockThatCouplesToNothingIsReadBack)
+{
+    const BlockMatrix<double> A = support::drawnMatrix({"X", ". .", ". . ."}, 1, {1, 3, 2});
+
+    EXPECT_EQ(support::rowsOf(writtenAndRead(A)), support::drawnRows({"X", ". .", ". . ."}));
+}
+
 TEST_F(WriteMatrix, ValuesThatAreNotFiniteAreRefusedWithTheirPlace)
 {
     for (const double bad :

@@ -1,66 +1,75 @@
 #include "Readers.h"
 
-#include <kyrOrvelClient/MatrixFiles>
+#include "io/ParseText.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <numeric>
 #include <string>
+#include <string_view>
+#include <tuple>
 #include <vector>
-
-#include <sys/mman.h>
-#include <unistd.h>
 
 namespace fuzz {
 
+using kyrOrvel::client::BlockPartition;
+using kyrOrvel::client::ScalarMatrix;
+using kyrOrvel::client::Status;
+using kyrOrvel::client::StatusCode;
+
+void require(bool holds, const char* what)
+{
+    if (holds)
+        return;
+    std::fprintf(stderr, "does not hold: %s\n", what);
+    std::abort();
+}
+
+void requireExplained(const Status& status)
+{
+    require(status.ok() == status.message.empty(), "a failure has a message");
+    if (status.ok())
+        return;
+    require(status.code == StatusCode::InvalidInput, "a failure is InvalidInput");
+    require(status.message.compare(0, sizeof kPath - 1, kPath) == 0, "it names the path");
+    require(status.message.find('\n') == std::string::npos, "its message is one line");
+}
+
 namespace {
-
-using namespace kyrOrvel::client;
-
-/// A file in memory.
-class MemoryFile {
-public:
-    MemoryFile(const std::uint8_t* data, std::size_t size) : m_descriptor(memfd_create("fuzz", 0))
-    {
-        expect(m_descriptor >= 0 && write(m_descriptor, data, size) == ssize_t(size));
-    }
-    ~MemoryFile() { close(m_descriptor); }
-    MemoryFile(const MemoryFile&) = delete;
-    MemoryFile& operator=(const MemoryFile&) = delete;
-
-    std::string path() const { return "/proc/self/fd/" + std::to_string(m_descriptor); }
-
-    static void expect(bool condition)
-    {
-        if (!condition)
-            std::abort();
-    }
-
-private:
-    int m_descriptor;
-};
 
 constexpr unsigned int kDimension = 12;
 
-/// A failure says why and where; a success says nothing.
-void expectExplained(const Status& status)
+std::string_view textOf(const std::uint8_t* data, std::size_t size)
 {
-    MemoryFile::expect(status.ok() == status.message.empty());
-    MemoryFile::expect(status.ok() || status.code == StatusCode::InvalidInput ||
-                       status.code == StatusCode::NotFinite ||
-                       status.code == StatusCode::TooLarge ||
-                       status.code == StatusCode::OutOfMemory);
+    return {reinterpret_cast<const char*>(data), size};
 }
 
 /// Every row once, every block with its rows.
-void expectPartition(const BlockPartition& partition, unsigned int dimension)
+void requirePartition(const BlockPartition& partition, unsigned int dimension)
 {
-    MemoryFile::expect(std::accumulate(partition.sizes.begin(), partition.sizes.end(), 0u) ==
-                       dimension);
+    const auto rows = std::accumulate(partition.sizes.begin(), partition.sizes.end(), 0u);
+    require(rows == dimension, "the blocks hold all rows");
+    require(partition.rows.size() == dimension, "every row has a place");
+    require(partition.firstTrailing <= partition.sizes.size(), "trailing blocks are at the end");
     std::vector<bool> seen(dimension, false);
     for (const unsigned int row : partition.rows) {
-        MemoryFile::expect(row < dimension && !seen[row]);
+        require(row < dimension && !seen[row], "every row has one place");
         seen[row] = true;
+    }
+}
+
+void requireLowerTriangle(const ScalarMatrix& matrix)
+{
+    const ScalarMatrix::Entry* before = nullptr;
+    for (const ScalarMatrix::Entry& entry : matrix.entries) {
+        require(entry.column <= entry.row && entry.row < matrix.dimension, "lower triangle");
+        require(std::isfinite(entry.value), "values are finite");
+        require(!before ||
+                    std::tie(before->row, before->column) < std::tie(entry.row, entry.column),
+                "sorted, no place twice");
+        before = &entry;
     }
 }
 
@@ -68,36 +77,39 @@ void expectPartition(const BlockPartition& partition, unsigned int dimension)
 
 void readMatrix(const std::uint8_t* data, std::size_t size)
 {
-    const MemoryFile file(data, size);
     ScalarMatrix matrix;
-    const Status status = readMatrixMarket(file.path(), matrix);
-    expectExplained(status);
-    if (!status.ok() || matrix.dimension > 1000)
+    const Status status = kyrOrvel::client::parseMatrixMarket(kPath, textOf(data, size), matrix);
+    requireExplained(status);
+    if (!status.ok())
         return;
-    for (const auto& entry : matrix.entries)
-        MemoryFile::expect(entry.column <= entry.row && entry.row < matrix.dimension);
-    const BlockPartition partition = findBlocks(matrix);
-    expectPartition(partition, matrix.dimension);
-    MemoryFile::expect(toBlockMatrix(matrix, partition).dimension() == matrix.dimension);
+    requireLowerTriangle(matrix);
+    const BlockPartition partition = kyrOrvel::client::findBlocks(matrix);
+    requirePartition(partition, matrix.dimension);
+    require(kyrOrvel::client::toBlockMatrix(matrix, partition).dimension() == matrix.dimension,
+            "the matrix by blocks has all rows");
 }
 
 void readBlocks(const std::uint8_t* data, std::size_t size)
 {
-    const MemoryFile file(data, size);
     BlockPartition partition;
-    const Status status = kyrOrvel::client::readBlocks(file.path(), kDimension, partition);
-    expectExplained(status);
+    const Status status =
+        kyrOrvel::client::parseBlocks(kPath, textOf(data, size), kDimension, partition);
+    requireExplained(status);
     if (status.ok())
-        expectPartition(partition, kDimension);
+        requirePartition(partition, kDimension);
 }
 
 void readVector(const std::uint8_t* data, std::size_t size)
 {
-    const MemoryFile file(data, size);
     std::vector<double> values;
-    const Status status = kyrOrvel::client::readVector(file.path(), kDimension, values);
-    expectExplained(status);
-    MemoryFile::expect(!status.ok() || values.size() == kDimension);
+    const Status status =
+        kyrOrvel::client::parseVector(kPath, textOf(data, size), kDimension, values);
+    requireExplained(status);
+    if (!status.ok())
+        return;
+    require(values.size() == kDimension, "as many values as rows");
+    require(std::all_of(values.begin(), values.end(), [](double v) { return std::isfinite(v); }),
+            "values are finite");
 }
 
 } // namespace fuzz

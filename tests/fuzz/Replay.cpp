@@ -55,3 +55,8 @@ TEST(FuzzCorpus, OfVectorsIsReadOrRefused)
 {
     replay("vector", fuzz::readVector);
 }
+
+TEST(FuzzCorpus, OfCapturesIsReadOrRefused)
+{
+    replay("capture", fuzz::readCapture);
+}

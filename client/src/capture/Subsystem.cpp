@@ -67,13 +67,17 @@ std::vector<T> keptCompliances(const CapturedSystem<T>& whole,
     return part;
 }
 
+/// An order that does not name the blocks stays, too.
 std::vector<unsigned int> keptOrder(const std::vector<unsigned int>& order,
                                     const std::vector<unsigned int>& numbers)
 {
     std::vector<unsigned int> part;
-    for (const unsigned int block : order)
-        if (block < numbers.size() && numbers[block] != kNone)
+    for (const unsigned int block : order) {
+        if (block >= numbers.size())
+            return order;
+        if (numbers[block] != kNone)
             part.push_back(numbers[block]);
+    }
     return part;
 }
 

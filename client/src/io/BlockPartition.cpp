@@ -1,6 +1,7 @@
 #include <kyrOrvelClient/MatrixFiles>
 
 #include "../OutOfMemory.h"
+#include "ParseText.h"
 #include "TextFile.h"
 
 #include <algorithm>
@@ -92,16 +93,15 @@ bool sameNeighbours(const std::vector<unsigned int>& a, unsigned int rowA,
     }
 }
 
-Status readPartition(const std::string& path, unsigned int dimension, BlockPartition& partition)
+} // namespace
+
+Status parseBlocks(const std::string& path, std::string_view text, unsigned int dimension,
+                   BlockPartition& partition)
 {
-    std::string text;
-    Status status = readTextFile(path, text);
-    if (!status.ok())
-        return status;
     TextScanner in(path, text);
     unsigned long count = 0;
     unsigned long firstTrailing = 0;
-    status = takeCountAfter(in, "blocks", "number of blocks", 1, kMaxBlocks, count);
+    Status status = takeCountAfter(in, "blocks", "number of blocks", 1, kMaxBlocks, count);
     if (status.ok())
         status =
             takeCountAfter(in, "firstTrailing", "first trailing block", 0, count, firstTrailing);
@@ -117,11 +117,13 @@ Status readPartition(const std::string& path, unsigned int dimension, BlockParti
     return {};
 }
 
-} // namespace
-
 Status readBlocks(const std::string& path, unsigned int dimension, BlockPartition& partition)
 {
-    return guardMemory([&] { return readPartition(path, dimension, partition); });
+    return guardMemory([&] {
+        std::string text;
+        Status status = readTextFile(path, text);
+        return status.ok() ? parseBlocks(path, text, dimension, partition) : status;
+    });
 }
 
 BlockPartition findBlocks(const ScalarMatrix& matrix)

@@ -1,6 +1,7 @@
 #include <kyrOrvelClient/MatrixFiles>
 
 #include "../OutOfMemory.h"
+#include "ParseText.h"
 #include "TextFile.h"
 
 #include <algorithm>
@@ -198,16 +199,14 @@ Status readPlainNumbers(TextScanner& in, unsigned int dimension, std::vector<dou
     return {};
 }
 
-Status readMatrix(const std::string& path, ScalarMatrix& matrix)
+} // namespace
+
+Status parseMatrixMarket(const std::string& path, std::string_view text, ScalarMatrix& matrix)
 {
-    std::string text;
-    Status status = readTextFile(path, text);
-    if (!status.ok())
-        return status;
     TextScanner in(path, text);
     const TextScanner start = in; // errors about the header belong to line 1
     Header header;
-    status = readHeader(in, kMatrixHeader, header);
+    Status status = readHeader(in, kMatrixHeader, header);
     if (status.ok())
         status = checkMatrixHeader(start, header);
     Sizes sizes{};
@@ -229,13 +228,11 @@ Status readMatrix(const std::string& path, ScalarMatrix& matrix)
     return {};
 }
 
-Status readValues(const std::string& path, unsigned int dimension, std::vector<double>& vector)
+Status parseVector(const std::string& path, std::string_view text, unsigned int dimension,
+                   std::vector<double>& vector)
 {
-    std::string text;
-    Status status = readTextFile(path, text);
-    if (!status.ok())
-        return status;
     TextScanner in(path, text);
+    Status status;
     std::vector<double> values(dimension);
     if (text.compare(0, 2, "%%") == 0) {
         const TextScanner start = in;
@@ -253,16 +250,22 @@ Status readValues(const std::string& path, unsigned int dimension, std::vector<d
     return status;
 }
 
-} // namespace
-
 Status readMatrixMarket(const std::string& path, ScalarMatrix& matrix)
 {
-    return guardMemory([&] { return readMatrix(path, matrix); });
+    return guardMemory([&] {
+        std::string text;
+        Status status = readTextFile(path, text);
+        return status.ok() ? parseMatrixMarket(path, text, matrix) : status;
+    });
 }
 
 Status readVector(const std::string& path, unsigned int dimension, std::vector<double>& vector)
 {
-    return guardMemory([&] { return readValues(path, dimension, vector); });
+    return guardMemory([&] {
+        std::string text;
+        Status status = readTextFile(path, text);
+        return status.ok() ? parseVector(path, text, dimension, vector) : status;
+    });
 }
 
 } // namespace client

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstddef>
 #include <utility>
+#include <vector>
 
 namespace kyrOrvel {
 namespace client {
@@ -54,27 +55,48 @@ Status checkValues(const BlockMatrix<double>& A)
     return {};
 }
 
-std::size_t countScalars(const BlockMatrix<double>& A)
+/// Blocks with nothing stored in their rows and columns.
+std::vector<unsigned char> emptyBlocks(const BlockMatrix<double>& A)
+{
+    std::vector<unsigned char> empty(A.numBlockRows(), 1);
+    for (unsigned int r = 0; r < A.numBlockRows(); ++r)
+        for (const auto& entry : A.row(r))
+            empty[r] = empty[entry.column] = 0;
+    return empty;
+}
+
+std::size_t countScalars(const BlockMatrix<double>& A, const std::vector<unsigned char>& empty)
 {
     std::size_t count = 0;
     for (unsigned int r = 0; r < A.numBlockRows(); ++r) {
         const std::size_t m = A.blockSize(r);
+        if (empty[r])
+            count += m;
         for (const auto& entry : A.row(r))
             count += entry.column == r ? m * (m + 1) / 2 : m * A.blockSize(entry.column);
     }
     return count;
 }
 
-void appendRow(std::string& text, const BlockMatrix<double>& A, unsigned int r, unsigned int i)
+void appendEntry(std::string& text, std::size_t row, std::size_t column, double value)
 {
+    appendCount(text, row + 1, ' ');
+    appendCount(text, column + 1, ' ');
+    appendExact(text, value);
+    text += '\n';
+}
+
+/// @param empty  whether a zero stands for the row, which the reader would miss
+void appendRow(std::string& text, const BlockMatrix<double>& A, unsigned int r, unsigned int i,
+               bool empty)
+{
+    const std::size_t row = A.blockOffset(r) + i;
+    if (empty)
+        appendEntry(text, row, row, 0);
     for (const auto& entry : A.row(r)) {
         const std::size_t n = A.blockSize(entry.column);
-        for (std::size_t j = 0; j < (entry.column == r ? i + 1 : n); ++j) {
-            appendCount(text, A.blockOffset(r) + i + 1, ' ');
-            appendCount(text, A.blockOffset(entry.column) + j + 1, ' ');
-            appendExact(text, entry.values[i * n + j]);
-            text += '\n';
-        }
+        for (std::size_t j = 0; j < (entry.column == r ? i + 1 : n); ++j)
+            appendEntry(text, row, A.blockOffset(entry.column) + j, entry.values[i * n + j]);
     }
 }
 
@@ -85,13 +107,14 @@ Status formatMatrix(const BlockMatrix<double>& A, std::string& text)
         status = checkValues(A);
     if (!status.ok())
         return status;
+    const std::vector<unsigned char> empty = emptyBlocks(A);
     std::string result = "%%MatrixMarket matrix coordinate real symmetric\n";
     appendCount(result, A.dimension(), ' ');
     appendCount(result, A.dimension(), ' ');
-    appendCount(result, countScalars(A), '\n');
+    appendCount(result, countScalars(A, empty), '\n');
     for (unsigned int r = 0; r < A.numBlockRows(); ++r)
         for (unsigned int i = 0; i < A.blockSize(r); ++i)
-            appendRow(result, A, r, i);
+            appendRow(result, A, r, i, empty[r] != 0);
     text = std::move(result);
     return {};
 }

@@ -5,8 +5,6 @@
 #include "PivotReport.h"
 
 #include <algorithm>
-#include <cmath>
-#include <utility>
 
 namespace kyrOrvel {
 namespace client {
@@ -24,7 +22,7 @@ template <class T> Status BlockLDLT<T>::Impl::analyze(const BlockMatrix<T>& A, b
     statistics.analysisReused = findInCache(A);
     if (!statistics.analysisReused) {
         AnalyzedSystem<T>& next = makeRoom();
-        next.settings = settings;
+        next.settings = Settings::of(settings);
         Status result = next.analyze(A, values);
         if (!result.ok()) {
             systems.erase(systems.begin());
@@ -42,7 +40,7 @@ template <class T> bool BlockLDLT<T>::Impl::findInCache(const BlockMatrix<T>& A)
 {
     const std::uint64_t hash = MatrixPattern::hashOf(A);
     const auto found = std::find_if(systems.begin(), systems.end(), [&](const auto& s) {
-        return s->analyzed && s->pattern.hash() == hash && s->settings == settings &&
+        return s->analyzed && s->pattern.hash() == hash && s->settings.areOf(settings) &&
                s->pattern.compare(A).ok();
     });
     if (found == systems.end())
@@ -57,7 +55,7 @@ template <class T> bool BlockLDLT<T>::Impl::findInCache(const BlockMatrix<T>& A)
 /// full.
 template <class T> AnalyzedSystem<T>& BlockLDLT<T>::Impl::makeRoom()
 {
-    if (systems.size() < cacheSize)
+    if (systems.size() < settings.cacheSize)
         systems.insert(systems.begin(), std::make_unique<AnalyzedSystem<T>>());
     else
         std::rotate(systems.begin(), systems.end() - 1, systems.end());
@@ -135,18 +133,19 @@ template <class T> Status BlockLDLT<T>::Impl::load(const BlockMatrix<T>& A)
 /// diagonals are written anew.
 template <class T> Status BlockLDLT<T>::Impl::applyCompliance(const BlockMatrix<T>& A)
 {
+    const std::vector<T>& compliances = settings.compliances;
     const std::size_t trailing = A.numBlockRows() - A.firstTrailing();
     if (!compliances.empty() && compliances.size() != trailing)
         return {StatusCode::InvalidInput,
                 "there are " + std::to_string(compliances.size()) + " compliances for " +
                     std::to_string(trailing) + " trailing blocks",
                 kNone, kNone};
-    const bool compliant = compliance != 0 || !compliances.empty();
+    const bool compliant = settings.compliance != 0 || !compliances.empty();
     if (!compliant && !system().compliant)
         return {};
     system().compliant = compliant;
     for (unsigned int t = A.firstTrailing(); t < A.numBlockRows(); ++t) {
-        const T c = compliances.empty() ? compliance : compliances[t - A.firstTrailing()];
+        const T c = compliances.empty() ? settings.compliance : compliances[t - A.firstTrailing()];
         const std::size_t m = A.blockSize(t);
         const T* const own = A.find(t, t);
         T* const block = diagonalBlock(data().matrix, data().useMultifrontal != 0,
@@ -165,10 +164,10 @@ template <class T> PivotFailure<T> BlockLDLT<T>::Impl::factorOnce()
     d.factored = 0;
     d.trace = trace;
     d.pivotBounds = nullptr;
-    if (regularization == Regularization::Dynamic) {
-        computePivotBounds(d, order, firstTrailing, regularizationShare, pivotBounds);
+    if (settings.regularization == Regularization::Dynamic) {
+        computePivotBounds(d, order, firstTrailing, settings.share, pivotBounds);
         d.pivotBounds = pivotBounds.data();
-        d.pivotsKeepSigns = !(signs == Signs::Expected && system().signsAreKnown);
+        d.pivotsKeepSigns = !(settings.signs == Signs::Expected && system().signsAreKnown);
     }
     if (system().analysis.multifrontal) {
         if (trace)
@@ -185,7 +184,7 @@ template <class T> PivotFailure<T> BlockLDLT<T>::Impl::factorOnce()
 template <class T> PivotDemands BlockLDLT<T>::Impl::demands() const
 {
     PivotDemands result;
-    result.signs = signs == Signs::Expected && system().signsAreKnown;
+    result.signs = settings.signs == Signs::Expected && system().signsAreKnown;
     if (system().canOrderLater())
         result.early = &system().early;
     return result;
@@ -232,113 +231,6 @@ template <class T> BlockLDLT<T>::BlockLDLT() : m_impl(std::make_unique<Impl>())
 template <class T> BlockLDLT<T>::~BlockLDLT() = default;
 template <class T> BlockLDLT<T>::BlockLDLT(BlockLDLT&&) noexcept = default;
 template <class T> BlockLDLT<T>& BlockLDLT<T>::operator=(BlockLDLT&&) noexcept = default;
-
-template <class T> const Status& BlockLDLT<T>::setThreads(unsigned int threads)
-{
-    return m_impl->guard([&]() -> Status {
-        if (threads < 1 || threads > kMaxOwners)
-            return {StatusCode::InvalidInput,
-                    std::to_string(threads) + " threads are outside the range 1 to " +
-                        std::to_string(kMaxOwners),
-                    kNone, kNone};
-        m_impl->settings.threads = threads;
-        m_impl->forgetAnalysis();
-        return {};
-    });
-}
-
-template <class T> void BlockLDLT<T>::setFactorization(Factorization factorization)
-{
-    m_impl->settings.factorization = factorization;
-    m_impl->forgetAnalysis();
-}
-
-template <class T> void BlockLDLT<T>::setWaiting(Waiting waiting)
-{
-    m_impl->settings.waiting = waiting;
-    m_impl->forgetAnalysis();
-}
-
-template <class T> void BlockLDLT<T>::setOrdering(Ordering ordering)
-{
-    m_impl->settings.ordering = ordering;
-    m_impl->forgetAnalysis();
-}
-
-template <class T> void BlockLDLT<T>::setOrder(std::vector<unsigned int> order)
-{
-    m_impl->settings.userOrder.swap(order);
-    setOrdering(Ordering::User);
-}
-
-template <class T> void BlockLDLT<T>::setCacheSize(std::size_t patterns)
-{
-    m_impl->cacheSize = std::max<std::size_t>(patterns, 1);
-    if (m_impl->systems.size() > m_impl->cacheSize)
-        m_impl->systems.resize(m_impl->cacheSize);
-}
-
-template <class T> void BlockLDLT<T>::setSigns(Signs signs)
-{
-    m_impl->signs = signs;
-}
-
-namespace {
-
-template <class T> Status checkCompliance(T c)
-{
-    if (std::isfinite(c) && c >= 0)
-        return {};
-    return {StatusCode::InvalidInput, "a compliance has to be zero or positive, and finite", kNone,
-            kNone};
-}
-
-} // namespace
-
-template <class T> const Status& BlockLDLT<T>::setCompliance(T c)
-{
-    return m_impl->guard([&] {
-        Status result = checkCompliance(c);
-        if (result.ok()) {
-            m_impl->compliance = c;
-            m_impl->compliances.clear();
-        }
-        return result;
-    });
-}
-
-template <class T> const Status& BlockLDLT<T>::setCompliance(std::vector<T> perTrailingBlock)
-{
-    return m_impl->guard([&] {
-        for (const T c : perTrailingBlock) {
-            Status result = checkCompliance(c);
-            if (!result.ok())
-                return result;
-        }
-        m_impl->compliance = 0;
-        m_impl->compliances = std::move(perTrailingBlock);
-        return Status();
-    });
-}
-
-template <class T>
-const Status& BlockLDLT<T>::setRegularization(Regularization regularization, T share)
-{
-    return m_impl->guard([&]() -> Status {
-        const bool isShare = share > T(0) && share < T(1);
-        if (!isShare)
-            return {StatusCode::InvalidInput, "a pivot's share has to lie between 0 and 1", kNone,
-                    kNone};
-        m_impl->regularization = regularization;
-        m_impl->regularizationShare = share;
-        return {};
-    });
-}
-
-template <class T> void BlockLDLT<T>::setCorrections(int steps)
-{
-    m_impl->corrections = steps;
-}
 
 template <class T> void BlockLDLT<T>::setTrace(FactorTrace* trace)
 {

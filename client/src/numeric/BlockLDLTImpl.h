@@ -35,17 +35,10 @@ template <class T> struct BlockLDLT<T>::Impl {
     Status status;
     Statistics statistics;
 
-    Settings settings;
-    Signs signs = Signs::Expected;
-    T compliance = 0;
-    std::vector<T> compliances; ///< per trailing block, or none
-    Regularization regularization = Regularization::None;
-    T regularizationShare = kDefaultShare;
-    int corrections = 20; ///< of a solve with a regularised factor
+    SolverSettings<T> settings;
 
     /// The patterns analysed last, latest first. The first one is the one to factor, if any is.
     std::vector<std::unique_ptr<AnalyzedSystem<T>>> systems;
-    std::size_t cacheSize = 4;
     std::unique_ptr<AnalyzedSystem<T>> none = std::make_unique<AnalyzedSystem<T>>();
     const AnalyzedSystem<T>* prepared = nullptr; ///< the one that the vectors below are sized for
     bool analyzed = false;

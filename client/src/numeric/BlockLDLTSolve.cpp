@@ -75,7 +75,7 @@ template <class T> Status BlockLDLT<T>::Impl::solve(const T* b, T* x)
     result = checkSolution(work);
     if (result.ok() && bounded) {
         solution.swap(work);
-        refineSolution(corrections, statistics.refinementSteps);
+        refineSolution(settings.corrections, statistics.refinementSteps);
         solution.swap(work);
     }
     if (result.ok())
@@ -114,7 +114,7 @@ template <class T> Status BlockLDLT<T>::Impl::solveForBlock(unsigned int block, 
         rightHandSide = work;
         solveWork();
         solution.swap(work);
-        refineSolution(corrections, statistics.refinementSteps);
+        refineSolution(settings.corrections, statistics.refinementSteps);
         solution.swap(work);
     } else {
         // A position on the border between two blocks stands for the one that ends there.
@@ -200,7 +200,7 @@ Status BlockLDLT<T>::Impl::constraintSpace(const std::vector<JacobianRow<T>>& J,
         solveWork();
         if (data().pivotBounds) {
             solution.swap(work);
-            refineSolution(corrections, statistics.refinementSteps);
+            refineSolution(settings.corrections, statistics.refinementSteps);
             solution.swap(work);
         }
         Status result = checkSolution(work);

@@ -16,11 +16,17 @@ struct Settings {
     Waiting waiting = Waiting::Blocking;
     unsigned int threads = 1;
 
-    bool operator==(const Settings& other) const
+    template <class T> static Settings of(const SolverSettings<T>& all)
     {
-        return ordering == other.ordering && userOrder == other.userOrder &&
-               factorization == other.factorization && waiting == other.waiting &&
-               threads == other.threads;
+        return {all.ordering, all.order, all.factorization, all.waiting, all.threads};
+    }
+
+    /// Whether `all` would lead to the same analysis.
+    template <class T> bool areOf(const SolverSettings<T>& all) const
+    {
+        return ordering == all.ordering && userOrder == all.order &&
+               factorization == all.factorization && waiting == all.waiting &&
+               threads == all.threads;
     }
 };
 
