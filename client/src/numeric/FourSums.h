@@ -24,6 +24,17 @@ public:
             addWeightedSquare(q % 4, v[q], d[q]);
     }
 
+    /// Adds v(q)²·d(q)·sign for the n scalars for which that is positive.
+    void addPositiveTerms(const T* v, const T* d, T sign, std::size_t n)
+    {
+        std::size_t q = 0;
+        for (; q + 4 <= n; q += 4)
+            for (std::size_t lane = 0; lane < 4; ++lane)
+                addPositiveTerm(lane, v[q + lane], d[q + lane], sign);
+        for (; q < n; ++q)
+            addPositiveTerm(q % 4, v[q], d[q], sign);
+    }
+
     /// Adds n scalars times zero: the total stays zero as long as all are finite.
     void addTimesZero(const T* v, std::size_t n)
     {
@@ -39,6 +50,12 @@ public:
 
 private:
     void addWeightedSquare(std::size_t lane, T v, T d) { m_lanes[lane] += std::abs(v * (v * d)); }
+
+    void addPositiveTerm(std::size_t lane, T v, T d, T sign)
+    {
+        const T term = v * (v * d) * sign;
+        m_lanes[lane] += term > 0 ? term : T(0);
+    }
 
     T m_lanes[4] = {};
 };

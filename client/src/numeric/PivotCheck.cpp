@@ -31,6 +31,17 @@ bool owesToEarly(const SparseMatrix<T>& L, unsigned int r, bool trailing,
                        [&](unsigned int c) { return early[order[c]] != 0; });
 }
 
+/// Signs among the pivots of a block.
+enum : unsigned char { kPositive = 1, kNegative = 2 };
+
+/// The diagonal block of row r, in either order of blocks.
+template <class T> const T* diagonalOf(const SparseMatrix<T>& A, unsigned int r)
+{
+    const unsigned int first = A.rowStart[r];
+    const unsigned int last = A.rowStart[r + 1] - 1;
+    return A.blockData[A.blockColumns[first] == r ? first : last];
+}
+
 /// What doubtful pivots may cost together, in readings of L.
 constexpr std::size_t kReadings = 4;
 
@@ -40,8 +51,8 @@ template <class T>
 void PivotCheck<T>::reserve(std::size_t dimension, unsigned int blocks, unsigned int largestBlock)
 {
     m_scales.resize(largestBlock);
-    m_diagonal.resize(largestBlock);
     m_sums.resize(largestBlock);
+    m_signs.resize(blocks);
     m_nullVector.reserve(dimension, blocks);
 }
 
@@ -51,10 +62,11 @@ PivotFailure<T> PivotCheck<T>::run(const OrvelData<T>& data, const std::vector<u
 {
     using Kind = typename PivotFailure<T>::Kind;
     m_counts = {};
-    m_leastShare = 1;
+    setLeastShare(1);
     const SparseMatrix<T>& L = data.factor;
     m_budget = kReadings * L.valueCapacity;
     for (unsigned int r = 0; r < L.numBlockRows; ++r) {
+        estimateScales(data, r);
         const PivotFailure<T> failure = checkBlock(data, r, order, firstTrailing, demands);
         if (failure.kind != Kind::None)
             return failure;
@@ -62,7 +74,7 @@ PivotFailure<T> PivotCheck<T>::run(const OrvelData<T>& data, const std::vector<u
     return {};
 }
 
-/// Checks and counts the pivots of a block row, up to the first that fails.
+/// Checks and counts the pivots of a block row with the scales at hand, up to the first that fails.
 template <class T>
 PivotFailure<T> PivotCheck<T>::checkBlock(const OrvelData<T>& data, unsigned int r,
                                           const std::vector<unsigned int>& order,
@@ -70,28 +82,33 @@ PivotFailure<T> PivotCheck<T>::checkBlock(const OrvelData<T>& data, unsigned int
 {
     using Kind = typename PivotFailure<T>::Kind;
     const unsigned int m = data.factor.blockSizes[r];
+    m_signs[r] = 0;
     if (m == 0)
         return {};
-    computeScales(data, r);
     const bool trailing = order[r] >= firstTrailing;
     const bool strong =
         demands.early && owesToEarly(data.factor, r, trailing, order, *demands.early);
     PivotFailure<T> pivot;
     pivot.position = r;
     pivot.blockScale = *std::max_element(m_scales.begin(), m_scales.begin() + m);
+    const T blockNoise = std::numeric_limits<T>::epsilon() * pivot.blockScale;
     for (unsigned int i = 0; i < m; ++i) {
         pivot.row = i;
         pivot.pivot = data.pivots.data[data.factor.blockOffsets[r] + i];
         pivot.scale = m_scales[i];
-        pivot.kind = judge(data, r, i, pivot, strong);
+        const T magnitude = std::abs(pivot.pivot);
+        const T share = strong ? std::max(T(kEarlyShare), m_soundShare) : m_soundShare;
+        const bool sound = magnitude > share * pivot.scale && magnitude > blockNoise;
+        if (!sound) // as few are; infinities and NaN are not
+            pivot.kind = judge(data, pivot, strong);
         if (pivot.kind == Kind::None && demands.signs && (pivot.pivot < 0) != trailing)
-            pivot.kind = wrongSign(pivot, trailing);
+            pivot.kind = wrongSign(data, pivot, trailing);
         if (pivot.kind != Kind::None)
             return pivot;
         count(pivot.pivot);
-        const T magnitude = std::abs(pivot.pivot);
+        m_signs[r] |= pivot.pivot > 0 ? kPositive : kNegative;
         if (magnitude < m_leastShare * pivot.scale)
-            m_leastShare = magnitude / pivot.scale;
+            setLeastShare(magnitude / pivot.scale);
     }
     return {};
 }
@@ -106,10 +123,11 @@ void PivotCheck<T>::findUnusable(const OrvelData<T>& data, const std::vector<uns
     std::vector<unsigned char> spoilt(L.numBlockRows, 0);
     later.assign(L.numBlockRows, 0);
     m_budget = 0; // noise is not told from weak pivots here
-    m_leastShare = 1;
+    setLeastShare(1);
     for (unsigned int r = 0; r < L.numBlockRows; ++r) {
         const bool trailing = order[r] >= firstTrailing;
         if (!spoilt[r]) {
+            computeScales(data, r);
             const bool bad = hasBounded(data, r) ||
                              checkBlock(data, r, order, firstTrailing, demands).kind != Kind::None;
             if (!bad)
@@ -132,9 +150,8 @@ template <class T> bool PivotCheck<T>::hasBounded(const OrvelData<T>& data, unsi
 }
 
 template <class T>
-typename PivotFailure<T>::Kind PivotCheck<T>::judge(const OrvelData<T>& data, unsigned int r,
-                                                    unsigned int i, const PivotFailure<T>& pivot,
-                                                    bool strong)
+typename PivotFailure<T>::Kind PivotCheck<T>::judge(const OrvelData<T>& data,
+                                                    const PivotFailure<T>& pivot, bool strong)
 {
     using Kind = typename PivotFailure<T>::Kind;
     if (!std::isfinite(pivot.pivot) || !std::isfinite(pivot.blockScale))
@@ -149,7 +166,7 @@ typename PivotFailure<T>::Kind PivotCheck<T>::judge(const OrvelData<T>& data, un
     if (strong && magnitude <= T(kEarlyShare) * pivot.scale)
         return Kind::Weak;
     // Noise of the pivots before it may have grown on the way by what they lost to cancellation.
-    if (magnitude * m_leastShare <= kNoiseShare<T> * pivot.scale && isNoise(data, r, i, magnitude))
+    if (magnitude * m_leastShare <= kNoiseShare<T> * pivot.scale && isNoise(data, pivot, magnitude))
         return Kind::Lost;
     return Kind::None;
 }
@@ -158,22 +175,29 @@ typename PivotFailure<T>::Kind PivotCheck<T>::judge(const OrvelData<T>& data, un
 /// pivot of a trailing row positive. Without one the pivot was negative and too small to tell; with
 /// one that leaves its row alone, if it is small.
 template <class T>
-typename PivotFailure<T>::Kind PivotCheck<T>::wrongSign(const PivotFailure<T>& pivot,
+typename PivotFailure<T>::Kind PivotCheck<T>::wrongSign(const OrvelData<T>& data,
+                                                        const PivotFailure<T>& pivot,
                                                         bool trailing) const
 {
     using Kind = typename PivotFailure<T>::Kind;
+    const std::size_t m = data.factor.blockSizes[pivot.position];
+    const T* const diagonal = diagonalOf(data.matrix, pivot.position);
     const T small = std::sqrt(std::numeric_limits<T>::epsilon()) * pivot.scale;
-    if (!trailing || m_diagonal[pivot.row] > 0)
+    if (!trailing || diagonal[pivot.row * m + pivot.row] > 0)
         return Kind::WrongSign;
-    return !m_hasDiagonal || pivot.pivot <= small ? Kind::Lost : Kind::WrongSign;
+    bool zero = true;
+    for (std::size_t i = 0; i < m; ++i)
+        zero = zero && std::all_of(diagonal + i * m, diagonal + i * m + i + 1,
+                                   [](T value) { return value == 0; });
+    return zero || pivot.pivot <= small ? Kind::Lost : Kind::WrongSign;
 }
 
 template <class T>
-bool PivotCheck<T>::isNoise(const OrvelData<T>& data, unsigned int r, unsigned int i, T magnitude)
+bool PivotCheck<T>::isNoise(const OrvelData<T>& data, const PivotFailure<T>& pivot, T magnitude)
 {
     if (m_budget == 0)
         return false;
-    m_nullVector.compute(data, r, i);
+    m_nullVector.compute(data, pivot.position, pivot.row);
     m_budget -= std::min(m_budget, m_nullVector.cost());
     return magnitude <= std::numeric_limits<T>::epsilon() * m_nullVector.magnitude(data);
 }
@@ -204,6 +228,12 @@ template <class T> PivotFailure<T> PivotCheck<T>::runBounded(const OrvelData<T>&
     return {};
 }
 
+template <class T> void PivotCheck<T>::setLeastShare(T share)
+{
+    m_leastShare = share;
+    m_soundShare = kNoiseShare<T> / share;
+}
+
 template <class T> void PivotCheck<T>::count(T pivot)
 {
     const auto d = double(pivot);
@@ -218,17 +248,11 @@ template <class T> void PivotCheck<T>::count(T pivot)
 template <class T>
 const std::vector<T>& PivotCheck<T>::computeScales(const OrvelData<T>& data, unsigned int r)
 {
-    const SparseMatrix<T>& A = data.matrix;
     const SparseMatrix<T>& L = data.factor;
     const std::size_t m = L.blockSizes[r];
-    const bool upper = A.blockColumns[A.rowStart[r]] == r && A.rowStart[r + 1] - A.rowStart[r] > 1;
-    const T* const diagonalOfA = A.blockData[upper ? A.rowStart[r] : A.rowStart[r + 1] - 1];
-    m_hasDiagonal = false;
-    for (std::size_t i = 0; i < m; ++i) {
+    const T* const diagonalBlock = diagonalOf(data.matrix, r);
+    for (std::size_t i = 0; i < m; ++i)
         m_sums[i].clear();
-        for (std::size_t j = 0; j <= i; ++j)
-            m_hasDiagonal = m_hasDiagonal || diagonalOfA[i * m + j] != 0;
-    }
     const T* const pivots = data.pivots.data;
     const unsigned int diagonal = L.rowStart[r + 1] - 1;
     for (unsigned int slot = L.rowStart[r]; slot < diagonal; ++slot) {
@@ -239,10 +263,52 @@ const std::vector<T>& PivotCheck<T>::computeScales(const OrvelData<T>& data, uns
     }
     for (std::size_t i = 0; i < m; ++i) {
         m_sums[i].addWeightedSquares(L.blockData[diagonal] + i * m, pivots + L.blockOffsets[r], i);
-        m_diagonal[i] = diagonalOfA[i * m + i];
-        m_scales[i] = std::abs(m_diagonal[i]) + m_sums[i].total();
+        m_scales[i] = std::abs(diagonalBlock[i * m + i]) + m_sums[i].total();
     }
     return m_scales;
+}
+
+/// The same up to rounding for pivots that were not replaced by bounds, behind rows that were
+/// checked: a pivot is A(i, i) less positive terms plus the magnitudes of negative ones, so that
+/// the sum over one sign gives that over the other. Where columns of one sign are all that a row
+/// has, as in a chain, that reads nothing of L outside the diagonal block.
+template <class T> void PivotCheck<T>::estimateScales(const OrvelData<T>& data, unsigned int r)
+{
+    const SparseMatrix<T>& L = data.factor;
+    const std::size_t m = L.blockSizes[r];
+    const unsigned int diagonal = L.rowStart[r + 1] - 1;
+    std::size_t positive = 0;
+    std::size_t negative = 0;
+    for (unsigned int slot = L.rowStart[r]; slot < diagonal; ++slot) {
+        const unsigned int c = L.blockColumns[slot];
+        positive += m_signs[c] & kPositive ? L.blockSizes[c] : 0;
+        negative += m_signs[c] & kNegative ? L.blockSizes[c] : 0;
+    }
+    const unsigned char summed = positive < negative ? kPositive : kNegative;
+    const T sign = summed == kPositive ? T(1) : T(-1);
+    const T* const pivots = data.pivots.data;
+    const T* const own = pivots + L.blockOffsets[r];
+    std::size_t ownEnd = 0; // one after the last own pivot of that sign
+    for (std::size_t i = 0; i < m; ++i) {
+        m_sums[i].clear();
+        if (own[i] * sign > 0)
+            ownEnd = i + 1;
+    }
+    for (unsigned int slot = L.rowStart[r]; slot < diagonal; ++slot) {
+        const unsigned int c = L.blockColumns[slot];
+        if (!(m_signs[c] & summed))
+            continue;
+        const std::size_t p = L.blockSizes[c];
+        for (std::size_t i = 0; i < m; ++i)
+            m_sums[i].addPositiveTerms(L.blockData[slot] + i * p, pivots + L.blockOffsets[c], sign,
+                                       p);
+    }
+    const T* const A = diagonalOf(data.matrix, r);
+    for (std::size_t i = 0; i < m; ++i) {
+        m_sums[i].addPositiveTerms(L.blockData[diagonal] + i * m, own, sign, std::min(i, ownEnd));
+        const T difference = sign * (A[i * m + i] - own[i]);
+        m_scales[i] = std::abs(A[i * m + i]) + std::abs(2 * m_sums[i].total() - difference);
+    }
 }
 
 template class PivotCheck<float>;

@@ -93,23 +93,26 @@ public:
     LeadingNullVector<T>& nullVector() { return m_nullVector; }
 
 private:
-    typename PivotFailure<T>::Kind judge(const OrvelData<T>& data, unsigned int r, unsigned int i,
-                                         const PivotFailure<T>& pivot, bool strong);
+    void estimateScales(const OrvelData<T>& data, unsigned int r);
+    typename PivotFailure<T>::Kind judge(const OrvelData<T>& data, const PivotFailure<T>& pivot,
+                                         bool strong);
     PivotFailure<T> checkBlock(const OrvelData<T>& data, unsigned int r,
                                const std::vector<unsigned int>& order, unsigned int firstTrailing,
                                PivotDemands demands);
     bool hasBounded(const OrvelData<T>& data, unsigned int r) const;
-    typename PivotFailure<T>::Kind wrongSign(const PivotFailure<T>& pivot, bool trailing) const;
-    bool isNoise(const OrvelData<T>& data, unsigned int r, unsigned int i, T magnitude);
+    typename PivotFailure<T>::Kind wrongSign(const OrvelData<T>& data, const PivotFailure<T>& pivot,
+                                             bool trailing) const;
+    bool isNoise(const OrvelData<T>& data, const PivotFailure<T>& pivot, T magnitude);
+    void setLeastShare(T share);
     void count(T pivot);
 
-    std::vector<T> m_scales;         ///< per row of the block at hand
-    std::vector<T> m_diagonal;       ///< of A, likewise
-    std::vector<FourSums<T>> m_sums; ///< likewise
-    bool m_hasDiagonal = false;      ///< whether A has a diagonal block there that is not zero
+    std::vector<T> m_scales;            ///< per row of the block at hand
+    std::vector<FourSums<T>> m_sums;    ///< likewise
+    std::vector<unsigned char> m_signs; ///< per block row checked: kPositive, kNegative, both
     PivotCounts m_counts;
     PivotFailure<T> m_firstBounded;
     T m_leastShare = 1;       ///< of its terms that a pivot has kept so far
+    T m_soundShare = 1;       ///< what a pivot has to keep to need no closer look
     std::size_t m_budget = 0; ///< scalars of L that doubtful pivots may still look at
     LeadingNullVector<T> m_nullVector;
 };
