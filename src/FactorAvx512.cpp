@@ -11,49 +11,11 @@ constexpr int kVectorBytes = 64;
 /// Rows of a tile, such that its sums of two vectors each stay in registers.
 constexpr int kTileRows = 6;
 
-#include "detail/Lanes.h"
-
-#include "detail/BlockLanes.h"
-
-#include "detail/Tiles.h"
-
-#include "detail/FactorPanels.h"
-#include "detail/FactorRows.h"
-#include "detail/UpdateFronts.h"
+#include "detail/FactorTemplates.h"
 
 } // namespace
 
-void factorRowsAvx512(const RowFactorization<float>& task)
-{
-    factorRows(task);
-}
-
-void factorRowsAvx512(const RowFactorization<double>& task)
-{
-    factorRows(task);
-}
-
-void factorPanelsAvx512(const PanelFactorization<float>& task)
-{
-    factorPanels(task);
-}
-
-void factorPanelsAvx512(const PanelFactorization<double>& task)
-{
-    factorPanels(task);
-}
-
-void updateFrontAvx512(const float* S, unsigned int na, unsigned int nb,
-                       const FrontTarget<float>* targets, unsigned int count)
-{
-    updateFront(S, na, nb, targets, count);
-}
-
-void updateFrontAvx512(const double* S, unsigned int na, unsigned int nb,
-                       const FrontTarget<double>* targets, unsigned int count)
-{
-    updateFront(S, na, nb, targets, count);
-}
+const FactorTable kAvx512Table = factorTable();
 
 } // namespace detail
 } // namespace kyrOrvel

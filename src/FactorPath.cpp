@@ -20,6 +20,22 @@ std::atomic<FactorSchedule>& chosenSchedule()
     return schedule;
 }
 
+const FactorTable* tableOf(FactorPath path)
+{
+    switch (path) {
+    case FactorPath::Plain:
+        return nullptr;
+#ifdef KYRORVEL_X86_PATHS
+    case FactorPath::Avx2:
+        return &kAvx2Table;
+    case FactorPath::Avx512:
+        return &kAvx512Table;
+#endif
+    default:
+        return &kBaselineTable;
+    }
+}
+
 } // namespace
 
 bool isAvailable(FactorPath path)
@@ -70,60 +86,17 @@ FactorSchedule factorSchedule()
     return chosenSchedule().load(std::memory_order_relaxed);
 }
 
-template <class T> void (*rowFactorizer())(const RowFactorization<T>&)
+template <> const FactorFunctions<float>* factorFunctions()
 {
-    switch (factorPath()) {
-    case FactorPath::Plain:
-        return nullptr;
-#ifdef KYRORVEL_X86_PATHS
-    case FactorPath::Avx2:
-        return factorRowsAvx2;
-    case FactorPath::Avx512:
-        return factorRowsAvx512;
-#endif
-    default:
-        return factorRowsBaseline;
-    }
+    const FactorTable* const table = tableOf(factorPath());
+    return table ? &table->ofFloat : nullptr;
 }
 
-template <class T> void (*panelFactorizer())(const PanelFactorization<T>&)
+template <> const FactorFunctions<double>* factorFunctions()
 {
-    switch (factorPath()) {
-    case FactorPath::Plain:
-        return nullptr;
-#ifdef KYRORVEL_X86_PATHS
-    case FactorPath::Avx2:
-        return factorPanelsAvx2;
-    case FactorPath::Avx512:
-        return factorPanelsAvx512;
-#endif
-    default:
-        return factorPanelsBaseline;
-    }
+    const FactorTable* const table = tableOf(factorPath());
+    return table ? &table->ofDouble : nullptr;
 }
-
-template <class T> UpdateFront<T> frontUpdater()
-{
-    switch (factorPath()) {
-    case FactorPath::Plain:
-        return nullptr;
-#ifdef KYRORVEL_X86_PATHS
-    case FactorPath::Avx2:
-        return updateFrontAvx2;
-    case FactorPath::Avx512:
-        return updateFrontAvx512;
-#endif
-    default:
-        return updateFrontBaseline;
-    }
-}
-
-template void (*rowFactorizer())(const RowFactorization<float>&);
-template void (*rowFactorizer())(const RowFactorization<double>&);
-template void (*panelFactorizer())(const PanelFactorization<float>&);
-template void (*panelFactorizer())(const PanelFactorization<double>&);
-template UpdateFront<float> frontUpdater();
-template UpdateFront<double> frontUpdater();
 
 } // namespace detail
 } // namespace kyrOrvel

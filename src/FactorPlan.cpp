@@ -178,15 +178,9 @@ template <class T> bool FactorPlan<T>::goesByRows() const
     return schedule == FactorSchedule::Rows || products <= (small ? kManyProducts : kFewProducts);
 }
 
-template <class T> RowFactorization<T> FactorPlan<T>::rowTask(OrvelData<T>& data)
+template <class T> void FactorPlan<T>::takeCommon(const OrvelData<T>& data, FactorTask<T>& task)
 {
-    m_workAt.resize(m_numRows);
-    m_work.resize(m_longest * kMaxRowBlock);
-    std::fill(m_done.begin(), m_done.end(), 0u);
-    RowFactorization<T> task;
-    task.numRows = m_numRows;
     task.rowStart = m_rowStart.data();
-    task.columns = m_columns.data();
     task.sizes = m_sizes.data();
     task.offsets = data.factor.blockOffsets;
     task.input = m_input.data();
@@ -197,6 +191,17 @@ template <class T> RowFactorization<T> FactorPlan<T>::rowTask(OrvelData<T>& data
     task.bounds = {data.pivotBounds, data.pivotsKeepSigns != 0};
     task.columnStart = m_columnStart.data();
     task.columnEntries = m_columnEntries.data();
+}
+
+template <class T> RowFactorization<T> FactorPlan<T>::rowTask(OrvelData<T>& data)
+{
+    m_workAt.resize(m_numRows);
+    m_work.resize(m_longest * kMaxRowBlock);
+    std::fill(m_done.begin(), m_done.end(), 0u);
+    RowFactorization<T> task;
+    task.numRows = m_numRows;
+    takeCommon(data, task);
+    task.columns = m_columns.data();
     task.done = m_done.data();
     task.workAt = m_workAt.data();
     task.work = m_work.data();
@@ -213,18 +218,8 @@ template <class T> PanelFactorization<T> FactorPlan<T>::panelTask(OrvelData<T>& 
         m_hasPanels = true;
     }
     PanelFactorization<T> task;
+    takeCommon(data, task);
     m_panels.fill(task);
-    task.rowStart = m_rowStart.data();
-    task.sizes = m_sizes.data();
-    task.offsets = data.factor.blockOffsets;
-    task.input = m_input.data();
-    task.L = data.factor.blockData;
-    task.S = data.scaledFactor.blockData;
-    task.pivots = data.pivots.data;
-    task.reciprocals = m_reciprocals.data();
-    task.bounds = {data.pivotBounds, data.pivotsKeepSigns != 0};
-    task.columnStart = m_columnStart.data();
-    task.columnEntries = m_columnEntries.data();
     return task;
 }
 

@@ -187,8 +187,8 @@ private:
 /// system is none for them.
 template <class T> bool factorFast(OrvelData<T>& data)
 {
-    const auto factorRows = detail::rowFactorizer<T>();
-    if (!factorRows)
+    const detail::FactorFunctions<T>* const fast = detail::factorFunctions<T>();
+    if (!fast)
         return false;
     data.factored = 0;
     if (!data.factorPlan)
@@ -200,9 +200,9 @@ template <class T> bool factorFast(OrvelData<T>& data)
     plan.layOutFactors(data);
     detail::sizePivots(data);
     if (plan.goesByRows())
-        factorRows(plan.rowTask(data));
+        fast->factorRows(plan.rowTask(data));
     else
-        detail::panelFactorizer<T>()(plan.panelTask(data));
+        fast->factorPanels(plan.panelTask(data));
     data.factored = 1;
     return true;
 }

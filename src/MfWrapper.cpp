@@ -313,8 +313,8 @@ private:
 
     void closeUpdates()
     {
-        if (m_updateFront && m_depth <= detail::kMaxFrontDepth) {
-            m_updateFront(m_scaled, m_width, m_depth, m_targets, m_numTargets);
+        if (m_fast && m_depth <= detail::kMaxFrontDepth) {
+            m_fast->updateFront(m_scaled, m_width, m_depth, m_targets, m_numTargets);
         } else {
             for (unsigned int t = 0; t < m_numTargets; ++t)
                 orvel_MM_CM_ABt(m_targets[t].L, int(m_depth), m_scaled, int(m_depth),
@@ -358,10 +358,10 @@ private:
     // Updates with one block of L·D, handed over together: one call for each would cost as much as
     // the arithmetic.
     static constexpr unsigned int kMaxTargets = 64;
-    const detail::UpdateFront<T> m_updateFront = detail::frontUpdater<T>(); ///< null: plain
-    const T* m_scaled = nullptr;                                            ///< S(a, k)
-    unsigned int m_width = 0;                                               ///< size of a
-    unsigned int m_depth = 0;                                               ///< size of k
+    const detail::FactorFunctions<T>* const m_fast = detail::factorFunctions<T>(); ///< null: plain
+    const T* m_scaled = nullptr;                                                   ///< S(a, k)
+    unsigned int m_width = 0;                                                      ///< size of a
+    unsigned int m_depth = 0;                                                      ///< size of k
     unsigned int m_numTargets = 0;
     detail::FrontTarget<T> m_targets[kMaxTargets];
 };

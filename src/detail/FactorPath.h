@@ -39,10 +39,8 @@ KYRORVEL_EXPORT void setFactorSchedule(FactorSchedule schedule);
 
 FactorSchedule factorSchedule();
 
-/// The function of the path that factorizations take, or null for the plain one.
-template <class T> void (*rowFactorizer())(const RowFactorization<T>&);
-template <class T> void (*panelFactorizer())(const PanelFactorization<T>&);
-template <class T> UpdateFront<T> frontUpdater();
+/// The functions of the path that factorizations take, or null for the plain one.
+template <class T> const FactorFunctions<T>* factorFunctions();
 
 } // namespace detail
 } // namespace kyrOrvel

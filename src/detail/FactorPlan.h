@@ -39,6 +39,7 @@ private:
     void countProducts();
     bool takeInput(const OrvelData<T>& data);
     bool isLaidOut(const SparseMatrix<T>& factor) const;
+    void takeCommon(const OrvelData<T>& data, FactorTask<T>& task);
 
     bool m_known = false; ///< whether the pattern below is whole
     bool m_usable = false;

@@ -23,15 +23,13 @@ template <class T> struct PivotBounds {
     bool keepSigns;
 };
 
-/// What a factorization row by row works on. Plain pointers: the code that reads it is compiled for
+/// What every factorization works on. Plain pointers: the code that reads it is compiled for
 /// several instruction sets, and must not share inline functions with the rest of the program.
 ///
-/// The pattern of L is closed under elimination, rows ascend and end with their diagonal, no block
-/// is larger than kMaxRowBlock, and every block of the input is in the pattern.
-template <class T> struct RowFactorization {
-    unsigned int numRows;
+/// The pattern of L is closed under elimination, rows ascend and end with their diagonal, and every
+/// block of the input is in the pattern.
+template <class T> struct FactorTask {
     const unsigned int* rowStart; ///< of L
-    const unsigned int* columns;
     const unsigned int* sizes;
     const unsigned int* offsets;
     const T* const* input; ///< per slot: the block of A, or null for fill-in
@@ -43,7 +41,13 @@ template <class T> struct RowFactorization {
     const unsigned int*
         columnStart; ///< per block column: its entries below the diagonal, rows ascending
     const ColumnEntry* columnEntries;
-    unsigned int* done;   ///< per block column: entries in finished rows; zero at the start
+};
+
+/// A factorization row by row; no block is larger than kMaxRowBlock.
+template <class T> struct RowFactorization : FactorTask<T> {
+    unsigned int numRows;
+    const unsigned int* columns; ///< of L, per slot
+    unsigned int* done;          ///< per block column: entries in finished rows; zero at the start
     unsigned int* workAt; ///< per block column: where its block of the row at hand is in `work`
     T* work;              ///< the row at hand, kMaxRowBlock lanes for each of its scalar columns
 };
@@ -60,25 +64,13 @@ struct PanelSource {
     unsigned int last;  ///< column entry: one after the last
 };
 
-/// What a factorization panel by panel works on. Patterns as for RowFactorization, but blocks of
-/// any size. The block columns of a panel have the same rows, but for those that have become
-/// columns: blocks side by side in a row are neighbours in its slots.
-template <class T> struct PanelFactorization {
+/// A factorization panel by panel. The block columns of a panel have the same rows, but for those
+/// that have become columns: blocks side by side in a row are neighbours in its slots.
+template <class T> struct PanelFactorization : FactorTask<T> {
     unsigned int numPanels;
     const unsigned int* panelStart;  ///< block columns; one more than panels
     const unsigned int* sourceStart; ///< per panel: its sources, panels ascending
     const PanelSource* sources;
-    const unsigned int* rowStart;
-    const unsigned int* sizes;
-    const unsigned int* offsets;
-    const T* const* input;
-    T* const* L;
-    T* const* S;
-    T* pivots;
-    T* reciprocals;
-    PivotBounds<T> bounds;
-    const unsigned int* columnStart;
-    const ColumnEntry* columnEntries;
     unsigned int* position; ///< per block row: its first scalar row in the panel at hand
     unsigned int* packedAt; ///< per column of the panel at hand that a source has, and one more
     T* panel;               ///< the largest panel, and kSpareScalars
@@ -103,31 +95,21 @@ template <class T>
 using UpdateFront = void (*)(const T* S, unsigned int na, unsigned int nb,
                              const FrontTarget<T>* targets, unsigned int count);
 
-// One function for each instruction set, for float and for double.
-void factorRowsBaseline(const RowFactorization<float>& task);
-void factorRowsBaseline(const RowFactorization<double>& task);
-void factorPanelsBaseline(const PanelFactorization<float>& task);
-void factorPanelsBaseline(const PanelFactorization<double>& task);
-void updateFrontBaseline(const float*, unsigned int, unsigned int, const FrontTarget<float>*,
-                         unsigned int);
-void updateFrontBaseline(const double*, unsigned int, unsigned int, const FrontTarget<double>*,
-                         unsigned int);
-void factorRowsAvx2(const RowFactorization<float>& task);
-void factorRowsAvx2(const RowFactorization<double>& task);
-void factorPanelsAvx2(const PanelFactorization<float>& task);
-void factorPanelsAvx2(const PanelFactorization<double>& task);
-void updateFrontAvx2(const float*, unsigned int, unsigned int, const FrontTarget<float>*,
-                     unsigned int);
-void updateFrontAvx2(const double*, unsigned int, unsigned int, const FrontTarget<double>*,
-                     unsigned int);
-void factorRowsAvx512(const RowFactorization<float>& task);
-void factorRowsAvx512(const RowFactorization<double>& task);
-void factorPanelsAvx512(const PanelFactorization<float>& task);
-void factorPanelsAvx512(const PanelFactorization<double>& task);
-void updateFrontAvx512(const float*, unsigned int, unsigned int, const FrontTarget<float>*,
-                       unsigned int);
-void updateFrontAvx512(const double*, unsigned int, unsigned int, const FrontTarget<double>*,
-                       unsigned int);
+/// The fast paths of one instruction set.
+template <class T> struct FactorFunctions {
+    void (*factorRows)(const RowFactorization<T>& task);
+    void (*factorPanels)(const PanelFactorization<T>& task);
+    UpdateFront<T> updateFront;
+};
+
+struct FactorTable {
+    FactorFunctions<float> ofFloat;
+    FactorFunctions<double> ofDouble;
+};
+
+extern const FactorTable kBaselineTable;
+extern const FactorTable kAvx2Table;
+extern const FactorTable kAvx512Table;
 
 } // namespace detail
 } // namespace kyrOrvel

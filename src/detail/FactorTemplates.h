@@ -1,0 +1,22 @@
+// The fast factorizations, as templates; included once for each instruction set, inside a namespace
+// without a name that defines kVectorBytes and kTileRows.
+
+#include "Lanes.h"
+
+#include "BlockLanes.h"
+
+#include "Tiles.h"
+
+#include "FactorPanels.h"
+#include "FactorRows.h"
+#include "UpdateFronts.h"
+
+template <class T> constexpr FactorFunctions<T> factorFunctions()
+{
+    return {factorRows<T>, factorPanels<T>, updateFront<T>};
+}
+
+constexpr FactorTable factorTable()
+{
+    return {factorFunctions<float>(), factorFunctions<double>()};
+}
