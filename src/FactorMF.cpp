@@ -1,10 +1,7 @@
 #include <kyrOrvel/Orvel>
 
 #include "detail/FactorStorage.h"
-
-#include <kyr/ThreadTask>
-
-#include <boost/bind/bind.hpp>
+#include "detail/RunOnThreads.h"
 
 #include <algorithm>
 
@@ -13,20 +10,6 @@ namespace kyrOrvel {
 namespace {
 
 constexpr char kTaskName[] = "MultiFront factor";
-
-/// Holds a reference to a task, also while an exception passes.
-class TaskReference {
-public:
-    explicit TaskReference(kyr::ThreadTask* task) : m_task(task) { m_task->ref(); }
-    ~TaskReference() { m_task->unref(); }
-    TaskReference(const TaskReference&) = delete;
-    TaskReference& operator=(const TaskReference&) = delete;
-
-    kyr::ThreadTask* operator->() const { return m_task; }
-
-private:
-    kyr::ThreadTask* m_task;
-};
 
 /// Fronts and updates are only ever added to. The schedule itself is reused from run to run.
 template <class T> void resetFronts(MultifrontManager<T>& manager)
@@ -47,16 +30,6 @@ template <class T> void prepareScratch(OrvelData<T>& data)
     }
 }
 
-template <class T> void runWorkers(OrvelData<T>& data)
-{
-    MfWrapper<T> worker{&data};
-    const kyr::Callback none{true, boost::function0<void>()};
-    const kyr::Callback factor{true, boost::bind(&MfWrapper<T>::doThreadedFactor, &worker)};
-    const TaskReference task(new kyr::ThreadTask(kTaskName, none, factor));
-    task->setNumThreads(data.numThreads);
-    task->execute(true);
-}
-
 } // namespace
 
 template <class T> void Orvel::factorMF(OrvelData<T>& data)
@@ -68,7 +41,8 @@ template <class T> void Orvel::factorMF(OrvelData<T>& data)
     detail::sizePivots(data);
     resetFronts(data.multifront);
     prepareScratch(data);
-    runWorkers(data);
+    MfWrapper<T> worker{&data};
+    detail::runOnThreads(kTaskName, data.numThreads, [&] { worker.doThreadedFactor(); });
     std::fill_n(data.scaledFactor.blockTags, data.scaledFactor.numBlocks, 1u);
     data.factored = 1;
 }

@@ -4,6 +4,7 @@
 #include "detail/FactorStorage.h"
 
 #include <algorithm>
+#include <numeric>
 
 namespace kyrOrvel {
 namespace detail {
@@ -16,6 +17,14 @@ namespace {
 constexpr std::size_t kRowsUpTo = std::size_t(40) << 20; ///< bytes of both factors
 constexpr double kFewProducts = 50;                      ///< per scalar of L
 constexpr double kManyProducts = 200;
+
+// What a row and a block cost beside the products, in multiply-subtracts.
+constexpr double kWorkPerRow = 300;
+constexpr double kWorkPerBlock = 100;
+
+/// What each thread does of the panels above the subtrees: two side by side, but they wait for each
+/// other.
+constexpr double kPanelsAbove = 0.6;
 
 } // namespace
 
@@ -44,6 +53,8 @@ template <class T> bool FactorPlan<T>::takePattern(const OrvelData<T>& data)
     m_rowStart = data.factorRowStart;
     m_columns = data.factorColumns;
     m_hasPanels = false;
+    m_rowShares.threads = 0;
+    m_panelShares.threads = 0;
     m_sizes.assign(data.matrix.blockSizes, data.matrix.blockSizes + n);
     if (n == 0 || m_rowStart.size() != std::size_t(n) + 1 || m_rowStart[0] != 0 ||
         m_rowStart[n] != m_columns.size())
@@ -178,8 +189,67 @@ template <class T> bool FactorPlan<T>::goesByRows() const
     return schedule == FactorSchedule::Rows || products <= (small ? kManyProducts : kFewProducts);
 }
 
+template <class T> void FactorPlan<T>::beginRows(unsigned int threads)
+{
+    if (m_rowRooms.size() < threads)
+        m_rowRooms.resize(threads);
+    for (RowRoom& room : m_rowRooms) {
+        room.workAt.resize(m_numRows);
+        room.work.resize(m_longest * kMaxRowBlock);
+    }
+    std::fill(m_done.begin(), m_done.end(), 0u);
+    countUnits(m_numRows);
+}
+
+template <class T> void FactorPlan<T>::beginPanels(unsigned int threads)
+{
+    if (!m_hasPanels) {
+        std::vector<unsigned int> offsets(m_numRows);
+        for (unsigned int r = 1; r < m_numRows; ++r)
+            offsets[r] = offsets[r - 1] + m_sizes[r - 1];
+        m_panels.make(m_sizes, offsets, m_columnStart, m_columnEntries);
+        m_hasPanels = true;
+    }
+    m_panels.makeRoomFor(threads);
+    if (threads > 1)
+        m_finished.assign(m_panels.numPanels(), 0);
+    countUnits(m_panels.numPanels());
+}
+
+template <class T> void FactorPlan<T>::countUnits(unsigned int count)
+{
+    if (m_units.size() == count)
+        return;
+    m_units.resize(count);
+    std::iota(m_units.begin(), m_units.end(), 0u);
+}
+
+template <class T>
+RowFactorization<T> FactorPlan<T>::rowTask(const OrvelData<T>& data, unsigned int thread)
+{
+    RowFactorization<T> task;
+    takeCommon(data, task);
+    task.columns = m_columns.data();
+    task.done = m_done.data();
+    task.workAt = m_rowRooms[thread].workAt.data();
+    task.work = m_rowRooms[thread].work.data();
+    return task;
+}
+
+template <class T>
+PanelFactorization<T> FactorPlan<T>::panelTask(const OrvelData<T>& data, unsigned int thread)
+{
+    PanelFactorization<T> task;
+    takeCommon(data, task);
+    m_panels.fill(task, thread);
+    task.finished = m_finished.data();
+    return task;
+}
+
 template <class T> void FactorPlan<T>::takeCommon(const OrvelData<T>& data, FactorTask<T>& task)
 {
+    task.units = m_units.data();
+    task.numUnits = static_cast<unsigned int>(m_units.size());
     task.rowStart = m_rowStart.data();
     task.sizes = m_sizes.data();
     task.offsets = data.factor.blockOffsets;
@@ -193,34 +263,55 @@ template <class T> void FactorPlan<T>::takeCommon(const OrvelData<T>& data, Fact
     task.columnEntries = m_columnEntries.data();
 }
 
-template <class T> RowFactorization<T> FactorPlan<T>::rowTask(OrvelData<T>& data)
+/// Rows do their share of a column's products when they meet it: with all rows before them there.
+template <class T> const WorkShares& FactorPlan<T>::rowShares(unsigned int threads)
 {
-    m_workAt.resize(m_numRows);
-    m_work.resize(m_longest * kMaxRowBlock);
-    std::fill(m_done.begin(), m_done.end(), 0u);
-    RowFactorization<T> task;
-    task.numRows = m_numRows;
-    takeCommon(data, task);
-    task.columns = m_columns.data();
-    task.done = m_done.data();
-    task.workAt = m_workAt.data();
-    task.work = m_work.data();
-    return task;
+    if (m_rowShares.threads == threads)
+        return m_rowShares.shares;
+    std::vector<unsigned int> parent(m_numRows);
+    std::vector<double> work(m_numRows, kWorkPerRow);
+    for (unsigned int k = 0; k < m_numRows; ++k) {
+        const unsigned int first = m_columnStart[k];
+        parent[k] = first < m_columnStart[k + 1] ? m_columnEntries[first].row : k;
+        double before = m_sizes[k];
+        for (unsigned int e = first; e < m_columnStart[k + 1]; ++e) {
+            const double size = m_sizes[m_columnEntries[e].row];
+            before += size;
+            work[m_columnEntries[e].row] += kWorkPerBlock + m_sizes[k] * size * before;
+        }
+    }
+    m_rowShares.threads = 0; // should an allocation fail
+    m_rowShares.shares = shareWork(parent, work, threads, 1);
+    m_rowShares.threads = threads;
+    return m_rowShares.shares;
 }
 
-template <class T> PanelFactorization<T> FactorPlan<T>::panelTask(OrvelData<T>& data)
+/// Panels take a column's products for their rows and all below.
+template <class T> const WorkShares& FactorPlan<T>::panelShares(unsigned int threads)
 {
-    if (!m_hasPanels) {
-        std::vector<unsigned int> offsets(m_numRows);
-        for (unsigned int r = 1; r < m_numRows; ++r)
-            offsets[r] = offsets[r - 1] + m_sizes[r - 1];
-        m_panels.make(m_sizes, offsets, m_columnStart, m_columnEntries);
-        m_hasPanels = true;
+    if (m_panelShares.threads == threads)
+        return m_panelShares.shares;
+    const std::vector<unsigned int>& panelOf = m_panels.panelOf();
+    std::vector<unsigned int> parent(m_panels.numPanels());
+    std::vector<double> work(m_panels.numPanels(), 0);
+    for (unsigned int k = 0; k < m_numRows; ++k) {
+        const unsigned int panel = panelOf[k];
+        work[panel] += kWorkPerRow;
+        parent[panel] = panel; // unless its last column has a row below
+        double below = 0;
+        for (unsigned int e = m_columnStart[k + 1]; e-- > m_columnStart[k];) {
+            const double size = m_sizes[m_columnEntries[e].row];
+            const unsigned int target = panelOf[m_columnEntries[e].row];
+            below += size;
+            work[target] += m_sizes[k] * size * below;
+            work[panel] += kWorkPerBlock + m_sizes[k] * m_sizes[k] * size;
+            parent[panel] = target;
+        }
     }
-    PanelFactorization<T> task;
-    takeCommon(data, task);
-    m_panels.fill(task);
-    return task;
+    m_panelShares.threads = 0;
+    m_panelShares.shares = shareWork(parent, work, threads, kPanelsAbove);
+    m_panelShares.threads = threads;
+    return m_panelShares.shares;
 }
 
 template class FactorPlan<float>;

@@ -1,32 +1,19 @@
 #include <kyrOrvel/Orvel>
 
 #include "detail/BlockSteps.h"
-#include "detail/FactorPath.h"
-#include "detail/FactorPlan.h"
+#include "detail/FactorFast.h"
 #include "detail/FactorStorage.h"
 #include "detail/PivotBound.h"
+#include "detail/SerialWork.h"
 
 #include <kyrOrvel/DenseKernels>
 
 #include <algorithm>
 #include <cstddef>
-#include <memory>
 
 namespace kyrOrvel {
 
 namespace {
-
-constexpr unsigned long kWorkSlack = 8;
-
-float* getScalarArray(ScratchPad& scratch, unsigned long size, float /*type*/)
-{
-    return scratch.getFloatArray(0, size);
-}
-
-double* getScalarArray(ScratchPad& scratch, unsigned long size, double /*type*/)
-{
-    return scratch.getDoubleArray(0, size);
-}
 
 /// Dense L·D·Lᵀ of the m × m block B in place: unit lower triangle, zeros above, pivots to d.
 template <class T>
@@ -52,23 +39,6 @@ void factorDiagonal(T* B, T* d, const detail::PivotBound<T>& bound, std::size_t 
     }
     for (std::size_t i = 0; i < m; ++i)
         std::fill(B + i * m + i + 1, B + (i + 1) * m, T(0));
-}
-
-template <class T> std::size_t largestSquare(const SparseMatrix<T>& A)
-{
-    std::size_t largest = 0;
-    if (A.blockSizes)
-        for (unsigned int r = 0; r < A.numBlockRows; ++r)
-            largest = std::max<std::size_t>(largest, A.blockSizes[r]);
-    return largest * largest;
-}
-
-/// The scratch array 0 with room for two blocks, zeroed.
-template <class T> T* zeroedWork(OrvelData<T>& data, std::size_t square)
-{
-    T* const work = getScalarArray(data.scratch, 2 * square + kWorkSlack, T());
-    std::fill_n(work, 2 * square + kWorkSlack, T(0));
-    return work;
 }
 
 /// Left-looking block factorization: block row r is finished from the rows before it.
@@ -103,8 +73,8 @@ private:
 
     void prepareWork()
     {
-        const std::size_t square = largestSquare(m_A);
-        m_scaledWork = zeroedWork(m_data, square);
+        const std::size_t square = detail::largestSquare(m_A);
+        m_scaledWork = detail::zeroedWork(m_data, square);
         m_blockWork = m_scaledWork + square;
     }
 
@@ -183,39 +153,22 @@ private:
     T* m_blockWork = nullptr;  ///< M² elements
 };
 
-/// The same factorization by rows or by panels, 2 to 10 times as fast. False, nothing done, if the
-/// system is none for them.
-template <class T> bool factorFast(OrvelData<T>& data)
-{
-    const detail::FactorFunctions<T>* const fast = detail::factorFunctions<T>();
-    if (!fast)
-        return false;
-    data.factored = 0;
-    if (!data.factorPlan)
-        data.factorPlan = std::make_shared<detail::FactorPlan<T>>();
-    detail::FactorPlan<T>& plan = *data.factorPlan;
-    if (!plan.prepare(data))
-        return false;
-    zeroedWork(data, largestSquare(data.matrix));
-    plan.layOutFactors(data);
-    detail::sizePivots(data);
-    if (plan.goesByRows())
-        fast->factorRows(plan.rowTask(data));
-    else
-        fast->factorPanels(plan.panelTask(data));
-    data.factored = 1;
-    return true;
-}
-
 } // namespace
 
 template <class T> void Orvel::factorSerial(OrvelData<T>& data)
 {
-    if (!factorFast(data))
+    factorParallel(data, 1);
+}
+
+template <class T> void Orvel::factorParallel(OrvelData<T>& data, unsigned int threads)
+{
+    if (!detail::factorFast(data, threads))
         SerialFactorization<T>(data).run();
 }
 
 template void Orvel::factorSerial<float>(OrvelData<float>&);
 template void Orvel::factorSerial<double>(OrvelData<double>&);
+template void Orvel::factorParallel<float>(OrvelData<float>&, unsigned int);
+template void Orvel::factorParallel<double>(OrvelData<double>&, unsigned int);
 
 } // namespace kyrOrvel

@@ -110,26 +110,34 @@ void PanelPlan<T>::makeRoom(const std::vector<unsigned int>& sizes,
         for (unsigned int s = m_sourceStart[p]; s < m_sourceStart[p + 1]; ++s)
             packed = std::max(packed, widthOf(m_sources[s].panel) * width);
     }
-    m_position.resize(sizes.size());
-    m_packedAt.resize(std::size_t(columns) + 1);
-    m_panel.resize(panel + kSpareScalars);
-    m_triangle.resize(widest * widest + kSpareScalars);
-    m_packed.resize(packed + kSpareScalars);
-    m_lanes.resize(kLanes * *std::max_element(sizes.begin(), sizes.end()));
+    m_rooms.resize(1);
+    Room& room = m_rooms.front();
+    room.position.resize(sizes.size());
+    room.packedAt.resize(std::size_t(columns) + 1);
+    room.panel.resize(panel + kSpareScalars);
+    room.triangle.resize(widest * widest + kSpareScalars);
+    room.packed.resize(packed + kSpareScalars);
+    room.lanes.resize(kLanes * *std::max_element(sizes.begin(), sizes.end()));
 }
 
-template <class T> void PanelPlan<T>::fill(PanelFactorization<T>& task)
+template <class T> void PanelPlan<T>::makeRoomFor(unsigned int threads)
 {
-    task.numPanels = static_cast<unsigned int>(m_panelStart.size()) - 1;
+    while (m_rooms.size() < threads)
+        m_rooms.push_back(Room(m_rooms.front()));
+}
+
+template <class T> void PanelPlan<T>::fill(PanelFactorization<T>& task, unsigned int thread)
+{
+    Room& room = m_rooms[thread];
     task.panelStart = m_panelStart.data();
     task.sourceStart = m_sourceStart.data();
     task.sources = m_sources.data();
-    task.position = m_position.data();
-    task.packedAt = m_packedAt.data();
-    task.panel = m_panel.data();
-    task.triangle = m_triangle.data();
-    task.packed = m_packed.data();
-    task.lanes = m_lanes.data();
+    task.position = room.position.data();
+    task.packedAt = room.packedAt.data();
+    task.panel = room.panel.data();
+    task.triangle = room.triangle.data();
+    task.packed = room.packed.data();
+    task.lanes = room.lanes.data();
 }
 
 template class PanelPlan<float>;

@@ -15,17 +15,23 @@ public:
 
     void run()
     {
-        for (unsigned int panel = 0; panel < m.numPanels; ++panel) {
+        for (unsigned int u = 0; u < m.numUnits; ++u) {
+            const unsigned int panel = m.units[u];
             enter(panel);
             load();
-            for (unsigned int s = m.sourceStart[panel]; s < m.sourceStart[panel + 1]; ++s)
+            for (unsigned int s = m.sourceStart[panel]; s < m.sourceStart[panel + 1]; ++s) {
+                if (m.finished)
+                    waitUntilSet(m.finished[m.sources[s].panel]);
                 subtract(m.sources[s]);
+            }
             for (unsigned int c = m_first; c < m_end; ++c) {
                 finishRow(c, m.rowStart[c + 1] - 1 - (c - m_first));
                 finishDiagonal(c);
             }
             for (unsigned int e = m_below; e < m_lastEntry; ++e)
                 finishRow(m.columnEntries[e].row, m.columnEntries[e].slot);
+            if (m.finished)
+                __atomic_store_n(m.finished + panel, 1, __ATOMIC_RELEASE);
         }
     }
 

@@ -3,6 +3,7 @@
 
 #include "FactorTasks.h"
 #include "PanelPlan.h"
+#include "WorkShares.h"
 
 #include <kyrOrvel/Orvel>
 
@@ -27,9 +28,14 @@ public:
     /// then all blocks will be overwritten, and only what is beyond them is cleared.
     void layOutFactors(OrvelData<T>& data);
 
-    // The work, after prepare and layOutFactors.
-    RowFactorization<T> rowTask(OrvelData<T>& data);
-    PanelFactorization<T> panelTask(OrvelData<T>& data);
+    // The work, after prepare and layOutFactors: first all that the threads share, then what each
+    // needs. A task names all units; threads put their shares in place of them.
+    void beginRows(unsigned int threads);
+    void beginPanels(unsigned int threads);
+    RowFactorization<T> rowTask(const OrvelData<T>& data, unsigned int thread);
+    PanelFactorization<T> panelTask(const OrvelData<T>& data, unsigned int thread);
+    const WorkShares& rowShares(unsigned int threads);
+    const WorkShares& panelShares(unsigned int threads);
 
 private:
     bool isSamePattern(const OrvelData<T>& data) const;
@@ -40,6 +46,18 @@ private:
     bool takeInput(const OrvelData<T>& data);
     bool isLaidOut(const SparseMatrix<T>& factor) const;
     void takeCommon(const OrvelData<T>& data, FactorTask<T>& task);
+    void countUnits(unsigned int count);
+
+    /// What a thread works in that goes by rows.
+    struct RowRoom {
+        std::vector<unsigned int> workAt;
+        std::vector<T> work;
+    };
+
+    struct Shares {
+        unsigned int threads = 0; ///< 0: none are known
+        WorkShares shares;
+    };
 
     bool m_known = false; ///< whether the pattern below is whole
     bool m_usable = false;
@@ -56,11 +74,14 @@ private:
     std::vector<unsigned int> m_columnStart;
     std::vector<ColumnEntry> m_columnEntries;
     std::vector<const T*> m_input;
+    std::vector<unsigned int> m_units; ///< all rows, or panels, in their order
     std::vector<unsigned int> m_done;
-    std::vector<unsigned int> m_workAt;
-    std::vector<T> m_work;
+    std::vector<RowRoom> m_rowRooms; ///< per thread
     std::vector<T> m_reciprocals;
     PanelPlan<T> m_panels;
+    std::vector<unsigned char> m_finished; ///< per panel
+    Shares m_rowShares;
+    Shares m_panelShares;
 };
 
 } // namespace detail

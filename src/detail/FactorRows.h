@@ -136,7 +136,8 @@ private:
 
 template <class T> void factorRows(const RowFactorization<T>& task)
 {
-    for (unsigned int r = 0; r < task.numRows; ++r) {
+    for (unsigned int u = 0; u < task.numUnits; ++u) {
+        const unsigned int r = task.units[u];
         if (task.sizes[r] <= 4)
             RowFactorizer<T, 4>(task, r).run();
         else

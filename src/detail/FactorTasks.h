@@ -29,6 +29,8 @@ template <class T> struct PivotBounds {
 /// The pattern of L is closed under elimination, rows ascend and end with their diagonal, and every
 /// block of the input is in the pattern.
 template <class T> struct FactorTask {
+    const unsigned int* units; ///< the rows or panels to factor, ascending
+    unsigned int numUnits;
     const unsigned int* rowStart; ///< of L
     const unsigned int* sizes;
     const unsigned int* offsets;
@@ -43,9 +45,9 @@ template <class T> struct FactorTask {
     const ColumnEntry* columnEntries;
 };
 
-/// A factorization row by row; no block is larger than kMaxRowBlock.
+/// A factorization row by row; no block is larger than kMaxRowBlock. Of rows that are factored
+/// elsewhere at the same time, none is below or above another in the elimination tree.
 template <class T> struct RowFactorization : FactorTask<T> {
-    unsigned int numRows;
     const unsigned int* columns; ///< of L, per slot
     unsigned int* done;          ///< per block column: entries in finished rows; zero at the start
     unsigned int* workAt; ///< per block column: where its block of the row at hand is in `work`
@@ -67,7 +69,7 @@ struct PanelSource {
 /// A factorization panel by panel. The block columns of a panel have the same rows, but for those
 /// that have become columns: blocks side by side in a row are neighbours in its slots.
 template <class T> struct PanelFactorization : FactorTask<T> {
-    unsigned int numPanels;
+    unsigned char* finished; ///< per panel, for those of other threads; or null, all are at hand
     const unsigned int* panelStart;  ///< block columns; one more than panels
     const unsigned int* sourceStart; ///< per panel: its sources, panels ascending
     const PanelSource* sources;
@@ -78,6 +80,9 @@ template <class T> struct PanelFactorization : FactorTask<T> {
     T* packed;   ///< the most columns of a source times those of a panel, and kSpareScalars
     T* lanes;    ///< the largest block, 8 lanes for each of its columns
 };
+
+/// Returns when another thread has set a flag; what it wrote before can be read then.
+void waitUntilSet(const unsigned char& flag);
 
 /// A block of a front, and the factor's block that changes it.
 template <class T> struct FrontTarget {

@@ -10,8 +10,8 @@ namespace kyrOrvel {
 namespace detail {
 
 /// The panels of a factor pattern, and what each takes from which; with the arrays that the
-/// factorization panel by panel works in. O(blocks) of lists; the arrays hold one panel, and the
-/// square of its width twice.
+/// factorization panel by panel works in. O(blocks) of lists; the arrays hold, per thread, one
+/// panel, the square of its width twice, and a word for each block row.
 template <class T> class PanelPlan {
 public:
     /// @param offsets        per block: its first scalar
@@ -20,8 +20,14 @@ public:
               const std::vector<unsigned int>& columnStart,
               const std::vector<ColumnEntry>& columnEntries);
 
-    /// Sets the members of a task that the plan owns.
-    void fill(PanelFactorization<T>& task);
+    /// Makes arrays for that many threads.
+    void makeRoomFor(unsigned int threads);
+
+    /// Sets the members of a task that the plan owns, for one of the threads.
+    void fill(PanelFactorization<T>& task, unsigned int thread);
+
+    unsigned int numPanels() const { return static_cast<unsigned int>(m_panelStart.size()) - 1; }
+    const std::vector<unsigned int>& panelOf() const { return m_panelOf; } ///< per block column
 
 private:
     void findPanels(const std::vector<unsigned int>& sizes,
@@ -37,12 +43,17 @@ private:
     std::vector<unsigned int> m_panelOf; ///< per block column
     std::vector<unsigned int> m_sourceStart;
     std::vector<PanelSource> m_sources;
-    std::vector<unsigned int> m_position;
-    std::vector<unsigned int> m_packedAt;
-    std::vector<T> m_panel;
-    std::vector<T> m_triangle;
-    std::vector<T> m_packed;
-    std::vector<T> m_lanes;
+
+    /// What a thread works in.
+    struct Room {
+        std::vector<unsigned int> position;
+        std::vector<unsigned int> packedAt;
+        std::vector<T> panel;
+        std::vector<T> triangle;
+        std::vector<T> packed;
+        std::vector<T> lanes;
+    };
+    std::vector<Room> m_rooms; ///< per thread
 };
 
 } // namespace detail

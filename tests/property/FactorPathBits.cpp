@@ -51,6 +51,16 @@ protected:
         }
     }
 
+    static void expectPlainBits(const System<T>& system)
+    {
+        const auto expected = support::plainFactor(system);
+        forEachPath([&] {
+            const auto data = support::makeData(system);
+            Orvel::factorSerial(*data);
+            ASSERT_TRUE(support::sameFactors(*data, expected));
+        });
+    }
+
     /// Closed patterns with blocks of up to 8 scalars and values that are hard now and then.
     static System<T> system(Random& random)
     {
@@ -89,12 +99,7 @@ TYPED_TEST(FactorPathBits, EqualThePlainFactorization)
         SCOPED_TRACE(seed);
         Random random(seed);
         const System<TypeParam> system = this->system(random);
-        const auto expected = support::plainFactor(system);
-        this->forEachPath([&] {
-            const auto data = support::makeData(system);
-            Orvel::factorSerial(*data);
-            ASSERT_TRUE(support::sameFactors(*data, expected));
-        });
+        this->expectPlainBits(system);
         if (this->HasFatalFailure())
             return;
     }
@@ -110,12 +115,7 @@ TYPED_TEST(FactorPathBits, EqualThePlainFactorizationWithLargeBlocks)
                                          ? support::Sizes{0, 1, 3, 6, 9, 10, 11, 12, 13}
                                          : support::Sizes{3, 7, 8, 9, 16, 17, 23, 24, 31, 40};
         const System<TypeParam> system = this->system(random, random.integer(1, 16), kinds);
-        const auto expected = support::plainFactor(system);
-        this->forEachPath([&] {
-            const auto data = support::makeData(system);
-            Orvel::factorSerial(*data);
-            ASSERT_TRUE(support::sameFactors(*data, expected));
-        });
+        this->expectPlainBits(system);
         if (this->HasFatalFailure())
             return;
     }
@@ -127,12 +127,7 @@ TYPED_TEST(FactorPathBits, EqualThePlainFactorizationWithBlocksWiderThanAPanel)
         SCOPED_TRACE(size);
         Random random(size);
         const System<TypeParam> system = this->system(random, 3, {6, size});
-        const auto expected = support::plainFactor(system);
-        this->forEachPath([&] {
-            const auto data = support::makeData(system);
-            Orvel::factorSerial(*data);
-            ASSERT_TRUE(support::sameFactors(*data, expected));
-        });
+        this->expectPlainBits(system);
     }
 }
 
@@ -145,12 +140,7 @@ TYPED_TEST(FactorPathBits, EqualThePlainFactorizationOfADenseMatrixOfManyPanels)
         for (unsigned int c = 0; c <= r; ++c)
             system.factorRows[r].push_back(c);
     }
-    const auto expected = support::plainFactor(system);
-    this->forEachPath([&] {
-        const auto data = support::makeData(system);
-        Orvel::factorSerial(*data);
-        EXPECT_TRUE(support::sameFactors(*data, expected));
-    });
+    this->expectPlainBits(system);
 }
 
 TYPED_TEST(FactorPathBits, KeepPivotsToBoundsAsThePlainOneDoes)
@@ -224,12 +214,7 @@ TYPED_TEST(FactorPathBits, PatternThatIsNotClosedIsTakenAsItIs)
     System<TypeParam> system =
         support::scalarSystem<TypeParam>({"X", "X X", "X . X"}, {{2}, {1, 3}, {1, 0, 5}});
     system.factorRows = system.rows;
-    const auto expected = support::plainFactor(system);
-    this->forEachPath([&] {
-        const auto data = support::makeData(system);
-        Orvel::factorSerial(*data);
-        EXPECT_TRUE(support::sameFactors(*data, expected));
-    });
+    this->expectPlainBits(system);
 }
 
 TYPED_TEST(FactorPathBits, ValuesLeftInTheFactorsDoNotMatter)
