@@ -34,7 +34,8 @@ function(kyrorvel_run line expected)
 endfunction()
 
 # A block without project() is one of a project with one program from the document. A block that
-# finds kyrOrvel is built and the program run; one that adds its folder is only configured.
+# finds kyrOrvel is built and the program run; one that adds its folder, or fetches it, is only
+# configured. A block without add_executable() is given a program.
 function(kyrorvel_configure line block source build)
     set(folder "${work}/project-${line}")
     file(MAKE_DIRECTORY "${folder}")
@@ -53,9 +54,14 @@ function(kyrorvel_configure line block source build)
     endif()
     set(program "${CMAKE_MATCH_1}")
     file(COPY_FILE "${source}" "${folder}/${CMAKE_MATCH_2}")
-    if(text MATCHES "add_subdirectory\\((kyrOrvel)")
-        file(CREATE_LINK "${root}" "${folder}/kyrOrvel" SYMBOLIC)
-        _run_command(${line} "${CMAKE_COMMAND}" -S "${folder}" -B "${folder}/build" -G Ninja)
+    if(text MATCHES "add_subdirectory\\(([^ )]*kyrOrvel)|FetchContent")
+        if(CMAKE_MATCH_1)
+            get_filename_component(parent "${folder}/${CMAKE_MATCH_1}" DIRECTORY)
+            file(MAKE_DIRECTORY "${parent}")
+            file(CREATE_LINK "${root}" "${folder}/${CMAKE_MATCH_1}" SYMBOLIC)
+        endif()
+        _run_command(${line} "${CMAKE_COMMAND}" -S "${folder}" -B "${folder}/build" -G Ninja
+            "-DFETCHCONTENT_SOURCE_DIR_KYRORVEL=${root}")
     else()
         _run_command(${line} "${CMAKE_COMMAND}" --install "${build}" --prefix "${work}/prefix")
         _run_command(${line} "${CMAKE_COMMAND}" -S "${folder}" -B "${folder}/build" -G Ninja
