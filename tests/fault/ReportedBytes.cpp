@@ -27,15 +27,15 @@ struct Bytes {
     double held = 0;
 };
 
-template <class T> Bytes bytesOf(const BlockMatrix<T>& A, const std::vector<T>& b, unsigned threads)
+template <class T>
+Bytes bytesOf(const BlockMatrix<T>& A, const std::vector<T>& b,
+              Factorization factorization = Factorization::Serial)
 {
     std::vector<T> x(b.size());
     const std::size_t before = support::liveBytes();
     BlockLDLT<T> solver;
-    if (threads > 1) {
-        solver.setThreads(threads);
-        solver.setFactorization(Factorization::Multifrontal);
-    }
+    solver.setThreads(2);
+    solver.setFactorization(factorization);
     Bytes bytes;
     EXPECT_TRUE(solver.analyzePattern(A).ok());
     bytes.foretold = double(solver.statistics().bytes);
@@ -54,9 +54,10 @@ void expectForetold(const Bytes& bytes)
 
 void expectForetold(const kyrOrvel::client::Scene& scene)
 {
-    for (const unsigned int threads : {1u, 2u}) {
-        SCOPED_TRACE(threads);
-        expectForetold(bytesOf(scene.matrix, scene.rightHandSide, threads));
+    for (const Factorization factorization :
+         {Factorization::Serial, Factorization::Multifrontal, Factorization::Parallel}) {
+        SCOPED_TRACE(int(factorization));
+        expectForetold(bytesOf(scene.matrix, scene.rightHandSide, factorization));
     }
 }
 
@@ -80,7 +81,7 @@ TEST(ReportedBytes, OfManyTinyBlocks)
     support::Random random(4);
     const auto A = support::randomSpd<double>(random, 1000, 0.003, 1, 1);
 
-    expectForetold(bytesOf(A, random.scalars<double>(A.dimension()), 1));
+    expectForetold(bytesOf(A, random.scalars<double>(A.dimension())));
 }
 
 TEST(ReportedBytes, OfSinglePrecision)
@@ -88,7 +89,7 @@ TEST(ReportedBytes, OfSinglePrecision)
     support::Random random(4);
     const auto A = support::randomSpd<float>(random, 200, 0.03, 4, 6);
 
-    expectForetold(bytesOf(A, random.scalars<float>(A.dimension()), 1));
+    expectForetold(bytesOf(A, random.scalars<float>(A.dimension())));
 }
 
 TEST(ReportedBytes, OfOneLargeBlock)
@@ -96,7 +97,7 @@ TEST(ReportedBytes, OfOneLargeBlock)
     support::Random random(4);
     const auto A = support::randomSpd<double>(random, 1, 0, 200, 200);
 
-    expectForetold(bytesOf(A, random.scalars<double>(A.dimension()), 1));
+    expectForetold(bytesOf(A, random.scalars<double>(A.dimension())));
 }
 
 } // namespace

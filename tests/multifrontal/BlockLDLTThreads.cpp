@@ -272,7 +272,7 @@ BlockMatrix<double> treeOfBlocks(unsigned int blocks, unsigned int size)
     return A;
 }
 
-TEST(BlockLDLTThreads, AutomaticIsMultifrontalWhereThatIsShorter)
+TEST(BlockLDLTThreads, AutomaticTakesThreadsWhereTheTreeBranches)
 {
     const BlockMatrix<double> A = treeOfBlocks(127, 24);
     BlockLDLT<double> solver;
@@ -280,22 +280,52 @@ TEST(BlockLDLTThreads, AutomaticIsMultifrontalWhereThatIsShorter)
 
     ASSERT_TRUE(solver.analyzePattern(A).ok());
 
-    EXPECT_TRUE(solver.analysis().multifrontal);
+    EXPECT_FALSE(solver.analysis().multifrontal);
     EXPECT_EQ(solver.analysis().threads, 4u);
     EXPECT_GE(solver.analysis().makespan * 4, solver.analysis().work);
     EXPECT_LT(solver.analysis().makespan, solver.analysis().work);
 }
 
-// The serial factorization goes row by row there, several times as fast as the multifrontal one.
-TEST(BlockLDLTThreads, AutomaticIsSerialWhereBlocksAreSmallAndThreadsFew)
+TEST(BlockLDLTThreads, AutomaticIsSerialWhereTheTreeDoesNotBranch)
 {
-    const Scene scene = kyrOrvel::client::makeLattice(9);
+    BlockMatrix<double> A(std::vector<unsigned int>(60, 24));
+    for (unsigned int b = 0; b < 60; ++b) {
+        for (unsigned int i = 0; i < 24; ++i)
+            A.block(b, b)[i * 25] = 4;
+        if (b > 0)
+            A.block(b, b - 1)[0] = 1;
+    }
     BlockLDLT<double> solver;
-    ASSERT_TRUE(solver.setThreads(2).ok());
+    ASSERT_TRUE(solver.setThreads(4).ok());
+    solver.setOrdering(kyrOrvel::client::Ordering::Natural);
 
-    ASSERT_TRUE(solver.analyzePattern(scene.matrix).ok());
+    ASSERT_TRUE(solver.analyzePattern(A).ok());
 
-    EXPECT_FALSE(solver.analysis().multifrontal);
+    EXPECT_EQ(solver.analysis().threads, 1u);
+}
+
+TEST(BlockLDLTThreads, OnlyMultifrontalHasOtherBitsThanSerial)
+{
+    for (const auto& [name, scene] : scenes()) {
+        BlockLDLT<double> serial;
+        serial.setFactorization(Factorization::Serial);
+        const std::vector<double> expected = solved(serial, scene.matrix, scene.rightHandSide);
+        for (const Factorization factorization :
+             {Factorization::Automatic, Factorization::Parallel})
+            for (const unsigned int threads : kThreads) {
+                SCOPED_TRACE(name + " on " + std::to_string(threads));
+                BlockLDLT<double> solver;
+                ASSERT_TRUE(solver.setThreads(threads).ok());
+                solver.setFactorization(factorization);
+
+                const std::vector<double> x = solved(solver, scene.matrix, scene.rightHandSide);
+
+                EXPECT_TRUE(support::sameBits(x.data(), expected.data(), x.size()));
+                if (factorization == Factorization::Parallel) {
+                    EXPECT_EQ(solver.analysis().threads, threads);
+                }
+            }
+    }
 }
 
 TEST(BlockLDLTThreads, SerialStaysSerialWhateverTheThreads)

@@ -83,7 +83,7 @@ template <class T> void readSettings(ByteReader& in, SolverSettings<T>& settings
     if (settings.threads == 0)
         in.fail("the number of threads is 0");
     settings.factorization = static_cast<Factorization>(
-        in.choice(static_cast<std::uint32_t>(Factorization::Multifrontal), "the factorization"));
+        in.choice(static_cast<std::uint32_t>(Factorization::Parallel), "the factorization"));
     settings.waiting = static_cast<Waiting>(
         in.choice(static_cast<std::uint32_t>(Waiting::Spinning), "the way of waiting"));
     settings.ordering = static_cast<Ordering>(

@@ -22,13 +22,13 @@ Status tooLarge(const std::string& what, std::uint64_t count, std::uint64_t limi
             kNone, kNone};
 }
 
-// The choice between serial and multifrontal, in the schedule's units of a third of a nanosecond.
+// The choice between one thread and several, in a schedule's units of a third of a nanosecond.
 
 /// About half a millisecond on one thread. Below it the hand-over costs more than threads bring.
 constexpr std::uint64_t kLeastWork = 1500000;
 
-/// What the serial factorization takes of the multifrontal one's time on one thread: 0.3 to 0.7 on
-/// heaps, nets, lattices and pose graphs.
+/// What the serial factorization, and the same on threads, take of the multifrontal one's time: 0.3
+/// to 0.7 on heaps, nets, lattices and pose graphs.
 constexpr double kSerialShare = 0.5;
 
 /// Up to this size blocks are factored in panels that are small beside the factors.
@@ -37,17 +37,12 @@ constexpr unsigned int kSmallBlock = 8;
 /// To wake sleeping workers and to be woken by them.
 constexpr double kForkAndJoin = 180000;
 
-/// To clear a scalar of both factors and the fronts, which no further thread makes faster.
-constexpr double kPerScalar = 6;
-
-/// Whether a schedule is expected to beat one thread clearly.
-bool pays(const TreeMapping& mapping, std::uint64_t factorScalars)
+/// Whether threads are expected to beat one clearly.
+bool pays(const TreeMapping& mapping)
 {
-    const auto work = static_cast<double>(mapping.totalWork);
-    const double clearing = kPerScalar * static_cast<double>(factorScalars);
-    const double serial = kSerialShare * work;
-    const double onThreads = static_cast<double>(mapping.makespan) + kForkAndJoin + clearing;
-    return mapping.totalWork >= kLeastWork && onThreads < 0.9 * serial;
+    const double serial = kSerialShare * static_cast<double>(mapping.totalWork);
+    const double parallel = kSerialShare * static_cast<double>(mapping.makespan) + kForkAndJoin;
+    return mapping.totalWork >= kLeastWork && parallel < 0.9 * serial;
 }
 
 } // namespace
@@ -151,7 +146,7 @@ Status AnalyzedSystem<T>::buildStructure(const BlockMatrix<T>& A, OrderingResult
     if (counts.scalars + kValueSlack > kMaxCount)
         return tooLarge("the factor", counts.scalars, kMaxCount);
     structure.fill(data.factorRowStart, data.factorColumns, data.columnPattern);
-    Status result = planThreads(sizes, counts.scalars);
+    Status result = planThreads(sizes);
     if (!result.ok())
         return result;
     compliant = false;
@@ -164,10 +159,8 @@ Status AnalyzedSystem<T>::buildStructure(const BlockMatrix<T>& A, OrderingResult
     return {};
 }
 
-/// Decides between serial and multifrontal, and builds the schedule for the latter.
-template <class T>
-Status AnalyzedSystem<T>::planThreads(const std::vector<unsigned int>& sizes,
-                                      std::uint64_t factorScalars)
+/// Decides how many threads factor, and builds the schedule if they are to go by one.
+template <class T> Status AnalyzedSystem<T>::planThreads(const std::vector<unsigned int>& sizes)
 {
     analysis.multifrontal = false;
     analysis.threads = 1;
@@ -182,7 +175,10 @@ Status AnalyzedSystem<T>::planThreads(const std::vector<unsigned int>& sizes,
         mapTree(data.eliminationTree, workPerNode(data.columnPattern, sizes), settings.threads);
     analysis.work = mapping.totalWork;
     analysis.makespan = mapping.makespan;
-    if (settings.factorization == Factorization::Automatic && !pays(mapping, factorScalars))
+    if (settings.factorization == Factorization::Automatic && !pays(mapping))
+        return {};
+    analysis.threads = settings.threads;
+    if (settings.factorization != Factorization::Multifrontal)
         return {};
     const SyncMode mode =
         settings.waiting == Waiting::Spinning ? SyncMode::Spinning : SyncMode::Blocking;
@@ -190,7 +186,6 @@ Status AnalyzedSystem<T>::planThreads(const std::vector<unsigned int>& sizes,
     if (!result.ok())
         return result;
     analysis.multifrontal = true;
-    analysis.threads = settings.threads;
     data.useMultifrontal = 1;
     data.numThreads = settings.threads;
     return {};
@@ -218,7 +213,8 @@ std::uint64_t AnalyzedSystem<T>::countBytes(const BlockMatrix<T>& A,
     const std::uint64_t plan =
         analysis.multifrontal ? 0
                               : counts.blocks * (3 * kWord + 2 * sizeof(void*)) + n * 6 * kWord +
-                                    A.dimension() * sizeof(T) + largestPanel() * sizeof(T);
+                                    A.dimension() * sizeof(T) +
+                                    analysis.threads * (n * kWord + largestPanel() * sizeof(T));
     return plan + factors + matrix + structure + work + kVectors * A.dimension() * sizeof(T) +
            m_schedule.bytes();
 }

@@ -174,7 +174,7 @@ template <class T> PivotFailure<T> BlockLDLT<T>::Impl::factorOnce()
             trace->threads.assign(system().analysis.threads, {});
         Orvel::factorMF(d);
     } else {
-        Orvel::factorSerial(d);
+        Orvel::factorParallel(d, system().analysis.threads);
     }
     if (d.pivotBounds)
         return pivotCheck.runBounded(d);
