@@ -9,9 +9,9 @@ namespace bulletjoints {
 namespace {
 
 constexpr int kWidth = 1200;
-constexpr int kHeight = 740;
-constexpr double kColumn = 390; ///< from one scene to the next
-constexpr double kLeft = 70;
+constexpr int kHeight = 724;
+constexpr double kColumn = 385; ///< from one scene to the next
+constexpr double kLeft = 84;
 constexpr double kPanelWidth = 300;
 constexpr double kPanelHeight = 230;
 constexpr double kSmallest = 1e-7; ///< metres; what is less is rounding in float
@@ -74,7 +74,7 @@ Axis driftAxis(const Results& results)
     double high = 1e-3;
     for (const Result& result : results.scenes)
         for (const Run& run : result.runs) {
-            low = std::min(low, run.rmsDrift() / 3);
+            low = std::min(low, run.medianDrift() / 3);
             high = std::max(high, run.largestDrift());
         }
     return {decadeBelow(std::max(low, kSmallest)), decadeAbove(high), 0, 0, true};
@@ -123,7 +123,7 @@ void drawCost(Paper& paper, const Results& results, const Result& result, double
     for (std::size_t m = 0; m < result.runs.size(); ++m) {
         const Run& run = result.runs[m];
         const double x = panel.x.place(run.medianMilliseconds);
-        const double y = panel.y.place(run.rmsDrift());
+        const double y = panel.y.place(run.medianDrift());
         const bool last = m + 1 == result.runs.size();
         paper.circle(x, y, last ? 7 : 5, kMethodColours[m]);
         char text[64];
@@ -160,15 +160,16 @@ bool drawCurves(const Results& results, const std::string& path)
     for (const Result& result : results.scenes) {
         paper.text(left, 92, result.scene.title, 14, Align::Left, kInk, true);
         drawOverTime(paper, results, result, left, 104);
-        drawCost(paper, results, result, left, 430);
+        drawCost(paper, results, result, left, 416);
         left += kColumn;
     }
-    paper.textUpwards(16, 104 + kPanelHeight / 2, "RMS joint drift");
-    paper.textUpwards(16, 430 + kPanelHeight / 2, "RMS joint drift, whole run");
-    paper.text(kLeft, kHeight - 14,
-               "Above: after each step. Below: the same over the whole run, against what a step "
-               "costs; lower left is better.",
-               12, Align::Left, kGrey);
+    paper.textUpwards(18, 104 + kPanelHeight / 2, "RMS joint drift");
+    paper.textUpwards(18, 416 + kPanelHeight / 2, "median of it over the run");
+    paper.text(
+        kLeft, kHeight - 14,
+        "Above: root mean square over all joints, after each step. Below: its median over the "
+        "run, against what a step costs; lower left is better.",
+        12, Align::Left, kGrey);
     return paper.save(path);
 }
 

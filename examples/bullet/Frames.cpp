@@ -10,13 +10,13 @@ namespace bulletjoints {
 namespace {
 
 constexpr int kWidth = 1200;
-constexpr int kHeight = 800;
+constexpr int kHeight = 700;
 constexpr double kColumn = 395;
 constexpr double kLeft = 20;
-constexpr double kTop = 84;
+constexpr double kTop = 108;
 constexpr double kPanelWidth = 370;
-constexpr double kPanelHeight = 320;
-constexpr double kRow = 360;
+constexpr double kPanelHeight = 270;
+constexpr double kRow = 304;
 constexpr double kApart = 0.01; ///< metres; a joint further apart is marked
 
 /// Looks along -z, a little from above and from the side, without perspective.
@@ -85,26 +85,35 @@ void drawScale(Paper& paper, const View& view, const SceneView& scene, double le
     paper.text(x, y - 7, text, 11);
 }
 
+/// Where z is whole metres the ground shows a line.
+void drawGround(Paper& paper, const View& view, const SceneView& scene)
+{
+    const auto half = btScalar(scene.width);
+    for (int z = -2; z <= 2; ++z) {
+        const btVector3 from(-half, 0, btScalar(z));
+        const btVector3 to(half, 0, btScalar(z));
+        paper.line(view.x(from), view.y(from), view.x(to), view.y(to), kFaint);
+    }
+}
+
 void drawPanel(Paper& paper, const Result& result, const Run& run, const std::string& method,
                double left, double top)
 {
     const View view(result.scene.view, left, top);
     paper.clip(left, top, kPanelWidth, kPanelHeight);
     if (result.scene.view.ground)
-        paper.line(left, view.y(btVector3(0, 0, 0)), left + kPanelWidth, view.y(btVector3(0, 0, 0)),
-                   kFaint, 2);
+        drawGround(paper, view, result.scene.view);
     drawBones(paper, view, run.frame.bones);
     const int apart = drawGaps(paper, view, run.frame.pins);
     drawScale(paper, view, result.scene.view, left, top);
-    char text[64];
-    std::snprintf(text, sizeof text, "%d of %zu joints apart", apart, run.frame.pins.size());
-    paper.text(left + kPanelWidth - 10, top + kPanelHeight - 28, text, 12, Align::Right,
-               apart > 0 ? kVermilion : kInk);
-    std::snprintf(text, sizeof text, "%.2g ms per step", run.medianMilliseconds);
-    paper.text(left + kPanelWidth - 10, top + kPanelHeight - 10, text, 12, Align::Right);
-    paper.text(left + 10, top + 20, method, 13, Align::Left, kInk, true);
     paper.release();
     paper.frame(left, top, kPanelWidth, kPanelHeight);
+
+    char text[64];
+    std::snprintf(text, sizeof text, "%d of %zu apart, %.2g ms per step", apart,
+                  run.frame.pins.size(), run.medianMilliseconds);
+    paper.text(left, top - 7, method, 12, Align::Left, kInk, true);
+    paper.text(left + kPanelWidth, top - 7, text, 12, Align::Right, apart > 0 ? kVermilion : kInk);
 }
 
 } // namespace
@@ -112,7 +121,8 @@ void drawPanel(Paper& paper, const Result& result, const Run& run, const std::st
 bool drawFrames(const Results& results, const std::string& path)
 {
     Paper paper(kWidth, kHeight);
-    paper.text(kLeft, 28, "The same time, the same scene", 17, Align::Left, kInk, true);
+    paper.text(kLeft, 28, "The same scenes at the same time, with and without direct joints", 17,
+               Align::Left, kInk, true);
     paper.circle(kLeft + 4, 46, 4, kVermilion);
     paper.text(kLeft + 14, 50, "a joint whose two sides are more than 1 cm apart, and the gap", 13);
     double left = kLeft;
@@ -120,10 +130,10 @@ bool drawFrames(const Results& results, const std::string& path)
         char text[128];
         std::snprintf(text, sizeof text, "%s, after %g s", result.scene.title.c_str(),
                       result.scene.frameSeconds);
-        paper.text(left, kTop - 10, text, 13, Align::Left, kInk, true);
+        paper.text(left, kTop - 28, text, 14, Align::Left, kInk, true);
         drawPanel(paper, result, result.runs.front(), results.methods.front().name, left, kTop);
         drawPanel(paper, result, result.runs.back(), results.methods.back().name, left,
-                  kTop + kRow - 20);
+                  kTop + kRow);
         left += kColumn;
     }
     return paper.save(path);

@@ -25,21 +25,21 @@ std::vector<Scene> scenes()
          240,
          5,
          4,
-         {62, -115, 270, 270}},
+         {62, -122, 270, 270}},
         {"bridge",
          "Rope bridge, 60 planks, load",
          [](World& world) { buildBridge(world, 60); },
          240,
          5,
          0.75,
-         {0, -3.5, 9, 6}},
+         {0, -3.9, 8, 4}},
         {"ragdolls",
          "Pile of 30 ragdolls",
          [](World& world) { buildRagdolls(world, 30); },
          60,
          5,
          1.5,
-         {0, 1.2, 6, 4, true}},
+         {0, 0.45, 5.4, 4, true}},
     };
 }
 
@@ -64,9 +64,9 @@ std::vector<Method> turns()
 
 void report(const Scene& scene, const Method& method, const Run& run)
 {
-    std::printf("%-9s %-34s drift max %8s  rms %8s  settled %8s  depth %7s  %6.2f ms per step\n",
+    std::printf("%-9s %-34s drift max %8s  median %8s  settled %8s  depth %7s  %6.2f ms per step\n",
                 scene.name.c_str(), method.name.c_str(), lengthText(run.largestDrift()).c_str(),
-                lengthText(run.rmsDrift()).c_str(), lengthText(run.settledDrift()).c_str(),
+                lengthText(run.medianDrift()).c_str(), lengthText(run.settledDrift()).c_str(),
                 lengthText(run.deepest).c_str(), run.medianMilliseconds);
     if (!run.message.empty())
         std::printf("          redundant, so solved a little softer: %s\n", run.message.c_str());

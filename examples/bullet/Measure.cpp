@@ -81,6 +81,14 @@ double Run::settledDrift() const
     return largestFrom(drift, drift.size() * 3 / 4);
 }
 
+double Run::medianDrift() const
+{
+    std::vector<double> rms;
+    for (const Drift& d : drift)
+        rms.push_back(d.rms);
+    return median(std::move(rms));
+}
+
 double Run::rmsDrift() const
 {
     double sum = 0;

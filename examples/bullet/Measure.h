@@ -61,7 +61,8 @@ struct Run {
 
     double largestDrift() const;
     double settledDrift() const; ///< the largest of the last quarter of the steps
-    double rmsDrift() const;     ///< over all steps
+    double rmsDrift() const;     ///< over all joints and steps
+    double medianDrift() const;  ///< half of the steps have an RMS drift below this
 };
 
 /// Runs a scene; wall-clock times are those of whole steps, collisions included.

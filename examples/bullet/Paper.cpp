@@ -5,17 +5,14 @@ namespace bulletjoints {
 namespace {
 
 constexpr double kTurn = 6.283185307179586;
-constexpr double kScale = 1.5; ///< pixels of the file for one of the sheet
 
 } // namespace
 
 Paper::Paper(int width, int height)
-    : m_surface(
-          cairo_image_surface_create(CAIRO_FORMAT_RGB24, int(kScale * width), int(kScale * height)),
-          cairo_surface_destroy),
+    : m_surface(cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height),
+                cairo_surface_destroy),
       m_context(cairo_create(m_surface.get()), cairo_destroy)
 {
-    cairo_scale(m_context.get(), kScale, kScale);
     cairo_set_source_rgb(m_context.get(), 1, 1, 1);
     cairo_paint(m_context.get());
     cairo_set_line_cap(m_context.get(), CAIRO_LINE_CAP_ROUND);
