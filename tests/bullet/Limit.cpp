@@ -20,6 +20,22 @@ TEST(BulletLimit, AShortChainMovesAsAfterManyIterations)
     EXPECT_LT(distance(bullet, direct), kClose);
 }
 
+TEST(BulletLimit, ATorqueTurnsJoinedBodiesAsAfterManyIterations)
+{
+    BulletWorld bullet(kConverged);
+    DirectWorld direct;
+    bulletjoints::buildChain(bullet, 5, 10);
+    bulletjoints::buildChain(direct, 5, 10);
+    for (bulletjoints::World* world :
+         {static_cast<bulletjoints::World*>(&bullet), static_cast<bulletjoints::World*>(&direct)})
+        for (int i = 0; i < 60; ++i) {
+            world->bodies()[2]->applyTorque(btVector3(3, 2, 1));
+            world->step(kStep);
+        }
+    EXPECT_GT(btFabs(direct.bodies()[2]->getWorldTransform().getOrigin().z()), btScalar(1e-3));
+    EXPECT_LT(distance(bullet, direct), kClose);
+}
+
 void hangSoftly(bulletjoints::World& world)
 {
     btRigidBody* cube = addCube(world, 1, 0);

@@ -23,9 +23,17 @@ TEST(BulletSteps, TheSameSceneTwiceGivesTheSameBits)
 TEST(BulletSteps, AnalyseOnceWhileJointsStayTheSame)
 {
     DirectWorld world;
-    bulletjoints::buildRagdolls(world, 3); // contacts come and go
-    run(world, 120);
+    bulletjoints::buildRagdolls(world, 10); // contacts come and go, and islands with them
+    run(world, 240);
     EXPECT_EQ(world.solver().system().analyses(), 1u);
+}
+
+TEST(BulletSteps, OfJointsAloneTakeOneSolveAndNoIteration)
+{
+    DirectWorld world;
+    bulletjoints::buildChain(world, 5, 1);
+    run(world, 2);
+    EXPECT_EQ(world.solver().m_analyticsData.m_numIterationsUsed, 1); // which finds nothing to do
 }
 
 TEST(BulletSteps, AnalyseAgainWhenAJointIsAdded)
