@@ -27,7 +27,10 @@ struct Panel {
 void decades(Paper& paper, const Panel& panel, bool vertical)
 {
     const Axis& axis = vertical ? panel.y : panel.x;
-    for (double value = axis.low; value <= axis.high * 1.01; value *= 10) {
+    const auto first = static_cast<int>(std::lround(std::log10(axis.low)));
+    const auto last = static_cast<int>(std::lround(std::log10(axis.high)));
+    for (int power = first; power <= last; ++power) {
+        const double value = std::pow(10, power);
         const double at = axis.place(value);
         if (vertical) {
             paper.line(panel.x.from, at, panel.x.to, at, kFaint);
@@ -43,10 +46,10 @@ void decades(Paper& paper, const Panel& panel, bool vertical)
 
 void seconds(Paper& paper, const Panel& panel)
 {
-    for (double value = 0; value <= panel.x.high + 1e-9; value += 1) {
-        const double at = panel.x.place(value);
+    for (int second = 0; second <= static_cast<int>(panel.x.high); ++second) {
+        const double at = panel.x.place(second);
         char text[32];
-        std::snprintf(text, sizeof text, "%g", value);
+        std::snprintf(text, sizeof text, "%d", second);
         paper.line(at, panel.y.from, at, panel.y.to, kFaint);
         paper.text(at, panel.y.from + 16, text, 11, Align::Centre);
     }

@@ -98,8 +98,9 @@ void buildRagdolls(World& world, int ragdolls)
     world.add(world.box(btVector3(20, 1, 20)), 0, ground, true);
     for (int i = 0; i < ragdolls; ++i) {
         // Layers of five in a ring, lying almost flat, each layer turned against the one below.
+        const int layer = i / 5;
         const auto angle = btScalar(i) * btScalar(1.3566);
-        const btVector3 feet(std::cos(angle), btScalar(0.4) + btScalar(0.8) * btScalar(i / 5),
+        const btVector3 feet(std::cos(angle), btScalar(0.4) + btScalar(0.8) * btScalar(layer),
                              std::sin(angle));
         const btQuaternion turn = btQuaternion(btVector3(0, 1, 0), -angle) *
                                   btQuaternion(btVector3(1, 0, 0), btScalar(1.3));
