@@ -45,9 +45,9 @@ std::vector<Scene> scenes()
 
 std::vector<Method> methods()
 {
-    return {{"Bullet, 10 iterations", false, 10},
-            {"Bullet, 50 iterations", false, 50},
-            {"Bullet, 250 iterations", false, 250},
+    return {{"Bullet (10 iterations)", false, 10},
+            {"Bullet (50 iterations)", false, 50},
+            {"Bullet (250 iterations)", false, 250},
             {"direct joints", true, 10}};
 }
 

@@ -1,8 +1,8 @@
 #include "Measure.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
+#include <ctime>
 #include <utility>
 
 namespace bulletjoints {
@@ -99,7 +99,6 @@ double Run::rmsDrift() const
 
 Run measure(const Scene& scene, const Method& method)
 {
-    using Clock = std::chrono::steady_clock;
     std::unique_ptr<btConstraintSolver> solver;
     const DirectJointSolver* direct = nullptr;
     if (method.direct) {
@@ -119,10 +118,9 @@ Run measure(const Scene& scene, const Method& method)
     const int steps = static_cast<int>(std::lround(scene.seconds * scene.rate));
     const int frameStep = static_cast<int>(std::lround(scene.frameSeconds * scene.rate));
     for (int step = 1; step <= steps; ++step) {
-        const Clock::time_point begin = Clock::now();
+        const std::clock_t begin = std::clock();
         world.step(btScalar(1) / btScalar(scene.rate));
-        milliseconds.push_back(
-            std::chrono::duration<double, std::milli>(Clock::now() - begin).count());
+        milliseconds.push_back(1e3 * double(std::clock() - begin) / CLOCKS_PER_SEC);
         run.drift.push_back(world.drift());
         if (2 * step > steps)
             run.deepest = std::max(run.deepest, deepestContact(world));

@@ -65,7 +65,8 @@ struct Run {
     double medianDrift() const;  ///< half of the steps have an RMS drift below this
 };
 
-/// Runs a scene; wall-clock times are those of whole steps, collisions included.
+/// Runs a scene; times are the processor's for whole steps, collisions
+/// included: other programs on the machine count less than in wall-clock times.
 Run measure(const Scene& scene, const Method& method);
 
 } // namespace bulletjoints
