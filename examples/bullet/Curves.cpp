@@ -134,8 +134,8 @@ void drawCost(Paper& paper, const Results& results, const Result& result, double
         const bool right = x < panel.x.to - 80;
         paper.text(right ? x + 10 : x - 10, y + 4, text, 11, right ? Align::Left : Align::Right);
     }
-    paper.text(left + kPanelWidth / 2, top + kPanelHeight + 34, "median processor time per step, ms", 12,
-               Align::Centre);
+    paper.text(left + kPanelWidth / 2, top + kPanelHeight + 34,
+               "median processor time per step, ms", 12, Align::Centre);
 }
 
 void drawLegend(Paper& paper, const Results& results)
