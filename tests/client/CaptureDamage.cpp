@@ -222,7 +222,7 @@ TEST_F(CaptureDamage, SettingsOutOfRangeAreRefused)
     const std::string wrong = "its section 'settings' is wrong: ";
     expectMalformed(with(kSettings, 0, 4, 0), wrong + "the number of threads is 0");
     expectMalformed(with(kSettings, 0, 4, 256), wrong + "the number of threads is 256, beyond 255");
-    expectMalformed(with(kSettings, 4, 4, 3), wrong + "the factorization is 3, beyond 2");
+    expectMalformed(with(kSettings, 4, 4, 4), wrong + "the factorization is 4, beyond 3");
     expectMalformed(with(kSettings, 8, 4, 2), wrong + "the way of waiting is 2, beyond 1");
     expectMalformed(with(kSettings, 12, 4, 7), wrong + "the ordering is 7, beyond 6");
     expectMalformed(with(kSettings, 16, 4, 2), wrong + "the choice of signs is 2, beyond 1");
