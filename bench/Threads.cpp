@@ -1,6 +1,6 @@
-// Multifrontal factorization on threads against one thread: a table per scene, and the cost of
-// waking workers. Arguments: beginnings of scene names, to measure those alone; --timeline FILE
-// draws the last scene measured on two threads as SVG.
+// Factorizations on threads against one thread: a line per scene, and the cost of waking workers.
+// Arguments: beginnings of scene names, to measure those alone; --dissect orders by nested
+// dissection; --timeline FILE draws the last scene's multifrontal run on two threads as SVG.
 
 #include <kyrOrvelClient/BlockLDLT>
 #include <kyrOrvelClient/Pictures>
@@ -51,8 +51,10 @@ template <class Step> double medianOf(Step step, std::size_t runs)
 }
 
 /// Prepares a solver; the first factorization settles the order of the blocks.
-bool prepare(BlockLDLT<double>& solver, const Scene& scene, Factorization how, unsigned int threads)
+bool prepare(BlockLDLT<double>& solver, const Scene& scene, Ordering ordering, Factorization how,
+             unsigned int threads)
 {
+    solver.setOrdering(ordering);
     solver.setFactorization(how);
     if (solver.setThreads(threads).ok() && solver.compute(scene.matrix).ok())
         return true;
@@ -60,38 +62,43 @@ bool prepare(BlockLDLT<double>& solver, const Scene& scene, Factorization how, u
     return false;
 }
 
-double boundFor(const Scene& scene, unsigned int owners)
+double boundFor(const Scene& scene, Ordering ordering, unsigned int owners)
 {
     BlockLDLT<double> solver;
-    if (!prepare(solver, scene, Factorization::Multifrontal, owners))
+    if (!prepare(solver, scene, ordering, Factorization::Multifrontal, owners))
         return 0;
     return static_cast<double>(solver.analysis().work) /
            static_cast<double>(solver.analysis().makespan);
 }
 
-void benchmarkScene(const char* name, const Scene& scene)
+void benchmarkScene(const char* name, const Scene& scene, Ordering ordering)
 {
-    BlockLDLT<double> serial;
-    BlockLDLT<double> one;
-    BlockLDLT<double> two;
-    BlockLDLT<double> automatic;
-    if (!prepare(serial, scene, Factorization::Serial, 1) ||
-        !prepare(one, scene, Factorization::Multifrontal, 1) ||
-        !prepare(two, scene, Factorization::Multifrontal, 2) ||
-        !prepare(automatic, scene, Factorization::Automatic, 2))
-        return;
+    struct Way {
+        Factorization factorization;
+        unsigned int threads;
+        BlockLDLT<double> solver;
+        double least = 1e30; ///< milliseconds
+    };
+    Way ways[5] = {{Factorization::Serial, 1, {}},
+                   {Factorization::Parallel, 2, {}},
+                   {Factorization::Automatic, 2, {}},
+                   {Factorization::Multifrontal, 1, {}},
+                   {Factorization::Multifrontal, 2, {}}};
+    for (Way& way : ways)
+        if (!prepare(way.solver, scene, ordering, way.factorization, way.threads))
+            return;
     // Interleaved, so that a change of the machine's speed meets all alike; the least of each, as
     // whatever else the machine does only ever adds.
-    double times[4] = {1e30, 1e30, 1e30, 1e30};
-    BlockLDLT<double>* const solvers[4] = {&serial, &one, &two, &automatic};
     for (int round = 0; round < kRounds; ++round)
-        for (int s = 0; s < 4; ++s)
-            times[s] = std::min(times[s], leastOf([&] { solvers[s]->factorize(scene.matrix); }));
-    std::printf("%-16s %8zu %9.3f %9.3f %9.3f %6.2f %9.3f %-6s", name, scene.matrix.dimension(),
-                times[0], times[1], times[2], times[1] / times[2], times[3],
-                automatic.analysis().multifrontal ? "mf" : "serial");
+        for (Way& way : ways)
+            way.least = std::min(way.least, leastOf([&] { way.solver.factorize(scene.matrix); }));
+    const auto& [serial, parallel, automatic, one, two] = ways;
+    std::printf("%-16s %8zu %9.3f %9.3f %6.2f %9.3f %4u %9.3f %9.3f %6.2f", name,
+                scene.matrix.dimension(), serial.least, parallel.least,
+                serial.least / parallel.least, automatic.least, automatic.solver.analysis().threads,
+                one.least, two.least, one.least / two.least);
     for (const unsigned int owners : {2u, 4u, 8u, 16u, 32u})
-        std::printf(" %6.2f", boundFor(scene, owners));
+        std::printf(" %6.2f", boundFor(scene, ordering, owners));
     std::printf("\n");
     std::fflush(stdout);
 }
@@ -117,7 +124,7 @@ int writeRun(const char* path, const Scene& scene)
     BlockLDLT<double> solver;
     kyrOrvel::FactorTrace trace;
     solver.setTrace(&trace);
-    if (!prepare(solver, scene, Factorization::Multifrontal, 2) ||
+    if (!prepare(solver, scene, Ordering::Automatic, Factorization::Multifrontal, 2) ||
         !solver.factorize(scene.matrix).ok())
         return 1;
     const Status status = writeTimeline(path, trace);
@@ -141,9 +148,12 @@ const NamedScene kScenes[] = {
     {"net 10", makeNet, 10},
     {"net 30", makeNet, 30},
     {"net 60", makeNet, 60},
+    {"net 100", makeNet, 100},
     {"lattice 6", makeLattice, 6},
     {"lattice 8", makeLattice, 8},
     {"lattice 12", makeLattice, 12},
+    {"pose graph 2500", makePoseGraph, 2500},
+    {"elasticity 12", makeElasticity, 12},
 };
 
 bool isWanted(const std::string& name, const std::vector<std::string>& beginnings)
@@ -158,22 +168,26 @@ bool isWanted(const std::string& name, const std::vector<std::string>& beginning
 int main(int argc, char** argv)
 {
     std::string timeline;
+    Ordering ordering = Ordering::Automatic;
     std::vector<std::string> beginnings;
     for (int i = 1; i < argc; ++i) {
         if (std::string(argv[i]) == "--timeline" && i + 1 < argc)
             timeline = argv[++i];
+        else if (std::string(argv[i]) == "--dissect")
+            ordering = Ordering::NestedDissection;
         else
             beginnings.emplace_back(argv[i]);
     }
     benchmarkForkJoin(1);
     benchmarkForkJoin(2);
-    std::printf("\n%-16s %8s %9s %9s %9s %6s %9s %-6s %s\n", "scene", "scalars", "serial ms",
-                "1 thr ms", "2 thr ms", "gain", "auto ms", "auto",
-                "bound for 2, 4, 8, 16, 32 owners");
+    std::printf("\nfactorization, ms%35s %14s %27s bound for 2, 4, 8, 16, 32 owners\n", "parallel",
+                "automatic", "multifrontal");
+    std::printf("%-16s %8s %9s %9s %6s %9s %4s %9s %9s %6s\n", "scene", "scalars", "1 thread",
+                "2 threads", "gain", "2 threads", "on", "1 thread", "2 threads", "gain");
     const NamedScene* last = nullptr;
     for (const NamedScene& scene : kScenes)
         if (isWanted(scene.name, beginnings)) {
-            benchmarkScene(scene.name, scene.make(scene.size));
+            benchmarkScene(scene.name, scene.make(scene.size), ordering);
             last = &scene;
         }
     return last && !timeline.empty() ? writeRun(timeline.c_str(), last->make(last->size)) : 0;
