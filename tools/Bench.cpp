@@ -1,9 +1,8 @@
 #include "Commands.h"
+#include "Configure.h"
 #include "MatrixInput.h"
-#include "Orderings.h"
 #include "Progress.h"
 #include "Report.h"
-#include "Solution.h"
 
 #include <kyrOrvelClient/BlockLDLT>
 
@@ -11,13 +10,12 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <memory>
 #include <vector>
 
 namespace orvel {
 
 using kyrOrvel::client::BlockLDLT;
-using kyrOrvel::client::Factorization;
-using kyrOrvel::client::Signs;
 using kyrOrvel::client::Status;
 
 namespace {
@@ -54,11 +52,7 @@ void reportTimes(Report& report, const char* key, const char* label, const Times
 template <class T> std::unique_ptr<BlockLDLT<T>> makeSolver(const SolverOptions& options)
 {
     auto solver = std::make_unique<BlockLDLT<T>>();
-    solver->setSigns(Signs::Any);
-    solver->setOrdering(orderingOf(options.ordering));
-    solver->setThreads(options.threads);
-    if (options.threads > 1)
-        solver->setFactorization(Factorization::Multifrontal);
+    configure(*solver, options);
     return solver;
 }
 
@@ -93,7 +87,7 @@ Status measure(const MatrixInput& input, const BenchOptions& options, Report& re
     const Times solve = repeat(share, [&] { solver->solve(b.data(), x.data()); });
     if (!solver->info().ok())
         return solver->info();
-    report.heading(nameOf(options.input));
+    report.heading(input.name);
     reportMatrix(report, input.matrix);
     reportAnalysis(report, solver->analysis());
     report.line("precision", sizeof(T) == sizeof(float) ? "float" : "double", "precision",
@@ -116,23 +110,15 @@ int runBench(const BenchOptions& options)
 {
     MatrixInput input;
     Status status = readInput(options.input, input);
-    if (!status.ok()) {
-        printError(status.message);
-        return kBadInput;
-    }
+    if (!status.ok())
+        return refuse(status.message);
     Report report(options.json);
     {
         const Progress progress("measuring");
         status = options.solver.singlePrecision ? measure<float>(input, options, report)
                                                 : measure<double>(input, options, report);
     }
-    if (status.ok())
-        return kDone;
-    report.detail("input", nameOf(options.input));
-    report.detail("failure", describeStatus(status));
-    report.finish();
-    printError(describeFailure(options.input, input, status));
-    return kNumericalFailure;
+    return status.ok() ? kDone : reportFailure(report, input, status);
 }
 
 } // namespace orvel

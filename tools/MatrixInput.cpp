@@ -8,6 +8,8 @@
 
 namespace orvel {
 
+using kyrOrvel::client::BlockPartition;
+using kyrOrvel::client::ScalarMatrix;
 using kyrOrvel::client::Status;
 
 namespace {
@@ -21,50 +23,69 @@ std::string sidecarOf(const std::string& matrix)
     return std::filesystem::exists(sidecar, ignored) ? sidecar.string() : "";
 }
 
-} // namespace
-
-std::string nameOf(const MatrixOptions& options)
+/// A numerical failure, with the row of the file that it is about.
+std::string describeFailure(const MatrixInput& input, const Status& status)
 {
-    return options.matrix == "-" ? "standard input" : options.matrix;
+    std::string text = input.name + ": " + status.message;
+    // An empty block at the end has no row.
+    if (status.block == kyrOrvel::kNone ||
+        input.matrix.blockOffset(status.block) >= input.partition.rows.size())
+        return text;
+    return text + fmt::format(status.row == kyrOrvel::kNone
+                                  ? " (it begins at row {} of the matrix, counted from 1)"
+                                  : " (row {} of the matrix, counted from 1)",
+                              rowOf(input, status.block, status.row));
 }
+
+} // namespace
 
 Status readInput(const MatrixOptions& options, MatrixInput& input)
 {
     const bool standardInput = options.matrix == "-";
-    const Progress progress("reading " + nameOf(options));
-    Status status = kyrOrvel::client::readMatrixMarket(
-        standardInput ? "/dev/stdin" : options.matrix, input.scalars);
+    input.name = standardInput ? "standard input" : options.matrix;
+    const Progress progress("reading " + input.name);
+    ScalarMatrix scalars;
+    Status status =
+        kyrOrvel::client::readMatrixMarket(standardInput ? "/dev/stdin" : options.matrix, scalars);
     if (!status.ok())
         return status;
     std::string blocks = options.blocks;
     if (blocks.empty() && !options.findBlocks && !standardInput)
         blocks = sidecarOf(options.matrix);
     if (blocks.empty()) {
-        input.partition = kyrOrvel::client::findBlocks(input.scalars);
+        input.partition = kyrOrvel::client::findBlocks(scalars);
         input.blockSource = "found by structure";
     } else {
-        status = kyrOrvel::client::readBlocks(blocks, input.scalars.dimension, input.partition);
+        status = kyrOrvel::client::readBlocks(blocks, scalars.dimension, input.partition);
         if (!status.ok())
             return status;
         input.blockSource = "from " + blocks;
     }
-    input.matrix = kyrOrvel::client::toBlockMatrix(input.scalars, input.partition);
+    input.entries = scalars.entries.size();
+    input.matrix = kyrOrvel::client::toBlockMatrix(scalars, input.partition);
     return {};
 }
 
-std::string describeFailure(const MatrixOptions& options, const MatrixInput& input,
-                            const Status& status)
+void reportInput(Report& report, const MatrixInput& input)
 {
-    std::string text = nameOf(options) + ": " + status.message;
-    if (status.block == kyrOrvel::kNone)
-        return text;
-    const bool wholeBlock = status.row == kyrOrvel::kNone;
-    const std::size_t row = input.matrix.blockOffset(status.block) + (wholeBlock ? 0 : status.row);
-    if (row < input.partition.rows.size())
-        text += fmt::format(wholeBlock ? " (it begins at row {} of the matrix, counted from 1)"
-                                       : " (row {} of the matrix, counted from 1)",
-                            input.partition.rows[row] + 1);
-    return text;
+    report.heading(input.name);
+    reportMatrix(report, input.matrix);
+    report.line("blockSource", input.blockSource, "", "", "blocks " + input.blockSource);
+}
+
+std::size_t rowOf(const MatrixInput& input, unsigned int block, unsigned int row)
+{
+    const std::size_t scalar = input.matrix.blockOffset(block) + (row == kyrOrvel::kNone ? 0 : row);
+    return input.partition.rows[scalar] + std::size_t(1);
+}
+
+int reportFailure(Report& report, const MatrixInput& input, const Status& status)
+{
+    report.detail("input", input.name);
+    report.detail("failure", describeStatus(status));
+    report.finish();
+    printError(describeFailure(input, status));
+    return kNumericalFailure;
 }
 
 } // namespace orvel

@@ -1,6 +1,6 @@
 #include "Commands.h"
+#include "Configure.h"
 #include "MatrixInput.h"
-#include "Orderings.h"
 #include "Report.h"
 #include "draw/Pages.h"
 #include "draw/Utf8.h"
@@ -21,17 +21,10 @@ namespace orvel {
 
 using kyrOrvel::client::BlockLDLT;
 using kyrOrvel::client::Factorization;
-using kyrOrvel::client::Signs;
 using kyrOrvel::client::Status;
 using kyrOrvel::client::StatusCode;
 
 namespace {
-
-int refuse(const std::string& message)
-{
-    printError(message);
-    return kBadInput;
-}
 
 /// Which of the kinds are asked for.
 struct Kinds {
@@ -63,11 +56,12 @@ private:
 Status prepare(const PlotOptions& options, const Kinds& kinds, BlockLDLT<double>& solver,
                PlotSubject& subject)
 {
-    solver.setSigns(Signs::Any); // files come from anywhere
-    solver.setOrdering(orderingOf(options.ordering));
-    solver.setThreads(options.threads);
-    if (options.threads > 1 || kinds.timeline)
-        solver.setFactorization(Factorization::Multifrontal); // the tree gets owners
+    SolverOptions how;
+    how.ordering = options.ordering;
+    how.threads = options.threads;
+    configure(solver, how);
+    if (kinds.timeline)
+        solver.setFactorization(Factorization::Multifrontal); // on one thread, too
     if (!kinds.needFactorization()) {
         subject.analysed = solver.analyzePattern(subject.matrix).ok();
         return solver.info();
@@ -139,7 +133,7 @@ int runPlot(const PlotOptions& options)
         return refuse(status.message);
 
     BlockLDLT<double> solver;
-    PlotSubject subject{printable(std::filesystem::path(options.input.matrix).filename().string()),
+    PlotSubject subject{printable(std::filesystem::path(input.name).filename().string()),
                         input.matrix,
                         solver,
                         false,
@@ -161,8 +155,8 @@ int runPlot(const PlotOptions& options)
         fmt::print("Picture: {}\n", options.output);
     if (status.ok())
         return kDone;
-    printError(describeFailure(options.input, input, status));
-    return kNumericalFailure;
+    Report report(false);
+    return reportFailure(report, input, status);
 }
 
 } // namespace orvel

@@ -65,26 +65,21 @@ Status write(const Capture& smallest, Shrunk& shrunk)
     return status;
 }
 
-int fail(const std::string& message, ExitCode code)
-{
-    printError(message);
-    return code;
-}
-
 /// kDone, or the exit code of what was reported.
 int shrinkTo(const ReplayOptions& options, const Capture& capture, Shrunk& shrunk)
 {
     if (capture.outcome.status.ok())
-        return fail(options.capture + ": the system captured did not fail: nothing to shrink",
-                    kBadInput);
+        return refuse(options.capture + ": the system captured did not fail: nothing to shrink");
     Capture smallest;
     Status status = search(capture, smallest, shrunk.tried);
-    if (!status.ok())
-        return fail(options.capture + ": " + status.message, kNumericalFailure);
+    if (!status.ok()) {
+        printError(options.capture + ": " + status.message);
+        return kNumericalFailure;
+    }
     shrunk.ids = idsOf(smallest);
     shrunk.file = options.shrink;
     status = write(smallest, shrunk);
-    return status.ok() ? kDone : fail(status.message, kBadInput);
+    return status.ok() ? kDone : refuse(status.message);
 }
 
 } // namespace
@@ -94,7 +89,7 @@ int runReplay(const ReplayOptions& options)
     Capture capture;
     const Status status = kyrOrvel::client::readCapture(options.capture, capture);
     if (!status.ok())
-        return fail(status.message, kBadInput);
+        return refuse(status.message);
     const bool shrinks = !options.shrink.empty();
     Shrunk shrunk;
     if (shrinks) {

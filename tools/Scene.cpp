@@ -87,12 +87,6 @@ struct NamedScene {
     Scene scene;
 };
 
-int badInput(const std::string& message)
-{
-    printError(message);
-    return kBadInput;
-}
-
 /// What is wrong with the kind or the sizes, or nothing.
 std::string checkSizes(const SceneOptions& options, const Kind*& kind)
 {
@@ -163,7 +157,7 @@ int printMatrixMarket(const BlockMatrix<double>& A)
     std::string text;
     const Status status = kyrOrvel::client::matrixMarketText(A, text);
     if (!status.ok())
-        return badInput(status.message);
+        return refuse(status.message);
     std::fwrite(text.data(), 1, text.size(), stdout); // failures are seen at the end
     return kDone;
 }
@@ -201,21 +195,21 @@ int runScene(const SceneOptions& options)
     const Kind* kind = nullptr;
     const std::string wrong = checkSizes(options, kind);
     if (!wrong.empty())
-        return badInput(wrong + "; 'orvel scene --help' shows the usage");
+        return refuse(wrong + "; 'orvel scene --help' shows the usage");
     if (options.output == "-" && options.solve)
-        return badInput("--output - leaves no room on standard output for the report of --solve");
+        return refuse("--output - leaves no room on standard output for the report of --solve");
     const Files files = filesOf(options.output == "-" ? "" : options.output);
     if (!files.matrix.empty() &&
         (files.matrix == files.blocks || files.matrix == files.rightHandSide))
-        return badInput(files.matrix +
-                        ": a file beside the matrix has that ending; choose another, as .mtx");
+        return refuse(files.matrix +
+                      ": a file beside the matrix has that ending; choose another, as .mtx");
 
     const auto [name, scene] = makeScene(*kind, options.sizes);
     if (options.output == "-")
         return printMatrixMarket(scene.matrix);
     Status status = writeFiles(files, scene);
     if (!status.ok())
-        return badInput(status.message);
+        return refuse(status.message);
     Solution solution;
     if (options.solve)
         status = computeSolution(scene.matrix, scene.rightHandSide, options.solver, solution);

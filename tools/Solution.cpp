@@ -1,6 +1,6 @@
 #include "Solution.h"
 
-#include "Orderings.h"
+#include "Configure.h"
 #include "Progress.h"
 
 #include <kyrOrvelClient/MixedLDLT>
@@ -13,9 +13,7 @@ namespace orvel {
 
 using kyrOrvel::client::BlockLDLT;
 using kyrOrvel::client::BlockMatrix;
-using kyrOrvel::client::Factorization;
 using kyrOrvel::client::MixedLDLT;
-using kyrOrvel::client::Signs;
 using kyrOrvel::client::Status;
 using kyrOrvel::client::StatusCode;
 
@@ -34,15 +32,6 @@ Status inaccurate(double backwardError)
                     "the trailing blocks a diagonal (a compliance)",
                     backwardError);
     return status;
-}
-
-template <class T> void configure(BlockLDLT<T>& solver, const SolverOptions& options)
-{
-    solver.setSigns(Signs::Any); // matrices come from anywhere
-    solver.setOrdering(orderingOf(options.ordering));
-    solver.setThreads(options.threads);
-    if (options.threads > 1)
-        solver.setFactorization(Factorization::Multifrontal);
 }
 
 Status solveInDouble(const BlockMatrix<double>& A, const std::vector<double>& b,
