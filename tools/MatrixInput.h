@@ -9,16 +9,18 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 namespace orvel {
 
-/// A matrix from a file, by blocks.
+/// A matrix from a file or of a scene, by blocks.
 struct MatrixInput {
-    std::string name;        ///< the file's, or "standard input"
+    std::string name;        ///< the file's, the scene's, or "standard input"
     std::size_t entries = 0; ///< given, of the lower triangle
     kyrOrvel::client::BlockPartition partition;
     kyrOrvel::client::BlockMatrix<double> matrix;
-    std::string blockSource; ///< where the blocks come from, for the report
+    std::string blockSource;           ///< where the blocks come from, for the report
+    std::vector<double> rightHandSide; ///< of a scene, else empty
 };
 
 kyrOrvel::client::Status readInput(const MatrixOptions& options, MatrixInput& input);

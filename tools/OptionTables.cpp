@@ -59,22 +59,34 @@ void addName(CLI::App& command, const char* name, std::string& value, const char
 
 void addMatrix(CLI::App& command, MatrixOptions& options)
 {
-    command
-        .add_option("FILE", options.matrix,
-                    "Matrix Market file: coordinate, real or integer, symmetric; - is "
-                    "standard input")
-        ->type_name("")
-        ->required();
+    CLI::Option* const file = command.add_option("FILE", options.matrix,
+                                                 "Matrix Market file: coordinate, real or "
+                                                 "integer, symmetric; - is standard input");
+    file->type_name("");
     CLI::Option* const blocks =
         command
             .add_option("--blocks", options.blocks,
                         "file with the block sizes; by default FILE with the ending .blocks, if "
                         "there is one")
             ->type_name("FILE");
-    command
-        .add_flag("--find-blocks", options.findBlocks,
-                  "find blocks by structure even if there is such a file")
-        ->excludes(blocks);
+    CLI::Option* const find = command
+                                  .add_flag("--find-blocks", options.findBlocks,
+                                            "find blocks by structure even if there is such a file")
+                                  ->excludes(blocks);
+    CLI::Option* const scene =
+        command
+            .add_option("--scene", options.scene,
+                        "instead of FILE a system that is built in, by the words that "
+                        "orvel scene takes")
+            ->type_name("KIND [SIZE]")
+            ->expected(1, 3)
+            ->excludes(file)
+            ->excludes(blocks)
+            ->excludes(find);
+    command.callback([file, scene] {
+        if (file->empty() && scene->empty())
+            throw CLI::RequiredError("FILE or --scene");
+    });
 }
 
 void addOrdering(CLI::App& command, std::string& ordering)
@@ -127,7 +139,8 @@ void declare(CLI::App& command, SolveOptions& options)
 {
     addMatrix(command, options.input);
     addFile(command, "--rhs", options.rightHandSide,
-            "right-hand side: Matrix Market array or plain numbers; by default A times ones");
+            "right-hand side: Matrix Market array or plain numbers; by default that of the scene, "
+            "or A times ones");
     addFile(command, "--out", options.out, "write the solution as a Matrix Market array");
     addSolver(command, options.solver);
     addRefinements(command, options.solver);
@@ -158,7 +171,7 @@ void declare(CLI::App& command, BenchOptions& options)
     addNumber(command, "--seconds", options.seconds, 0.001, 3600.0,
               "to spend, about; 0.001 to 3600", "S");
     addJson(command, options.json);
-    addFooter(command, "orvel scene net 60 --output net.mtx && orvel bench net.mtx");
+    addFooter(command, "orvel bench --scene net 60");
 }
 
 void declare(CLI::App& command, SceneOptions& options)
@@ -188,7 +201,8 @@ void declare(CLI::App& command, PlotOptions& options)
             "picture to write: .svg, .png or .pdf; by default text in the terminal");
     addFlag(command, "--text", options.text,
             "draw text in the terminal, at most 80 columns wide, as well");
-    addFooter(command, "orvel plot bridge.mtx --what factor --output factor.svg");
+    addFlag(command, "--json", options.json, "say what was drawn as a JSON object");
+    addFooter(command, "orvel plot --scene bridge 20 --what factor --output factor.svg");
 }
 
 void declare(CLI::App& command, ReplayOptions& options)
@@ -197,7 +211,7 @@ void declare(CLI::App& command, ReplayOptions& options)
     addFile(command, "--shrink", options.shrink,
             "write the smallest part that fails alike: as .mtx with .blocks beside it, "
             "or by any other name as a capture");
-    addFlag(command, "--json", options.json, "report as JSON");
+    addJson(command, options.json);
     addFooter(command, "orvel replay failed.capture --shrink small.mtx",
               "Exit codes: 0 the same as captured, 1 something differs, 2 wrong usage or bad "
               "files.");

@@ -16,12 +16,16 @@ using kyrOrvel::client::Status;
 
 namespace {
 
-/// The right-hand side in block order: from the file, or A·(1, ..., 1).
+/// The right-hand side in block order: from the file, of the scene, or A·(1, ..., 1).
 Status readRightHandSide(const SolveOptions& options, const MatrixInput& input,
                          std::vector<double>& b)
 {
     const std::size_t n = input.matrix.dimension();
     b.resize(n);
+    if (options.rightHandSide.empty() && !input.rightHandSide.empty()) {
+        b = input.rightHandSide;
+        return {};
+    }
     if (options.rightHandSide.empty()) {
         const std::vector<double> ones(n, 1.0);
         input.matrix.multiply(ones.data(), b.data());
