@@ -1,6 +1,8 @@
 #include "Commands.h"
 #include "Configure.h"
+#include "ConvertMatrix.h"
 #include "MatrixInput.h"
+#include "Peers.h"
 #include "Progress.h"
 #include "Report.h"
 
@@ -56,21 +58,6 @@ template <class T> std::unique_ptr<BlockLDLT<T>> makeSolver(const SolverOptions&
     return solver;
 }
 
-/// The same matrix with values of another type.
-template <class T>
-kyrOrvel::client::BlockMatrix<T> convert(const kyrOrvel::client::BlockMatrix<double>& A)
-{
-    kyrOrvel::client::BlockMatrix<T> result(A.blockSizes(), A.firstTrailing());
-    for (unsigned int r = 0; r < A.numBlockRows(); ++r)
-        for (const auto& entry : A.row(r)) {
-            T* const to = result.block(r, entry.column);
-            const std::size_t count = std::size_t(A.blockSize(r)) * A.blockSize(entry.column);
-            for (std::size_t v = 0; v < count; ++v)
-                to[v] = static_cast<T>(entry.values[v]);
-        }
-    return result;
-}
-
 template <class T>
 Status measure(const MatrixInput& input, const BenchOptions& options, Report& report)
 {
@@ -108,10 +95,17 @@ Status measure(const MatrixInput& input, const BenchOptions& options, Report& re
 
 int runBench(const BenchOptions& options)
 {
+    if (options.peers && !hasPeers())
+        return refuse("--peers: the command was built without other solvers; configure it with "
+                      "-DKYRORVEL_BENCH_PEERS=ON");
+    if (options.peers)
+        preparePeers();
     MatrixInput input;
     Status status = readInput(options.input, input);
     if (!status.ok())
         return refuse(status.message);
+    if (options.peers)
+        return benchPeers(options, input);
     Report report(options.json);
     {
         const Progress progress("measuring");

@@ -50,6 +50,7 @@ struct BenchOptions {
     MatrixOptions input;
     SolverOptions solver;
     double seconds = 1; ///< to spend, about
+    bool peers = false; ///< beside other solvers, where they were built in
     bool json = false;
 };
 

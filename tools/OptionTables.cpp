@@ -170,6 +170,11 @@ void declare(CLI::App& command, BenchOptions& options)
     addSolver(command, options.solver);
     addNumber(command, "--seconds", options.seconds, 0.001, 3600.0,
               "to spend, about; 0.001 to 3600", "S");
+    CLI::Option* const peers = command.add_flag(
+        "--peers", options.peers,
+        "beside other solvers, those that the command was built with, one thread each");
+    for (const char* const name : {"--ordering", "--threads", "--float"})
+        peers->excludes(name);
     addJson(command, options.json);
     addFooter(command, "orvel bench --scene net 60");
 }

@@ -117,9 +117,19 @@ TEST(Help, OfCheckListsItsOptions)
 TEST(Help, OfBenchListsItsOptions)
 {
     expectHelp("bench", " [FILE]",
-               kMatrix + kSolver +
-                   "  --seconds S=1               to spend, about; 0.001 to 3600\n" + kJson +
-                   "\nExample: orvel bench --scene net 60\n" + kExitCodes);
+               kMatrix +
+                   "  --ordering NAME=automatic Excludes: --peers\n"
+                   "                              automatic, constraint-aware, symamd, "
+                   "nested-dissection, natural or best\n"
+                   "  --threads N=1 Excludes: --peers\n"
+                   "                              threads to factor on, 1 to 255; from 2 on "
+                   "multifrontal\n"
+                   "  --float Excludes: --peers   factor in single precision\n"
+                   "  --seconds S=1               to spend, about; 0.001 to 3600\n"
+                   "  --peers Excludes: --ordering --threads --float\n"
+                   "                              beside other solvers, those that the command was "
+                   "built with, one thread each\n" +
+                   kJson + "\nExample: orvel bench --scene net 60\n" + kExitCodes);
 }
 
 TEST(Help, OfSceneListsItsKindsAndOptions)
