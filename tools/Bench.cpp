@@ -22,6 +22,7 @@ using kyrOrvel::client::Status;
 
 namespace {
 
+constexpr int kMeasurements = 3;
 constexpr std::size_t kFewestRuns = 5;
 constexpr std::size_t kMostRuns = 10000;
 
@@ -32,13 +33,16 @@ struct Times {
 };
 
 /// Repeats a step for some time.
-template <class Step> Times repeat(double seconds, Step step)
+///
+/// @param done  how many of the measurements have been made before this one
+template <class Step> Times repeat(double seconds, int done, Progress& progress, Step step)
 {
     std::vector<double> times;
     double total = 0;
     while (times.size() < kFewestRuns || (total < 1000 * seconds && times.size() < kMostRuns)) {
         times.push_back(timeOf(step));
         total += times.back();
+        progress.share((done + std::min(total / (1000 * seconds), 1.0)) / kMeasurements);
     }
     std::sort(times.begin(), times.end());
     return {times[times.size() / 2], times.front(), times.size()};
@@ -58,9 +62,18 @@ template <class T> std::unique_ptr<BlockLDLT<T>> makeSolver(const SolverOptions&
     return solver;
 }
 
+/// What was measured of a solver.
+struct Measurements {
+    kyrOrvel::client::Analysis analysis;
+    Times analyse;
+    Times factor;
+    Times solve;
+};
+
 template <class T>
-Status measure(const MatrixInput& input, const BenchOptions& options, Report& report)
+Status measure(const MatrixInput& input, const BenchOptions& options, Measurements& found)
 {
+    Progress progress("measuring");
     const kyrOrvel::client::BlockMatrix<T> A = convert<T>(input.matrix);
     auto solver = makeSolver<T>(options.solver);
     std::vector<T> x(A.dimension(), T(1));
@@ -68,27 +81,29 @@ Status measure(const MatrixInput& input, const BenchOptions& options, Report& re
     A.multiply(x.data(), b.data());
     if (!solver->compute(A).ok() || !solver->solve(b.data(), x.data()).ok())
         return solver->info();
-    const double share = options.seconds / 3;
-    const Times analyse = repeat(share, [&] { makeSolver<T>(options.solver)->analyzePattern(A); });
-    const Times factor = repeat(share, [&] { solver->factorize(A); });
-    const Times solve = repeat(share, [&] { solver->solve(b.data(), x.data()); });
-    if (!solver->info().ok())
-        return solver->info();
-    report.heading(input.name);
-    reportMatrix(report, input.matrix);
-    reportAnalysis(report, solver->analysis());
-    report.line("precision", sizeof(T) == sizeof(float) ? "float" : "double", "precision",
-                sizeof(T) == sizeof(float) ? "float" : "double");
-    report.line("threads", options.solver.threads, "threads",
-                std::to_string(options.solver.threads));
-    reportTimes(report, "analyse", "analyse", analyse);
-    reportTimes(report, "refactor", "refactor", factor);
-    reportTimes(report, "solve", "solve", solve);
-    const double speed = 2e-6 * static_cast<double>(solver->analysis().operations) / factor.median;
+    const double each = options.seconds / kMeasurements;
+    found.analyse =
+        repeat(each, 0, progress, [&] { makeSolver<T>(options.solver)->analyzePattern(A); });
+    found.factor = repeat(each, 1, progress, [&] { solver->factorize(A); });
+    found.solve = repeat(each, 2, progress, [&] { solver->solve(b.data(), x.data()); });
+    if (solver->info().ok())
+        found.analysis = solver->analysis();
+    return solver->info();
+}
+
+void reportMeasurements(Report& report, const SolverOptions& options, const Measurements& found)
+{
+    reportAnalysis(report, found.analysis);
+    const std::string precision = options.singlePrecision ? "float" : "double";
+    report.line("precision", precision, "precision", precision);
+    report.line("threads", options.threads, "threads", std::to_string(options.threads));
+    reportTimes(report, "analyse", "analyse", found.analyse);
+    reportTimes(report, "refactor", "refactor", found.factor);
+    reportTimes(report, "solve", "solve", found.solve);
+    const double speed =
+        2e-6 * static_cast<double>(found.analysis.operations) / found.factor.median;
     report.line("gigaflops", speed, "GFLOP/s", fmt::format("{:.2f}", speed),
                 "two for each pair, of the refactorization");
-    report.finish();
-    return {};
 }
 
 } // namespace
@@ -106,13 +121,17 @@ int runBench(const BenchOptions& options)
         return refuse(status.message);
     if (options.peers)
         return benchPeers(options, input);
+    Measurements found;
+    status = options.solver.singlePrecision ? measure<float>(input, options, found)
+                                            : measure<double>(input, options, found);
     Report report(options.json);
-    {
-        const Progress progress("measuring");
-        status = options.solver.singlePrecision ? measure<float>(input, options, report)
-                                                : measure<double>(input, options, report);
-    }
-    return status.ok() ? kDone : reportFailure(report, input, status);
+    if (!status.ok())
+        return reportFailure(report, input, status);
+    report.heading(input.name);
+    reportMatrix(report, input.matrix);
+    reportMeasurements(report, options.solver, found);
+    report.finish();
+    return kDone;
 }
 
 } // namespace orvel

@@ -75,7 +75,7 @@ int runCheck(const CheckOptions& options)
     BlockLDLT<double> solver;
     solver.setOrdering(orderingOf(options.ordering));
     {
-        const Progress progress("factoring");
+        const Progress progress("analysing and factoring");
         solver.compute(input.matrix);
     }
     const auto& order = solver.analysis().order;

@@ -47,12 +47,14 @@ Status readFiles(const MatrixOptions& options, MatrixInput& input)
 {
     const bool standardInput = options.matrix == "-";
     input.name = standardInput ? "standard input" : options.matrix;
-    const Progress progress("reading " + input.name);
+    Progress progress("reading " + input.name);
     ScalarMatrix scalars;
     Status status =
-        kyrOrvel::client::readMatrixMarket(standardInput ? "/dev/stdin" : options.matrix, scalars);
+        kyrOrvel::client::readMatrixMarket(standardInput ? "/dev/stdin" : options.matrix, scalars,
+                                           [&progress](double share) { progress.share(share); });
     if (!status.ok())
         return status;
+    progress.now("dividing into blocks");
     std::string blocks = options.blocks;
     if (blocks.empty() && !options.findBlocks && !standardInput)
         blocks = sidecarOf(options.matrix);

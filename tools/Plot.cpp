@@ -64,6 +64,7 @@ Status prepare(const PlotOptions& options, const Kinds& kinds, BlockLDLT<double>
     configure(solver, how);
     if (kinds.timeline)
         solver.setFactorization(Factorization::Multifrontal); // on one thread, too
+    const Progress progress(kinds.needFactorization() ? "analysing and factoring" : "analysing");
     if (!kinds.needFactorization()) {
         subject.analysed = solver.analyzePattern(subject.matrix).ok();
         return solver.info();

@@ -1,4 +1,5 @@
 #include "Commands.h"
+#include "Progress.h"
 #include "ReplayReport.h"
 #include "Report.h"
 
@@ -8,8 +9,6 @@
 #include <fmt/core.h>
 
 #include <filesystem>
-
-#include <unistd.h>
 
 namespace orvel {
 
@@ -33,20 +32,22 @@ std::vector<std::uint64_t> idsOf(const Capture& capture)
         capture.system);
 }
 
-/// Finds the smallest part that fails alike; on a terminal tells how far it is.
+/// Finds the smallest part that fails alike.
 Status search(const Capture& capture, Capture& smallest, std::size_t& tried)
 {
-    const bool tell = isatty(STDERR_FILENO) != 0;
-    const auto callback = [&](const ShrinkProgress& progress) {
-        tried = progress.tried;
-        if (tell)
-            fmt::print(stderr, "\r{} blocks, {} systems tried ", progress.blocks, tried);
+    Progress progress("shrinking");
+    const auto callback = [&](const ShrinkProgress& shrinking) {
+        tried = shrinking.tried;
+        progress.soFar(fmt::format("{} blocks left, {} systems tried", shrinking.blocks, tried));
         return true;
     };
-    Status status = kyrOrvel::client::shrink(capture, smallest, callback);
-    if (tell)
-        fmt::print(stderr, "\n");
-    return status;
+    return kyrOrvel::client::shrink(capture, smallest, callback);
+}
+
+ReplayReport replayIt(const Capture& capture)
+{
+    const Progress progress("replaying");
+    return kyrOrvel::client::replay(capture);
 }
 
 /// Matrix Market with its blocks beside it if the name ends so, else a capture.
@@ -97,7 +98,7 @@ int runReplay(const ReplayOptions& options)
         if (code != kDone)
             return code;
     }
-    const ReplayReport report = kyrOrvel::client::replay(capture);
+    const ReplayReport report = replayIt(capture);
     const auto print = options.json ? printReplayJson : printReplay;
     print(options.capture, capture, report, shrinks ? &shrunk : nullptr);
     return report.same() ? kDone : kNumericalFailure;
