@@ -302,6 +302,43 @@ TEST(BadCapture, Missing)
     expectRefused({"replay", file}, file + ": No such file or directory");
 }
 
+TEST(BadCapture, Directory)
+{
+    const support::Folder folder;
+    expectRefused({"replay", folder.path("")}, folder.path("") + ": Is a directory");
+}
+
+TEST(BadCapture, WithoutPermission)
+{
+    if (geteuid() == 0)
+        GTEST_SKIP() << "the superuser may read everything";
+    const support::Folder folder;
+    const std::string file = solvedFile<double>(folder);
+    std::filesystem::permissions(file, std::filesystem::perms::none);
+    expectRefused({"replay", file}, file + ": Permission denied");
+}
+
+TEST(BadCapture, BinaryGarbage)
+{
+    const support::Folder folder;
+    const std::string file = folder.write("c", std::string(100, '\x7f'));
+    expectRefused({"replay", file}, file + ": not a capture: the file should begin with "
+                                           "'orvelcap'");
+}
+
+TEST(BadCapture, CutOff)
+{
+    const support::Folder folder;
+    const std::string bytes = support::contentOf(solvedFile<double>(folder));
+    const std::string file = folder.write("c", bytes.substr(0, bytes.size() - 1));
+    const support::CommandResult result = orvel({"replay", file});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err, "orvel: " + file + ": the capture is cut off: the file has " +
+                              std::to_string(bytes.size() - 1) + " of at least " +
+                              std::to_string(bytes.size()) + " bytes\n");
+}
+
 TEST(BadCapture, OtherFile)
 {
     const support::Folder folder;
@@ -325,6 +362,27 @@ TEST(BadCapture, Damaged)
     ++bytes[bytes.size() / 2];
     const std::string file = folder.write("damaged", bytes);
     expectRefused({"replay", file}, file + ": the capture is damaged: its checksum differs");
+}
+
+TEST(BadCapture, ShrunkToAFullDevice)
+{
+    const support::Folder folder;
+    std::filesystem::create_symlink("/dev/full", folder.path("s"));
+    expectRefused({"replay", singularFile(folder), "--shrink", folder.path("s")},
+                  folder.path("s") + ": No space left on device");
+}
+
+TEST(BadCapture, FullDeviceAsStandardOutputIsReported)
+{
+    const support::Folder folder;
+    for (const std::string option : {"", "--json"}) {
+        std::vector<std::string> arguments = {"replay", solvedFile<double>(folder)};
+        if (!option.empty())
+            arguments.push_back(option);
+        const support::CommandResult result = orvel(arguments, "/dev/full");
+        EXPECT_EQ(result.exitCode, 2);
+        EXPECT_EQ(result.err, "orvel: standard output: No space left on device\n");
+    }
 }
 
 TEST(BadCapture, ShrunkToAFolderThatIsMissing)
