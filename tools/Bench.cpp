@@ -1,9 +1,10 @@
 #include "Commands.h"
+#include "Configure.h"
+#include "ConvertMatrix.h"
 #include "MatrixInput.h"
-#include "Orderings.h"
+#include "Peers.h"
 #include "Progress.h"
 #include "Report.h"
-#include "Solution.h"
 
 #include <kyrOrvelClient/BlockLDLT>
 
@@ -11,17 +12,17 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <memory>
 #include <vector>
 
 namespace orvel {
 
 using kyrOrvel::client::BlockLDLT;
-using kyrOrvel::client::Factorization;
-using kyrOrvel::client::Signs;
 using kyrOrvel::client::Status;
 
 namespace {
 
+constexpr int kMeasurements = 3;
 constexpr std::size_t kFewestRuns = 5;
 constexpr std::size_t kMostRuns = 10000;
 
@@ -32,13 +33,16 @@ struct Times {
 };
 
 /// Repeats a step for some time.
-template <class Step> Times repeat(double seconds, Step step)
+///
+/// @param done  how many of the measurements have been made before this one
+template <class Step> Times repeat(double seconds, int done, Progress& progress, Step step)
 {
     std::vector<double> times;
     double total = 0;
     while (times.size() < kFewestRuns || (total < 1000 * seconds && times.size() < kMostRuns)) {
         times.push_back(timeOf(step));
         total += times.back();
+        progress.share((done + std::min(total / (1000 * seconds), 1.0)) / kMeasurements);
     }
     std::sort(times.begin(), times.end());
     return {times[times.size() / 2], times.front(), times.size()};
@@ -54,32 +58,22 @@ void reportTimes(Report& report, const char* key, const char* label, const Times
 template <class T> std::unique_ptr<BlockLDLT<T>> makeSolver(const SolverOptions& options)
 {
     auto solver = std::make_unique<BlockLDLT<T>>();
-    solver->setSigns(Signs::Any);
-    solver->setOrdering(orderingOf(options.ordering));
-    solver->setThreads(options.threads);
-    if (options.threads > 1)
-        solver->setFactorization(Factorization::Multifrontal);
+    configure(*solver, options);
     return solver;
 }
 
-/// The same matrix with values of another type.
-template <class T>
-kyrOrvel::client::BlockMatrix<T> convert(const kyrOrvel::client::BlockMatrix<double>& A)
-{
-    kyrOrvel::client::BlockMatrix<T> result(A.blockSizes(), A.firstTrailing());
-    for (unsigned int r = 0; r < A.numBlockRows(); ++r)
-        for (const auto& entry : A.row(r)) {
-            T* const to = result.block(r, entry.column);
-            const std::size_t count = std::size_t(A.blockSize(r)) * A.blockSize(entry.column);
-            for (std::size_t v = 0; v < count; ++v)
-                to[v] = static_cast<T>(entry.values[v]);
-        }
-    return result;
-}
+/// What was measured of a solver.
+struct Measurements {
+    kyrOrvel::client::Analysis analysis;
+    Times analyse;
+    Times factor;
+    Times solve;
+};
 
 template <class T>
-Status measure(const MatrixInput& input, const BenchOptions& options, Report& report)
+Status measure(const MatrixInput& input, const BenchOptions& options, Measurements& found)
 {
+    Progress progress("measuring");
     const kyrOrvel::client::BlockMatrix<T> A = convert<T>(input.matrix);
     auto solver = makeSolver<T>(options.solver);
     std::vector<T> x(A.dimension(), T(1));
@@ -87,52 +81,57 @@ Status measure(const MatrixInput& input, const BenchOptions& options, Report& re
     A.multiply(x.data(), b.data());
     if (!solver->compute(A).ok() || !solver->solve(b.data(), x.data()).ok())
         return solver->info();
-    const double share = options.seconds / 3;
-    const Times analyse = repeat(share, [&] { makeSolver<T>(options.solver)->analyzePattern(A); });
-    const Times factor = repeat(share, [&] { solver->factorize(A); });
-    const Times solve = repeat(share, [&] { solver->solve(b.data(), x.data()); });
-    if (!solver->info().ok())
-        return solver->info();
-    report.heading(nameOf(options.input));
-    reportMatrix(report, input.matrix);
-    reportAnalysis(report, solver->analysis());
-    report.line("precision", sizeof(T) == sizeof(float) ? "float" : "double", "precision",
-                sizeof(T) == sizeof(float) ? "float" : "double");
-    report.line("threads", options.solver.threads, "threads",
-                std::to_string(options.solver.threads));
-    reportTimes(report, "analyse", "analyse", analyse);
-    reportTimes(report, "refactor", "refactor", factor);
-    reportTimes(report, "solve", "solve", solve);
-    const double speed = 2e-6 * static_cast<double>(solver->analysis().operations) / factor.median;
+    const double each = options.seconds / kMeasurements;
+    found.analyse =
+        repeat(each, 0, progress, [&] { makeSolver<T>(options.solver)->analyzePattern(A); });
+    found.factor = repeat(each, 1, progress, [&] { solver->factorize(A); });
+    found.solve = repeat(each, 2, progress, [&] { solver->solve(b.data(), x.data()); });
+    if (solver->info().ok())
+        found.analysis = solver->analysis();
+    return solver->info();
+}
+
+void reportMeasurements(Report& report, const SolverOptions& options, const Measurements& found)
+{
+    reportAnalysis(report, found.analysis);
+    const std::string precision = options.singlePrecision ? "float" : "double";
+    report.line("precision", precision, "precision", precision);
+    report.line("threads", options.threads, "threads", std::to_string(options.threads));
+    reportTimes(report, "analyse", "analyse", found.analyse);
+    reportTimes(report, "refactor", "refactor", found.factor);
+    reportTimes(report, "solve", "solve", found.solve);
+    const double speed =
+        2e-6 * static_cast<double>(found.analysis.operations) / found.factor.median;
     report.line("gigaflops", speed, "GFLOP/s", fmt::format("{:.2f}", speed),
                 "two for each pair, of the refactorization");
-    report.finish();
-    return {};
 }
 
 } // namespace
 
 int runBench(const BenchOptions& options)
 {
+    if (options.peers && !hasPeers())
+        return refuse("--peers: the command was built without other solvers; configure it with "
+                      "-DKYRORVEL_BENCH_PEERS=ON");
+    if (options.peers)
+        preparePeers();
     MatrixInput input;
     Status status = readInput(options.input, input);
-    if (!status.ok()) {
-        printError(status.message);
-        return kBadInput;
-    }
+    if (!status.ok())
+        return refuse(status.message);
+    if (options.peers)
+        return benchPeers(options, input);
+    Measurements found;
+    status = options.solver.singlePrecision ? measure<float>(input, options, found)
+                                            : measure<double>(input, options, found);
     Report report(options.json);
-    {
-        const Progress progress("measuring");
-        status = options.solver.singlePrecision ? measure<float>(input, options, report)
-                                                : measure<double>(input, options, report);
-    }
-    if (status.ok())
-        return kDone;
-    report.detail("input", nameOf(options.input));
-    report.detail("failure", describeStatus(status));
+    if (!status.ok())
+        return reportFailure(report, input, status);
+    report.heading(input.name);
+    reportMatrix(report, input.matrix);
+    reportMeasurements(report, options.solver, found);
     report.finish();
-    printError(describeFailure(options.input, input, status));
-    return kNumericalFailure;
+    return kDone;
 }
 
 } // namespace orvel

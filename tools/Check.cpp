@@ -22,13 +22,6 @@ namespace {
 
 constexpr std::size_t kShownDependencies = 8;
 
-/// A scalar row of the file, counted from 1; of a whole block, its first.
-std::size_t rowOf(const MatrixInput& input, unsigned int block, unsigned int row)
-{
-    const std::size_t scalar = input.matrix.blockOffset(block) + (row == kyrOrvel::kNone ? 0 : row);
-    return input.partition.rows[scalar] + 1;
-}
-
 std::string dependenciesOf(const MatrixInput& input, const Status& status)
 {
     std::string text;
@@ -74,19 +67,15 @@ int runCheck(const CheckOptions& options)
 {
     MatrixInput input;
     Status status = readInput(options.input, input);
-    if (!status.ok()) {
-        printError(status.message);
-        return kBadInput;
-    }
+    if (!status.ok())
+        return refuse(status.message);
     Report report(options.json);
-    report.heading(nameOf(options.input));
-    reportMatrix(report, input.matrix);
-    report.line("blockSource", input.blockSource, "", "", "blocks " + input.blockSource);
+    reportInput(report, input);
 
     BlockLDLT<double> solver;
     solver.setOrdering(orderingOf(options.ordering));
     {
-        const Progress progress("factoring");
+        const Progress progress("analysing and factoring");
         solver.compute(input.matrix);
     }
     const auto& order = solver.analysis().order;
@@ -114,17 +103,15 @@ int runCheck(const CheckOptions& options)
         const bool singular = info.code == StatusCode::Singular;
         report.line("rank", singular ? "deficient" : "unknown", "rank",
                     singular ? "deficient" : "unknown", statusName(info.code));
-        report.detail("failure", describeStatus(info));
         if (singular) {
             const Progress progress("looking for redundant constraints");
             reportRedundant(report, input, kyrOrvel::client::findRedundant(input.matrix));
         }
     }
+    if (!factored)
+        return reportFailure(report, input, info);
     report.finish();
-    if (factored)
-        return kDone;
-    printError(describeFailure(options.input, input, info));
-    return kNumericalFailure;
+    return kDone;
 }
 
 } // namespace orvel

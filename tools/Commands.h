@@ -20,9 +20,10 @@ struct DemoOptions {
 };
 
 struct MatrixOptions {
-    std::string matrix;      ///< Matrix Market file, or "-" for standard input
-    std::string blocks;      ///< block partition, or empty: the sidecar if there is one
-    bool findBlocks = false; ///< ignore the sidecar
+    std::string matrix;             ///< Matrix Market file, or "-" for standard input
+    std::string blocks;             ///< block partition, or empty: the sidecar if there is one
+    bool findBlocks = false;        ///< ignore the sidecar
+    std::vector<std::string> scene; ///< kind and sizes, instead of a file; or empty
 };
 
 /// How to solve.
@@ -49,6 +50,7 @@ struct BenchOptions {
     MatrixOptions input;
     SolverOptions solver;
     double seconds = 1; ///< to spend, about
+    bool peers = false; ///< beside other solvers, where they were built in
     bool json = false;
 };
 
@@ -79,6 +81,7 @@ struct PlotOptions {
     unsigned int threads = 1;
     std::string output; ///< picture file, or empty: in the terminal
     bool text = false;  ///< in the terminal, too
+    bool json = false;
 };
 
 struct ReplayOptions {

@@ -55,10 +55,8 @@ int runDemo(const DemoOptions& options)
 
     if (!options.picture.empty()) {
         const Status status = kyrOrvel::client::writeScenePicture(options.picture, scene, solver);
-        if (!status.ok()) {
-            printError(status.message);
-            return kBadInput;
-        }
+        if (!status.ok())
+            return refuse(status.message);
     }
 
     Report report(options.json);

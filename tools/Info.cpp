@@ -15,28 +15,20 @@ int runInfo(const InfoOptions& options)
 {
     MatrixInput input;
     const Status status = readInput(options.input, input);
-    if (!status.ok()) {
-        printError(status.message);
-        return kBadInput;
-    }
+    if (!status.ok())
+        return refuse(status.message);
     Report report(options.json);
-    report.heading(nameOf(options.input));
-    reportMatrix(report, input.matrix);
-    report.line("blockSource", input.blockSource, "", "", "blocks " + input.blockSource);
-    report.line("entries", input.scalars.entries.size(), "entries",
-                std::to_string(input.scalars.entries.size()), "lower triangle");
+    reportInput(report, input);
+    report.line("entries", input.entries, "entries", std::to_string(input.entries),
+                "lower triangle");
     BlockLDLT<double> solver;
     solver.setOrdering(orderingOf(options.ordering));
     {
         const Progress progress("analysing");
         solver.analyzePattern(input.matrix);
     }
-    if (!solver.info().ok()) {
-        report.detail("failure", describeStatus(solver.info()));
-        report.finish();
-        printError(describeFailure(options.input, input, solver.info()));
-        return kNumericalFailure;
-    }
+    if (!solver.info().ok())
+        return reportFailure(report, input, solver.info());
     reportAnalysis(report, solver.analysis());
     report.finish();
     return kDone;

@@ -1,6 +1,8 @@
 #include "Commands.h"
+#include "Configure.h"
 #include "MatrixInput.h"
-#include "Orderings.h"
+#include "PlotReport.h"
+#include "Progress.h"
 #include "Report.h"
 #include "draw/Pages.h"
 #include "draw/Utf8.h"
@@ -21,17 +23,10 @@ namespace orvel {
 
 using kyrOrvel::client::BlockLDLT;
 using kyrOrvel::client::Factorization;
-using kyrOrvel::client::Signs;
 using kyrOrvel::client::Status;
 using kyrOrvel::client::StatusCode;
 
 namespace {
-
-int refuse(const std::string& message)
-{
-    printError(message);
-    return kBadInput;
-}
 
 /// Which of the kinds are asked for.
 struct Kinds {
@@ -63,11 +58,13 @@ private:
 Status prepare(const PlotOptions& options, const Kinds& kinds, BlockLDLT<double>& solver,
                PlotSubject& subject)
 {
-    solver.setSigns(Signs::Any); // files come from anywhere
-    solver.setOrdering(orderingOf(options.ordering));
-    solver.setThreads(options.threads);
-    if (options.threads > 1 || kinds.timeline)
-        solver.setFactorization(Factorization::Multifrontal); // the tree gets owners
+    SolverOptions how;
+    how.ordering = options.ordering;
+    how.threads = options.threads;
+    configure(solver, how);
+    if (kinds.timeline)
+        solver.setFactorization(Factorization::Multifrontal); // on one thread, too
+    const Progress progress(kinds.needFactorization() ? "analysing and factoring" : "analysing");
     if (!kinds.needFactorization()) {
         subject.analysed = solver.analyzePattern(subject.matrix).ok();
         return solver.info();
@@ -83,20 +80,38 @@ Status prepare(const PlotOptions& options, const Kinds& kinds, BlockLDLT<double>
     return solver.info();
 }
 
-std::vector<Page> pagesOf(const PlotSubject& subject, const Kinds& kinds)
-{
+/// The pages of a picture, and what each of them shows.
+struct Pages {
     std::vector<Page> pages;
+    std::vector<std::string> kinds;
+
+    void add(const char* kind, Page page)
+    {
+        pages.push_back(std::move(page));
+        kinds.emplace_back(kind);
+    }
+};
+
+Pages pagesOf(const PlotSubject& subject, const Kinds& kinds)
+{
+    Pages all;
     if (kinds.pattern)
-        pages.push_back(patternPage(subject));
+        all.add("pattern", patternPage(subject));
     if (kinds.factor && subject.analysed)
-        pages.push_back(factorPage(subject));
+        all.add("factor", factorPage(subject));
     if (kinds.tree && subject.analysed)
-        pages.push_back(treePage(subject));
+        all.add("tree", treePage(subject));
     if (kinds.pivots && subject.factored)
-        pages.push_back(pivotsPage(subject));
+        all.add("pivots", pivotsPage(subject));
     if (kinds.timeline && !subject.trace.threads.empty())
-        pages.push_back(timelinePage(subject));
-    return pages;
+        all.add("timeline", timelinePage(subject));
+    return all;
+}
+
+Status drawInto(const std::string& path, const std::vector<Page>& pages, PictureFormat format)
+{
+    const Progress progress("drawing");
+    return kyrOrvel::client::writePicture(path, render(pages, format));
 }
 
 void printText(const PlotSubject& subject, const Kinds& kinds)
@@ -133,13 +148,16 @@ int runPlot(const PlotOptions& options)
     if (text && options.what == "timeline")
         return refuse(
             "a timeline is not drawn as text; name a picture with --output, and leave out --text");
+    if (text && options.json)
+        return refuse("--json leaves no room on standard output for text; name a picture with "
+                      "--output, and leave out --text");
     MatrixInput input;
     Status status = readInput(options.input, input);
     if (!status.ok())
         return refuse(status.message);
 
     BlockLDLT<double> solver;
-    PlotSubject subject{printable(std::filesystem::path(options.input.matrix).filename().string()),
+    PlotSubject subject{printable(std::filesystem::path(input.name).filename().string()),
                         input.matrix,
                         solver,
                         false,
@@ -148,21 +166,24 @@ int runPlot(const PlotOptions& options)
     status = prepare(options, kinds, solver, subject);
     if (status.code == StatusCode::InvalidInput)
         return refuse(status.message);
-    const std::vector<Page> pages = pagesOf(subject, kinds);
-    if (!options.output.empty() && !pages.empty()) {
-        const Status written =
-            kyrOrvel::client::writePicture(options.output, render(pages, format));
+    const Pages drawn = pagesOf(subject, kinds);
+    const bool hasPicture = !options.output.empty() && !drawn.pages.empty();
+    if (hasPicture) {
+        const Status written = drawInto(options.output, drawn.pages, format);
         if (!written.ok())
             return refuse(written.message);
     }
     if (text)
         printText(subject, kinds);
-    if (!options.output.empty() && !pages.empty())
-        fmt::print("Picture: {}\n", options.output);
-    if (status.ok())
-        return kDone;
-    printError(describeFailure(options.input, input, status));
-    return kNumericalFailure;
+    Report report(options.json);
+    if (options.json)
+        reportPlot(report, input, subject, drawn.kinds);
+    if (hasPicture)
+        report.file("picture", "Picture", options.output);
+    if (!status.ok())
+        return reportFailure(report, input, status);
+    report.finish();
+    return kDone;
 }
 
 } // namespace orvel

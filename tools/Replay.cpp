@@ -1,4 +1,5 @@
 #include "Commands.h"
+#include "Progress.h"
 #include "ReplayReport.h"
 #include "Report.h"
 
@@ -8,8 +9,6 @@
 #include <fmt/core.h>
 
 #include <filesystem>
-
-#include <unistd.h>
 
 namespace orvel {
 
@@ -33,20 +32,22 @@ std::vector<std::uint64_t> idsOf(const Capture& capture)
         capture.system);
 }
 
-/// Finds the smallest part that fails alike; on a terminal tells how far it is.
+/// Finds the smallest part that fails alike.
 Status search(const Capture& capture, Capture& smallest, std::size_t& tried)
 {
-    const bool tell = isatty(STDERR_FILENO) != 0;
-    const auto callback = [&](const ShrinkProgress& progress) {
-        tried = progress.tried;
-        if (tell)
-            fmt::print(stderr, "\r{} blocks, {} systems tried ", progress.blocks, tried);
+    Progress progress("shrinking");
+    const auto callback = [&](const ShrinkProgress& shrinking) {
+        tried = shrinking.tried;
+        progress.soFar(fmt::format("{} blocks left, {} systems tried", shrinking.blocks, tried));
         return true;
     };
-    Status status = kyrOrvel::client::shrink(capture, smallest, callback);
-    if (tell)
-        fmt::print(stderr, "\n");
-    return status;
+    return kyrOrvel::client::shrink(capture, smallest, callback);
+}
+
+ReplayReport replayIt(const Capture& capture)
+{
+    const Progress progress("replaying");
+    return kyrOrvel::client::replay(capture);
 }
 
 /// Matrix Market with its blocks beside it if the name ends so, else a capture.
@@ -65,26 +66,21 @@ Status write(const Capture& smallest, Shrunk& shrunk)
     return status;
 }
 
-int fail(const std::string& message, ExitCode code)
-{
-    printError(message);
-    return code;
-}
-
 /// kDone, or the exit code of what was reported.
 int shrinkTo(const ReplayOptions& options, const Capture& capture, Shrunk& shrunk)
 {
     if (capture.outcome.status.ok())
-        return fail(options.capture + ": the system captured did not fail: nothing to shrink",
-                    kBadInput);
+        return refuse(options.capture + ": the system captured did not fail: nothing to shrink");
     Capture smallest;
     Status status = search(capture, smallest, shrunk.tried);
-    if (!status.ok())
-        return fail(options.capture + ": " + status.message, kNumericalFailure);
+    if (!status.ok()) {
+        printError(options.capture + ": " + status.message);
+        return kNumericalFailure;
+    }
     shrunk.ids = idsOf(smallest);
     shrunk.file = options.shrink;
     status = write(smallest, shrunk);
-    return status.ok() ? kDone : fail(status.message, kBadInput);
+    return status.ok() ? kDone : refuse(status.message);
 }
 
 } // namespace
@@ -94,7 +90,7 @@ int runReplay(const ReplayOptions& options)
     Capture capture;
     const Status status = kyrOrvel::client::readCapture(options.capture, capture);
     if (!status.ok())
-        return fail(status.message, kBadInput);
+        return refuse(status.message);
     const bool shrinks = !options.shrink.empty();
     Shrunk shrunk;
     if (shrinks) {
@@ -102,7 +98,7 @@ int runReplay(const ReplayOptions& options)
         if (code != kDone)
             return code;
     }
-    const ReplayReport report = kyrOrvel::client::replay(capture);
+    const ReplayReport report = replayIt(capture);
     const auto print = options.json ? printReplayJson : printReplay;
     print(options.capture, capture, report, shrinks ? &shrunk : nullptr);
     return report.same() ? kDone : kNumericalFailure;

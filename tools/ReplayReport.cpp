@@ -77,50 +77,33 @@ void printShrunk(const Shrunk& shrunk)
         fmt::print("Shrunk matrix: {}, blocks: {}\n", shrunk.file, shrunk.blocksFile);
 }
 
-// JSON
-
-std::string quoted(const std::string& text)
+Json numberOrNull(unsigned int value)
 {
-    std::string result = "\"";
-    for (const char c : text) {
-        if (c == '"' || c == '\\')
-            result += '\\';
-        if (static_cast<unsigned char>(c) < ' ')
-            result += fmt::format("\\u{:04x}", static_cast<unsigned int>(c));
-        else
-            result += c;
-    }
-    return result + '"';
+    return value == kNone ? Json() : Json(value);
 }
 
-std::string numberOrNull(unsigned int value)
+Json statusOf(const Status& status)
 {
-    return value == kNone ? "null" : std::to_string(value);
+    return {{"code", statusName(status.code)},
+            {"block", numberOrNull(status.block)},
+            {"row", numberOrNull(status.row)},
+            {"id", status.id},
+            {"message", status.message}};
 }
 
-std::string statusJson(const Status& status)
+Json hashOf(Comparison comparison, bool hasThen, std::uint64_t then, bool hasNow, std::uint64_t now)
 {
-    return fmt::format(R"({{"code": "{}", "block": {}, "row": {}, "id": {}, "message": {}}})",
-                       statusName(status.code), numberOrNull(status.block),
-                       numberOrNull(status.row), status.id, quoted(status.message));
+    return {{"result", comparisonText(comparison)},
+            {"captured", hasThen ? Json(hexText(then)) : Json()},
+            {"replayed", hasNow ? Json(hexText(now)) : Json()}};
 }
 
-std::string hashJson(Comparison comparison, bool hasThen, std::uint64_t then, bool hasNow,
-                     std::uint64_t now)
+Json describe(const Shrunk& shrunk)
 {
-    return fmt::format(R"({{"result": "{}", "captured": {}, "replayed": {}}})",
-                       comparisonText(comparison), hasThen ? quoted(hexText(then)) : "null",
-                       hasNow ? quoted(hexText(now)) : "null");
-}
-
-std::string shrunkJson(const Shrunk& shrunk)
-{
-    std::string ids;
-    for (const std::uint64_t id : shrunk.ids)
-        ids += (ids.empty() ? "" : ", ") + std::to_string(id);
-    const std::string blocks = shrunk.blocksFile.empty() ? "null" : quoted(shrunk.blocksFile);
-    return fmt::format(R"({{"file": {}, "blocksFile": {}, "ids": [{}], "tried": {}}})",
-                       quoted(shrunk.file), blocks, ids, shrunk.tried);
+    return {{"file", shrunk.file},
+            {"blocksFile", shrunk.blocksFile.empty() ? Json() : Json(shrunk.blocksFile)},
+            {"ids", shrunk.ids},
+            {"tried", shrunk.tried}};
 }
 
 /// Sizes and type of the system.
@@ -175,21 +158,25 @@ void printReplayJson(const std::string& file, const Capture& capture, const Repl
     const CapturedOutcome& then = capture.outcome;
     const CapturedOutcome& now = report.outcome;
     const auto hash = [&](Comparison comparison, std::uint64_t a, std::uint64_t b) {
-        return hashJson(comparison, then.factored, a, now.factored, b);
+        return hashOf(comparison, then.factored, a, now.factored, b);
     };
-    fmt::print("{{\n  \"file\": {},\n  \"precision\": \"{}\",\n", quoted(file), shape.precision);
-    fmt::print("  \"scalars\": {},\n  \"blocks\": {},\n  \"ordinary\": {},\n", shape.scalars,
-               shape.blocks, shape.ordinary);
-    fmt::print("  \"same\": {},\n", report.same());
-    fmt::print(
-        "  \"status\": {{\"result\": \"{}\",\n    \"captured\": {},\n    \"replayed\": {}}},\n",
-        comparisonText(report.status), statusJson(then.status), statusJson(now.status));
-    fmt::print("  \"order\": \"{}\",\n", comparisonText(report.order));
-    fmt::print("  \"pattern\": {},\n", hash(report.pattern, then.pattern, now.pattern));
-    fmt::print("  \"L\": {},\n", hash(report.L, then.L, now.L));
-    fmt::print("  \"D\": {},\n", hash(report.D, then.D, now.D));
-    fmt::print("  \"x\": {},\n", hashJson(report.x, then.solved, then.x, now.solved, now.x));
-    fmt::print("  \"shrunk\": {}\n}}\n", shrunk ? shrunkJson(*shrunk) : "null");
+    Report json(true);
+    json.detail("file", file);
+    json.detail("precision", shape.precision);
+    json.detail("scalars", shape.scalars);
+    json.detail("blocks", shape.blocks);
+    json.detail("ordinary", shape.ordinary);
+    json.detail("same", report.same());
+    json.detail("status", {{"result", comparisonText(report.status)},
+                           {"captured", statusOf(then.status)},
+                           {"replayed", statusOf(now.status)}});
+    json.detail("order", comparisonText(report.order));
+    json.detail("pattern", hash(report.pattern, then.pattern, now.pattern));
+    json.detail("L", hash(report.L, then.L, now.L));
+    json.detail("D", hash(report.D, then.D, now.D));
+    json.detail("x", hashOf(report.x, then.solved, then.x, now.solved, now.x));
+    json.detail("shrunk", shrunk ? describe(*shrunk) : Json());
+    json.finish();
 }
 
 } // namespace orvel

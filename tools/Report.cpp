@@ -206,4 +206,10 @@ void printError(const std::string& message)
     fmt::print(stderr, "orvel: {}\n", message);
 }
 
+int refuse(const std::string& message)
+{
+    printError(message);
+    return kBadInput;
+}
+
 } // namespace orvel

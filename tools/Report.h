@@ -1,6 +1,8 @@
 #ifndef ORVEL_REPORT_H
 #define ORVEL_REPORT_H
 
+#include "Commands.h"
+
 #include <kyrOrvelClient/BlockLDLT>
 #include <kyrOrvelClient/BlockMatrix>
 
@@ -73,6 +75,9 @@ Json describeStatus(const kyrOrvel::client::Status& status);
 
 /// Prints "orvel: message" to standard error.
 void printError(const std::string& message);
+
+/// The same, for a command that ends so: kBadInput.
+int refuse(const std::string& message);
 
 } // namespace orvel
 

@@ -1,6 +1,6 @@
 #include "Solution.h"
 
-#include "Orderings.h"
+#include "Configure.h"
 #include "Progress.h"
 
 #include <kyrOrvelClient/MixedLDLT>
@@ -13,9 +13,7 @@ namespace orvel {
 
 using kyrOrvel::client::BlockLDLT;
 using kyrOrvel::client::BlockMatrix;
-using kyrOrvel::client::Factorization;
 using kyrOrvel::client::MixedLDLT;
-using kyrOrvel::client::Signs;
 using kyrOrvel::client::Status;
 using kyrOrvel::client::StatusCode;
 
@@ -36,22 +34,15 @@ Status inaccurate(double backwardError)
     return status;
 }
 
-template <class T> void configure(BlockLDLT<T>& solver, const SolverOptions& options)
-{
-    solver.setSigns(Signs::Any); // matrices come from anywhere
-    solver.setOrdering(orderingOf(options.ordering));
-    solver.setThreads(options.threads);
-    if (options.threads > 1)
-        solver.setFactorization(Factorization::Multifrontal);
-}
-
 Status solveInDouble(const BlockMatrix<double>& A, const std::vector<double>& b,
-                     const SolverOptions& options, Solution& solution)
+                     const SolverOptions& options, Solution& solution, Progress& progress)
 {
     BlockLDLT<double> solver;
     configure(solver, options);
     double* const x = solution.x.data();
-    if (solver.compute(A).ok() && solver.solve(b.data(), x).ok() && options.refinements > 0)
+    solver.compute(A);
+    progress.now("solving");
+    if (solver.info().ok() && solver.solve(b.data(), x).ok() && options.refinements > 0)
         solver.refine(b.data(), x, options.refinements, &solution.refinements);
     if (solver.info().ok())
         solution.analysis = solver.analysis();
@@ -59,11 +50,13 @@ Status solveInDouble(const BlockMatrix<double>& A, const std::vector<double>& b,
 }
 
 Status solveInFloat(const BlockMatrix<double>& A, const std::vector<double>& b,
-                    const SolverOptions& options, Solution& solution)
+                    const SolverOptions& options, Solution& solution, Progress& progress)
 {
     MixedLDLT solver;
     configure(solver.factorSolver(), options);
-    if (solver.compute(A).ok() && solver.solve(b.data(), solution.x.data()).ok()) {
+    solver.compute(A);
+    progress.now("solving");
+    if (solver.info().ok() && solver.solve(b.data(), solution.x.data()).ok()) {
         solution.analysis = solver.factorSolver().analysis();
         solution.refinements = solver.statistics().refinementSteps;
         solution.corrected = true;
@@ -76,10 +69,10 @@ Status solveInFloat(const BlockMatrix<double>& A, const std::vector<double>& b,
 Status computeSolution(const BlockMatrix<double>& A, const std::vector<double>& b,
                        const SolverOptions& options, Solution& solution)
 {
-    const Progress progress("solving");
+    Progress progress("analysing and factoring");
     solution.x.resize(A.dimension());
-    Status status = options.singlePrecision ? solveInFloat(A, b, options, solution)
-                                            : solveInDouble(A, b, options, solution);
+    Status status = options.singlePrecision ? solveInFloat(A, b, options, solution, progress)
+                                            : solveInDouble(A, b, options, solution, progress);
     if (!status.ok())
         return status;
     solution.accuracy = accuracyOf(A, b, solution.x);

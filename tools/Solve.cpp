@@ -16,12 +16,16 @@ using kyrOrvel::client::Status;
 
 namespace {
 
-/// The right-hand side in block order: from the file, or A·(1, ..., 1).
+/// The right-hand side in block order: from the file, of the scene, or A·(1, ..., 1).
 Status readRightHandSide(const SolveOptions& options, const MatrixInput& input,
                          std::vector<double>& b)
 {
     const std::size_t n = input.matrix.dimension();
     b.resize(n);
+    if (options.rightHandSide.empty() && !input.rightHandSide.empty()) {
+        b = input.rightHandSide;
+        return {};
+    }
     if (options.rightHandSide.empty()) {
         const std::vector<double> ones(n, 1.0);
         input.matrix.multiply(ones.data(), b.data());
@@ -29,7 +33,7 @@ Status readRightHandSide(const SolveOptions& options, const MatrixInput& input,
     }
     std::vector<double> byRow;
     Status status =
-        kyrOrvel::client::readVector(options.rightHandSide, input.scalars.dimension, byRow);
+        kyrOrvel::client::readVector(options.rightHandSide, static_cast<unsigned int>(n), byRow);
     for (std::size_t i = 0; status.ok() && i < n; ++i)
         b[i] = byRow[input.partition.rows[i]];
     return status;
@@ -44,12 +48,6 @@ Status writeSolution(const std::string& path, const BlockPartition& partition,
     return kyrOrvel::client::writeVector(path, byRow);
 }
 
-int badInput(const Status& status)
-{
-    printError(status.message);
-    return kBadInput;
-}
-
 } // namespace
 
 int runSolve(const SolveOptions& options)
@@ -57,31 +55,24 @@ int runSolve(const SolveOptions& options)
     MatrixInput input;
     Status status = readInput(options.input, input);
     if (!status.ok())
-        return badInput(status);
+        return refuse(status.message);
     std::vector<double> b;
     status = readRightHandSide(options, input, b);
     if (!status.ok())
-        return badInput(status);
+        return refuse(status.message);
 
     Report report(options.json);
     Solution solution;
     status = computeSolution(input.matrix, b, options.solver, solution);
-    if (!status.ok()) {
-        report.detail("input", nameOf(options.input));
-        report.detail("failure", describeStatus(status));
-        report.finish();
-        printError(describeFailure(options.input, input, status));
-        return kNumericalFailure;
-    }
+    if (!status.ok())
+        return reportFailure(report, input, status);
     if (!options.out.empty()) {
         status = writeSolution(options.out, input.partition, solution.x);
         if (!status.ok())
-            return badInput(status);
+            return refuse(status.message);
     }
 
-    report.heading(nameOf(options.input));
-    reportMatrix(report, input.matrix);
-    report.line("blockSource", input.blockSource, "", "", "blocks " + input.blockSource);
+    reportInput(report, input);
     reportSolution(report, solution);
     if (!options.out.empty())
         report.file("solution", "Solution", options.out);

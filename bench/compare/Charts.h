@@ -1,7 +1,7 @@
 #ifndef KYRORVEL_BENCH_CHARTS_H
 #define KYRORVEL_BENCH_CHARTS_H
 
-#include "Measurement.h"
+#include "peers/Measurement.h"
 
 #include <string>
 #include <utility>

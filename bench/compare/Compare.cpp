@@ -1,7 +1,9 @@
 // This library and its peers on the same systems in the same run, one thread each.
 
 #include "Charts.h"
-#include "Measurement.h"
+
+#include "peers/Measurement.h"
+#include "peers/OneThread.h"
 
 #include <kyrOrvelClient/MatrixFiles>
 #include <kyrOrvelClient/Scenes>
@@ -93,27 +95,6 @@ bool readFile(const std::string& path, Input& input)
     input.rightHandSide.resize(ones.size());
     input.matrix.multiply(ones.data(), input.rightHandSide.data());
     return true;
-}
-
-std::vector<Contender> allContenders()
-{
-    std::vector<Contender> all = ownContenders();
-    const auto add = [&](std::vector<Contender> some) {
-        all.insert(all.end(), some.begin(), some.end());
-    };
-#ifdef BENCH_HAS_EIGEN
-    add(eigenContenders());
-#endif
-#ifdef BENCH_HAS_CHOLMOD
-    add(cholmodContenders());
-#endif
-#ifdef BENCH_HAS_LDL
-    add(ldlContenders());
-#endif
-#ifdef BENCH_HAS_MUMPS
-    add(mumpsContenders());
-#endif
-    return all;
 }
 
 /// The first of `own` contenders, and the fastest of the others, in a step.
@@ -237,23 +218,13 @@ int run(const Options& options)
     return failed ? 1 : 0;
 }
 
-/// BLAS libraries make threads as they are loaded, and OpenMP may nest: the environment decides.
-void useOneThread(char** argv)
-{
-    if (std::getenv("OMP_THREAD_LIMIT"))
-        return;
-    for (const char* name : {"OMP_THREAD_LIMIT", "OMP_NUM_THREADS", "OPENBLAS_NUM_THREADS"})
-        setenv(name, "1", 1);
-    execv("/proc/self/exe", argv);
-}
-
 } // namespace
 
 } // namespace bench
 
 int main(int argc, char** argv)
 {
-    bench::useOneThread(argv);
+    bench::useOneThread();
     bench::Options options;
     CLI::App app("Measures this library and its peers on the same systems, one thread each.");
     app.add_option("INPUT", options.inputs,

@@ -4,13 +4,14 @@ namespace cli {
 
 namespace {
 
-/// A file that no subcommand reads: both say the same, and nothing is written.
+/// A file that no subcommand reads: all say the same, and nothing is written.
 void expectBadMatrix(const std::string& content, const std::string& message)
 {
     const support::Folder folder;
     const std::string matrix = folder.write("m.mtx", content);
+    expectRefusedByAll(matrix, matrix + message);
     expectRefused({"solve", matrix, "--out", folder.path("x.mtx")}, matrix + message);
-    expectRefused({"info", matrix}, matrix + message);
+    expectRefused({"plot", matrix, "--json", "--output", folder.path("a.svg")}, matrix + message);
     EXPECT_EQ(folder.numFiles(), 1u);
 }
 
@@ -37,13 +38,13 @@ TEST(BadMatrixFile, Missing)
 {
     const support::Folder folder;
     const std::string matrix = folder.path("m.mtx");
-    expectRefused({"solve", matrix}, matrix + ": No such file or directory");
+    expectRefusedByAll(matrix, matrix + ": No such file or directory");
 }
 
 TEST(BadMatrixFile, Directory)
 {
     const support::Folder folder;
-    expectRefused({"solve", folder.path("")}, folder.path("") + ": Is a directory");
+    expectRefusedByAll(folder.path(""), folder.path("") + ": Is a directory");
 }
 
 TEST(BadMatrixFile, BelowAFile)
@@ -51,7 +52,7 @@ TEST(BadMatrixFile, BelowAFile)
     const support::Folder folder;
     folder.write("m.mtx", kSmallMatrix);
     const std::string matrix = folder.path("m.mtx/m.mtx");
-    expectRefused({"solve", matrix}, matrix + ": Not a directory");
+    expectRefusedByAll(matrix, matrix + ": Not a directory");
 }
 
 TEST(BadMatrixFile, WithoutPermission)
@@ -61,13 +62,13 @@ TEST(BadMatrixFile, WithoutPermission)
     const support::Folder folder;
     const std::string matrix = folder.write("m.mtx", kSmallMatrix);
     std::filesystem::permissions(matrix, std::filesystem::perms::none);
-    expectRefused({"solve", matrix}, matrix + ": Permission denied");
+    expectRefusedByAll(matrix, matrix + ": Permission denied");
 }
 
 // The memory of a process opens like a file, but its first page is never there.
 TEST(BadMatrixFile, Unreadable)
 {
-    expectRefused({"solve", "/proc/self/mem"}, "/proc/self/mem: Input/output error");
+    expectRefusedByAll("/proc/self/mem", "/proc/self/mem: Input/output error");
 }
 
 TEST(BadMatrixFile, Empty)

@@ -29,6 +29,42 @@ TEST(Bench, ReportsInJson)
         EXPECT_NE(out.find(key), std::string::npos) << key << " in " << out;
 }
 
+#ifdef ORVEL_HAS_PEERS
+
+TEST(Bench, PeersAreMeasuredBesideThisLibrary)
+{
+    const std::string out =
+        expectDone({"bench", "--scene", "lattice", "2", "--peers", "--seconds", "0.001"});
+    EXPECT_EQ(out.find("  ms                            analyse   refactor      solve"),
+              out.find("  ms"));
+    EXPECT_GT(numberAfter(out, "  kyrOrvel "), 0);
+}
+
+TEST(Bench, PeersAreMeasuredInJson)
+{
+    const std::string out =
+        expectDone({"bench", "--scene", "lattice", "2", "--peers", "--seconds", "0.001", "--json"});
+    EXPECT_NE(out.find("\"solver\": \"kyrOrvel\",\n      \"solved\": true"), std::string::npos)
+        << out;
+}
+
+#else
+
+TEST(Bench, PeersThatWereNotBuiltInAreRefused)
+{
+    expectRefused({"bench", "--scene", "lattice", "2", "--peers"},
+                  "--peers: the command was built without other solvers; configure it with "
+                  "-DKYRORVEL_BENCH_PEERS=ON");
+}
+
+#endif
+
+TEST(Bench, PeersGoWithoutOptionsForThisLibraryAlone)
+{
+    expectRefused({"bench", "--scene", "lattice", "2", "--peers", "--float"},
+                  "--float excludes --peers; 'orvel --help' shows the usage");
+}
+
 TEST(Bench, OfASingularMatrixFails)
 {
     const support::Folder folder;

@@ -56,6 +56,15 @@ inline void expectRefused(const std::vector<std::string>& arguments, const std::
     expectFailure(arguments, 2, message);
 }
 
+/// A matrix file that no subcommand reads: all refuse it alike.
+inline void expectRefusedByAll(const std::string& matrix, const std::string& message)
+{
+    for (const char* const subcommand : {"solve", "info", "check", "bench", "plot"}) {
+        SCOPED_TRACE(subcommand);
+        expectRefused({subcommand, matrix}, message);
+    }
+}
+
 /// The lines of a text from the one that begins with `first` on.
 inline std::string linesFrom(const std::string& text, const std::string& first)
 {

@@ -66,6 +66,51 @@ constexpr char kSingular[] =
     "remove what is redundant or give the block a diagonal (a compliance); it depends on block 3; "
     "a compliance of 1.49e-08 would do";
 
+// L = [1 .; 0.5 1], D = (4, 4), x = (1.5, 1); the hashes are FNV-1a over their bits.
+constexpr char kPatternHash[] = "4d8fa9deb1339705";
+constexpr char kLHash[] = "3f0b4ffa86bb41c8";
+constexpr char kDHash[] = "236ed81c056d80e5";
+constexpr char kXHash[] = "5878668f91410e9d";
+
+/// The report of a system of 2 rows that was solved.
+std::string reportOfTwo(const std::string& file, const std::string& parts)
+{
+    return file +
+           "\n"
+           "  scalars                      2  double\n"
+           "  blocks                       2  2 ordinary, 0 trailing\n"
+           "  status                      Ok  as captured\n"
+           "  order                     same\n" +
+           parts;
+}
+
+/// A member of an object in JSON: an object with members of text, or null without quotes.
+std::string member(const std::string& name, const std::string& result, const std::string& captured,
+                   const std::string& replayed)
+{
+    return "  \"" + name + "\": {\n    \"result\": \"" + result +
+           "\",\n    \"captured\": " + captured + ",\n    \"replayed\": " + replayed + "\n  },\n";
+}
+
+std::string sameHash(const std::string& name, const std::string& hash)
+{
+    return member(name, "same", '"' + hash + '"', '"' + hash + '"');
+}
+
+std::string notCompared(const std::string& name)
+{
+    return member(name, "not compared", "null", "null");
+}
+
+/// A status in JSON.
+std::string statusJson(const std::string& code, const std::string& block, const std::string& row,
+                       const std::string& id, const std::string& message)
+{
+    return "{\n      \"code\": \"" + code + "\",\n      \"block\": " + block +
+           ",\n      \"row\": " + row + ",\n      \"id\": " + id + ",\n      \"message\": \"" +
+           message + "\"\n    }";
+}
+
 /// Fails with exit code 1 and an empty standard error; returns its standard output.
 std::string expectDifferent(const std::vector<std::string>& arguments)
 {
@@ -77,21 +122,15 @@ std::string expectDifferent(const std::vector<std::string>& arguments)
 
 } // namespace
 
-// L = [1 .; 0.5 1], D = (4, 4), x = (1.5, 1); the hashes are FNV-1a over their bits.
 TEST(Replay, SolvedSystemIsTheSame)
 {
     const support::Folder folder;
     const std::string file = solvedFile<double>(folder);
     EXPECT_EQ(expectDone({"replay", file}),
-              file + "\n"
-                     "  scalars                      2  double\n"
-                     "  blocks                       2  2 ordinary, 0 trailing\n"
-                     "  status                      Ok  as captured\n"
-                     "  order                     same\n"
-                     "  pattern of L              same  4d8fa9deb1339705\n"
-                     "  L                         same  3f0b4ffa86bb41c8\n"
-                     "  D                         same  236ed81c056d80e5\n"
-                     "  x                         same  5878668f91410e9d\n");
+              reportOfTwo(file, std::string() + "  pattern of L              same  " +
+                                    kPatternHash + "\n" + "  L                         same  " +
+                                    kLHash + "\n" + "  D                         same  " + kDHash +
+                                    "\n" + "  x                         same  " + kXHash + "\n"));
 }
 
 TEST(Replay, FloatSystemIsTheSame)
@@ -129,15 +168,12 @@ TEST(Replay, DifferentValuesAreNamed)
     const std::string file = changedFile(folder, 8);
     EXPECT_EQ(
         expectDifferent({"replay", file}),
-        file + "\n"
-               "  scalars                      2  double\n"
-               "  blocks                       2  2 ordinary, 0 trailing\n"
-               "  status                      Ok  as captured\n"
-               "  order                     same\n"
-               "  pattern of L              same  4d8fa9deb1339705\n"
-               "  L                      differs  81ea3d1b01fdbab8, captured: 3f0b4ffa86bb41c8\n"
-               "  D                      differs  98b753e3d0159707, captured: 236ed81c056d80e5\n"
-               "  x                      differs  340397304dccf796, captured: 5878668f91410e9d\n");
+        reportOfTwo(
+            file,
+            std::string() + "  pattern of L              same  " + kPatternHash + "\n" +
+                "  L                      differs  81ea3d1b01fdbab8, captured: " + kLHash + "\n" +
+                "  D                      differs  98b753e3d0159707, captured: " + kDHash + "\n" +
+                "  x                      differs  340397304dccf796, captured: " + kXHash + "\n"));
 }
 
 // [0.8 2; 2 5] is singular up to rounding.
@@ -153,37 +189,18 @@ TEST(Replay, JsonHoldsTheSame)
 {
     const support::Folder folder;
     const std::string file = solvedFile<double>(folder);
-    const std::string status =
-        R"({"code": "Ok", "block": null, "row": null, "id": 0, "message": ""})";
-    EXPECT_EQ(
-        expectDone({"replay", file, "--json"}),
-        "{\n"
-        "  \"file\": \"" +
-            file +
-            "\",\n"
-            "  \"precision\": \"double\",\n"
-            "  \"scalars\": 2,\n"
-            "  \"blocks\": 2,\n"
-            "  \"ordinary\": 2,\n"
-            "  \"same\": true,\n"
-            "  \"status\": {\"result\": \"same\",\n"
-            "    \"captured\": " +
-            status +
-            ",\n"
-            "    \"replayed\": " +
-            status +
-            "},\n"
-            "  \"order\": \"same\",\n"
-            "  \"pattern\": {\"result\": \"same\", \"captured\": \"4d8fa9deb1339705\", "
-            "\"replayed\": \"4d8fa9deb1339705\"},\n"
-            "  \"L\": {\"result\": \"same\", \"captured\": \"3f0b4ffa86bb41c8\", \"replayed\": "
-            "\"3f0b4ffa86bb41c8\"},\n"
-            "  \"D\": {\"result\": \"same\", \"captured\": \"236ed81c056d80e5\", \"replayed\": "
-            "\"236ed81c056d80e5\"},\n"
-            "  \"x\": {\"result\": \"same\", \"captured\": \"5878668f91410e9d\", \"replayed\": "
-            "\"5878668f91410e9d\"},\n"
-            "  \"shrunk\": null\n"
-            "}\n");
+    const std::string status = statusJson("Ok", "null", "null", "0", "");
+    EXPECT_EQ(expectDone({"replay", file, "--json"}),
+              "{\n  \"file\": \"" + file +
+                  "\",\n"
+                  "  \"precision\": \"double\",\n"
+                  "  \"scalars\": 2,\n"
+                  "  \"blocks\": 2,\n"
+                  "  \"ordinary\": 2,\n"
+                  "  \"same\": true,\n" +
+                  member("status", "same", status, status) + "  \"order\": \"same\",\n" +
+                  sameHash("pattern", kPatternHash) + sameHash("L", kLHash) +
+                  sameHash("D", kDHash) + sameHash("x", kXHash) + "  \"shrunk\": null\n}\n");
 }
 
 TEST(Replay, JsonOfAFailureHoldsWhatWasLeftOfIt)
@@ -191,26 +208,13 @@ TEST(Replay, JsonOfAFailureHoldsWhatWasLeftOfIt)
     const support::Folder folder;
     const std::string file = singularFile(folder);
     const std::string out = folder.path("small");
-    const std::string none = R"({"result": "not compared", "captured": null, "replayed": null})";
-    const std::string status = std::string(R"({"code": "Singular", "block": 4, "row": 0, )") +
-                               R"("id": 4, "message": ")" + kSingular + "\"}";
+    const std::string status = statusJson("Singular", "4", "0", "4", kSingular);
     EXPECT_EQ(linesFrom(expectDone({"replay", file, "--json", "--shrink", out}), "  \"same\""),
-              "  \"same\": true,\n"
-              "  \"status\": {\"result\": \"same\",\n"
-              "    \"captured\": " +
-                  status +
-                  ",\n"
-                  "    \"replayed\": " +
-                  status +
-                  "},\n"
-                  "  \"order\": \"same\",\n"
-                  "  \"pattern\": " +
-                  none + ",\n  \"L\": " + none + ",\n  \"D\": " + none + ",\n  \"x\": " + none +
-                  ",\n"
-                  "  \"shrunk\": {\"file\": \"" +
-                  out +
-                  "\", \"blocksFile\": null, \"ids\": [0, 2, 3, 4], \"tried\": 11}\n"
-                  "}\n");
+              "  \"same\": true,\n" + member("status", "same", status, status) +
+                  "  \"order\": \"same\",\n" + notCompared("pattern") + notCompared("L") +
+                  notCompared("D") + notCompared("x") + "  \"shrunk\": {\n    \"file\": \"" + out +
+                  "\",\n    \"blocksFile\": null,\n    \"ids\": [\n      0,\n      2,\n      3,\n"
+                  "      4\n    ],\n    \"tried\": 11\n  }\n}\n");
 }
 
 TEST(Replay, QuotesInAFileNameAreEscapedInJson)
@@ -218,9 +222,10 @@ TEST(Replay, QuotesInAFileNameAreEscapedInJson)
     const support::Folder folder;
     const std::string file = folder.path("a\"b\\c\n");
     std::filesystem::rename(solvedFile<double>(folder), file);
+    const std::string named = "  \"file\": \"" + folder.path(R"(a\"b\\c\n)") + "\"";
     EXPECT_EQ(
-        linesFrom(expectDone({"replay", file, "--json"}), "  \"file\"").substr(0, file.size() + 19),
-        "  \"file\": \"" + folder.path("a\\\"b\\\\c\\u000a") + "\"");
+        linesFrom(expectDone({"replay", file, "--json"}), "  \"file\"").substr(0, named.size()),
+        named);
 }
 
 TEST(ReplayShrink, MatrixAndBlocksAreThoseThatFail)
@@ -297,6 +302,43 @@ TEST(BadCapture, Missing)
     expectRefused({"replay", file}, file + ": No such file or directory");
 }
 
+TEST(BadCapture, Directory)
+{
+    const support::Folder folder;
+    expectRefused({"replay", folder.path("")}, folder.path("") + ": Is a directory");
+}
+
+TEST(BadCapture, WithoutPermission)
+{
+    if (geteuid() == 0)
+        GTEST_SKIP() << "the superuser may read everything";
+    const support::Folder folder;
+    const std::string file = solvedFile<double>(folder);
+    std::filesystem::permissions(file, std::filesystem::perms::none);
+    expectRefused({"replay", file}, file + ": Permission denied");
+}
+
+TEST(BadCapture, BinaryGarbage)
+{
+    const support::Folder folder;
+    const std::string file = folder.write("c", std::string(100, '\x7f'));
+    expectRefused({"replay", file}, file + ": not a capture: the file should begin with "
+                                           "'orvelcap'");
+}
+
+TEST(BadCapture, CutOff)
+{
+    const support::Folder folder;
+    const std::string bytes = support::contentOf(solvedFile<double>(folder));
+    const std::string file = folder.write("c", bytes.substr(0, bytes.size() - 1));
+    const support::CommandResult result = orvel({"replay", file});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err, "orvel: " + file + ": the capture is cut off: the file has " +
+                              std::to_string(bytes.size() - 1) + " of at least " +
+                              std::to_string(bytes.size()) + " bytes\n");
+}
+
 TEST(BadCapture, OtherFile)
 {
     const support::Folder folder;
@@ -320,6 +362,27 @@ TEST(BadCapture, Damaged)
     ++bytes[bytes.size() / 2];
     const std::string file = folder.write("damaged", bytes);
     expectRefused({"replay", file}, file + ": the capture is damaged: its checksum differs");
+}
+
+TEST(BadCapture, ShrunkToAFullDevice)
+{
+    const support::Folder folder;
+    std::filesystem::create_symlink("/dev/full", folder.path("s"));
+    expectRefused({"replay", singularFile(folder), "--shrink", folder.path("s")},
+                  folder.path("s") + ": No space left on device");
+}
+
+TEST(BadCapture, FullDeviceAsStandardOutputIsReported)
+{
+    const support::Folder folder;
+    for (const std::string option : {"", "--json"}) {
+        std::vector<std::string> arguments = {"replay", solvedFile<double>(folder)};
+        if (!option.empty())
+            arguments.push_back(option);
+        const support::CommandResult result = orvel(arguments, "/dev/full");
+        EXPECT_EQ(result.exitCode, 2);
+        EXPECT_EQ(result.err, "orvel: standard output: No space left on device\n");
+    }
 }
 
 TEST(BadCapture, ShrunkToAFolderThatIsMissing)

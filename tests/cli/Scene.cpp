@@ -182,6 +182,27 @@ TEST(Scene, OutputWithTheEndingOfAFileBesideItIsRefused)
     EXPECT_EQ(folder.numFiles(), 0u);
 }
 
+// The ordering by fill-in alone meets a pivot that the geometry makes zero.
+TEST(Scene, ThatCannotBeSolvedSoIsANumericalFailure)
+{
+    const support::CommandResult result =
+        orvel({"scene", "bridge", "4", "--solve", "--ordering", "symamd"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err.find("orvel: bridge 4: the pivot of row 1 of block 16 is "), 0u)
+        << result.err;
+    EXPECT_EQ(result.err.find('\n'), result.err.size() - 1) << result.err;
+}
+
+TEST(Scene, ThatCannotBeSolvedIsWrittenNevertheless)
+{
+    const support::Folder folder;
+    const support::CommandResult result = orvel({"scene", "bridge", "4", "--solve", "--ordering",
+                                                 "symamd", "--output", folder.path("m.mtx")});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(folder.numFiles(), 3u);
+}
+
 TEST(Scene, StandardOutputIsForOneOfMatrixAndReport)
 {
     expectRefused({"scene", "rope", "--output", "-", "--solve"},

@@ -24,6 +24,7 @@ constexpr double kBarsWidth = kPageWidth - kMargin - kBarsLeft;
 constexpr double kLegend = kTop + kHeight + 60;
 
 constexpr std::size_t kMostPoints = 4000; // drawn by themselves; more are counted by cells
+constexpr double kCell = 2;               // smaller ones are hard to see alone
 constexpr std::size_t kMostMarks = 300;   // of zero and tiny pivots
 constexpr double kFaintest = 0.35;
 constexpr unsigned int kTicks = 8;
@@ -104,16 +105,18 @@ private:
 
     void drawShades()
     {
-        constexpr auto columns = static_cast<unsigned int>(kWidth);
-        constexpr auto rows = static_cast<unsigned int>(kHeight);
+        constexpr auto columns = static_cast<unsigned int>(kWidth / kCell);
+        constexpr auto rows = static_cast<unsigned int>(kHeight / kCell);
         std::vector<Counts> cells(std::size_t(columns) * rows, Counts{0, 0});
         for (std::size_t k = 0; k < m_figures.pivots.size(); ++k) {
             const Pivot& pivot = m_figures.pivots[k];
             if (pivot.value == 0 || !std::isfinite(pivot.value))
                 continue;
-            const auto column = static_cast<unsigned int>(x(k) - kLeft);
-            const double y = std::clamp(m_scale.at(pivot.value) - kTop, 0.0, rows - 1.0);
-            ++cells[std::size_t(static_cast<unsigned int>(y)) * columns + column][pivot.trailing];
+            const double column = std::min((x(k) - kLeft) / kCell, columns - 1.0);
+            const double row =
+                std::clamp((m_scale.at(pivot.value) - kTop) / kCell, 0.0, rows - 1.0);
+            ++cells[static_cast<std::size_t>(row) * columns + static_cast<std::size_t>(column)]
+                   [pivot.trailing];
         }
         for (const Counts& cell : cells)
             m_mostInACell = std::max(m_mostInACell, total(cell));

@@ -77,6 +77,17 @@ double levelHeight(const TreeFigures& tree)
     return kPanel / std::max(tree.height, 1u);
 }
 
+double leafWidth(const TreeFigures& tree)
+{
+    return kWidth / tree.numLeaves;
+}
+
+/// Whether nodes have room for their positions in the order of elimination.
+bool isNumbered(const TreeFigures& tree)
+{
+    return leafWidth(tree) >= kNumberedFrom && levelHeight(tree) >= 0.6 * kNumberedFrom;
+}
+
 /// Nodes as discs and squares with lines to their parents.
 class NodeDrawing {
 public:
@@ -85,7 +96,7 @@ public:
     {
         const std::vector<std::uint64_t> leaves(tree.leaves.begin(), tree.leaves.end());
         const std::vector<std::uint64_t> begin = beginsOf(tree, leaves);
-        m_leafWidth = kWidth / tree.numLeaves;
+        m_leafWidth = leafWidth(tree);
         for (unsigned int k = 0; k < tree.numNodes(); ++k)
             m_x.push_back(kLeft +
                           m_leafWidth * (static_cast<double>(begin[k]) + 0.5 * tree.leaves[k]));
@@ -125,7 +136,7 @@ private:
                                    1.8 * radius, colour);
         else
             m_canvas.fillCircle(m_x[k], y(k), radius, colour);
-        if (m_leafWidth >= kNumberedFrom && levelHeight(m_tree) >= 0.6 * kNumberedFrom)
+        if (isNumbered(m_tree))
             m_canvas.text(m_x[k] + m_largest + 2, y(k) - 2, std::to_string(k), 10);
     }
 
@@ -227,10 +238,13 @@ void drawTreePage(Canvas& canvas, const PlotSubject& subject)
         drawShadeBar(canvas, kLeft, legend, kLightest, kDarkest,
                      "operations at a node: " + amount(tree.leastWork), amount(tree.mostWork));
     if (!profile)
-        drawLegend(canvas, kLeft, legend + 20,
-                   {{kInk, "ordinary block", LegendKey::Disc},
-                    {kInk, "trailing block"},
-                    {kWhite, "the larger, the more operations"}});
+        drawLegend(
+            canvas, kLeft, legend + 20,
+            {{kInk, "ordinary block", LegendKey::Disc},
+             {kInk, "trailing block"},
+             {kWhite, isNumbered(tree)
+                          ? "the larger, the more operations; numbers: positions in the order"
+                          : "the larger, the more operations"}});
 }
 
 } // namespace

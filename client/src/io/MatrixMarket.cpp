@@ -16,7 +16,8 @@ namespace client {
 namespace {
 
 constexpr unsigned long kMaxDimension = 0x7FFFFFFE;
-constexpr std::size_t kShortestEntry = 5; // "1 1 1"
+constexpr std::size_t kShortestEntry = 5;      // "1 1 1"
+constexpr unsigned long kEntriesATurn = 65536; // of telling how far the reading is
 
 /// An entry that still knows its line, for the report of duplicates.
 struct ReadEntry {
@@ -114,10 +115,14 @@ Status readEntry(TextScanner& in, bool integer, unsigned long dimension, ReadEnt
     return in.endLine();
 }
 
-Status readEntries(TextScanner& in, bool integer, const Sizes& sizes, std::vector<ReadEntry>& read)
+Status readEntries(TextScanner& in, bool integer, const Sizes& sizes, std::vector<ReadEntry>& read,
+                   const ReadProgress& progress)
 {
+    const auto whole = static_cast<double>(in.remaining());
     read.reserve(std::min<std::size_t>(sizes.entries, in.remaining() / kShortestEntry + 1));
     for (unsigned long k = 0; k < sizes.entries; ++k) {
+        if (progress && k % kEntriesATurn == 0 && k > 0)
+            progress(1 - static_cast<double>(in.remaining()) / whole);
         if (!in.skipToContent())
             return in.error("the file ends after " + std::to_string(k) + " of " +
                             std::to_string(sizes.entries) + " entries");
@@ -201,7 +206,8 @@ Status readPlainNumbers(TextScanner& in, unsigned int dimension, std::vector<dou
 
 } // namespace
 
-Status parseMatrixMarket(const std::string& path, std::string_view text, ScalarMatrix& matrix)
+Status parseMatrixMarket(const std::string& path, std::string_view text, ScalarMatrix& matrix,
+                         const ReadProgress& progress)
 {
     TextScanner in(path, text);
     const TextScanner start = in; // errors about the header belong to line 1
@@ -214,7 +220,7 @@ Status parseMatrixMarket(const std::string& path, std::string_view text, ScalarM
         status = readSizes(in, sizes);
     std::vector<ReadEntry> read;
     if (status.ok())
-        status = readEntries(in, header.field == "integer", sizes, read);
+        status = readEntries(in, header.field == "integer", sizes, read, progress);
     if (status.ok())
         status = sortEntries(path, read);
     if (!status.ok())
@@ -250,12 +256,12 @@ Status parseVector(const std::string& path, std::string_view text, unsigned int 
     return status;
 }
 
-Status readMatrixMarket(const std::string& path, ScalarMatrix& matrix)
+Status readMatrixMarket(const std::string& path, ScalarMatrix& matrix, const ReadProgress& progress)
 {
     return guardMemory([&] {
         std::string text;
         Status status = readTextFile(path, text);
-        return status.ok() ? parseMatrixMarket(path, text, matrix) : status;
+        return status.ok() ? parseMatrixMarket(path, text, matrix, progress) : status;
     });
 }
 

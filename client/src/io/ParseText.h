@@ -12,7 +12,8 @@ namespace client {
 
 // The readers of MatrixFiles, on a text in memory; `path` is for their messages.
 
-Status parseMatrixMarket(const std::string& path, std::string_view text, ScalarMatrix& matrix);
+Status parseMatrixMarket(const std::string& path, std::string_view text, ScalarMatrix& matrix,
+                         const ReadProgress& progress = {});
 
 Status parseBlocks(const std::string& path, std::string_view text, unsigned int dimension,
                    BlockPartition& partition);

@@ -8,8 +8,10 @@
 namespace kyrOrvel {
 namespace client {
 
-/// Writes a file that appears whole or not at all: it is made beside its place, then moved there.
-/// Symbolic links are followed; a device or a pipe is written to as it is.
+/// Writes a file that appears whole or not at all, and leaves nothing else behind, even if SIGINT,
+/// SIGTERM or SIGHUP end the program meanwhile: it is made without a name where the file system
+/// knows such files, and beside its place, with these signals held back from the calling thread,
+/// where not. Symbolic links are followed; a device or a pipe is written to as it is.
 Status writeWholeFile(const std::string& path, const std::string& content);
 
 } // namespace client

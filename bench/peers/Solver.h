@@ -27,7 +27,9 @@ struct Contender {
     std::function<std::unique_ptr<Solver>(const Input&)> make;
 };
 
-// The contenders that this program was built with; the first is this library.
+/// The contenders that this program was built with; the first ones are this library.
+std::vector<Contender> allContenders();
+
 std::vector<Contender> ownContenders();
 std::vector<Contender> eigenContenders();
 std::vector<Contender> cholmodContenders();
