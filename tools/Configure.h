@@ -16,7 +16,7 @@ void configure(kyrOrvel::client::BlockLDLT<T>& solver, const SolverOptions& opti
     solver.setOrdering(orderingOf(options.ordering));
     solver.setThreads(options.threads);
     if (options.threads > 1)
-        solver.setFactorization(kyrOrvel::client::Factorization::Multifrontal);
+        solver.setFactorization(kyrOrvel::client::Factorization::Parallel);
 }
 
 } // namespace orvel

@@ -102,7 +102,7 @@ void addThreads(CLI::App& command, unsigned int& threads, const char* help)
 void addSolver(CLI::App& command, SolverOptions& options)
 {
     addOrdering(command, options.ordering);
-    addThreads(command, options.threads, "threads to factor on, 1 to 255; from 2 on multifrontal");
+    addThreads(command, options.threads, "threads to factor on, 1 to 255; no bit depends on it");
     addFlag(command, "--float", options.singlePrecision, "factor in single precision");
 }
 

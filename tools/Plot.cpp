@@ -62,8 +62,8 @@ Status prepare(const PlotOptions& options, const Kinds& kinds, BlockLDLT<double>
     how.ordering = options.ordering;
     how.threads = options.threads;
     configure(solver, how);
-    if (kinds.timeline)
-        solver.setFactorization(Factorization::Multifrontal); // on one thread, too
+    if (kinds.timeline || options.threads > 1) // a schedule is what there is to draw
+        solver.setFactorization(Factorization::Multifrontal);
     const Progress progress(kinds.needFactorization() ? "analysing and factoring" : "analysing");
     if (!kinds.needFactorization()) {
         subject.analysed = solver.analyzePattern(subject.matrix).ok();

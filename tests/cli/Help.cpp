@@ -35,10 +35,10 @@ const std::string kOrdering =
     "  --ordering NAME=automatic   automatic, constraint-aware, symamd, nested-dissection, "
     "natural or best\n";
 
-const std::string kSolver =
-    kOrdering + "  --threads N=1               threads to factor on, 1 to 255; from 2 on "
-                "multifrontal\n"
-                "  --float                     factor in single precision\n";
+const std::string kSolver = kOrdering +
+                            "  --threads N=1               threads to factor on, 1 to 255; no bit "
+                            "depends on it\n"
+                            "  --float                     factor in single precision\n";
 
 const std::string kRefine =
     "  --refine N=5                refinement steps at the most, 0 to 100; a factor in single "
@@ -122,8 +122,8 @@ TEST(Help, OfBenchListsItsOptions)
                    "                              automatic, constraint-aware, symamd, "
                    "nested-dissection, natural or best\n"
                    "  --threads N=1 Excludes: --peers\n"
-                   "                              threads to factor on, 1 to 255; from 2 on "
-                   "multifrontal\n"
+                   "                              threads to factor on, 1 to 255; no bit "
+                   "depends on it\n"
                    "  --float Excludes: --peers   factor in single precision\n"
                    "  --seconds S=1               to spend, about; 0.001 to 3600\n"
                    "  --peers Excludes: --ordering --threads --float\n"
