@@ -31,13 +31,25 @@ TEST(EigenBlocks, AreFoundInThePattern)
 
 TEST(EigenBlocks, UncoupledRowsWithTheSameNeighboursFormOne)
 {
-    // Coordinates of a node do not couple to each other, but to all of the next node.
-    const Matrix A = drawn({{9}, {0, 9}, {1, 2, 9}, {2, 1, 0, 9}});
-    Matrix pruned = A;
-    pruned.prune(0.0);
-    EigenLDLT<Matrix> solver(pruned);
+    // Three nodes in a row, of two coordinates that do not couple to each other, but to both of the
+    // next node.
+    Matrix A = drawn({{9}, {0, 9}, {1, 2, 9}, {2, 1, 0, 9}, {0, 0, 3, 1, 9}, {0, 0, 1, 3, 0, 9}});
+    A.prune(0.0);
+    EigenLDLT<Matrix> solver(A);
 
-    EXPECT_EQ(solver.blocks().blockSizes(), (Sizes{2, 2}));
+    EXPECT_EQ(solver.blocks().blockSizes(), (Sizes{2, 2, 2}));
+    const Eigen::VectorXd b = whole(A) * Eigen::VectorXd::Ones(6);
+    EXPECT_TRUE(Eigen::VectorXd(solver.solve(b)).isOnes(1e-13));
+}
+
+TEST(EigenBlocks, UncoupledRowsStayApartWhereABlockWouldBeMostlyZeros)
+{
+    // An arrow: the first rows couple to the last one alone.
+    Matrix A = drawn({{9}, {0, 9}, {0, 0, 9}, {1, 2, 1, 9}});
+    A.prune(0.0);
+    EigenLDLT<Matrix> solver(A);
+
+    EXPECT_EQ(solver.blocks().blockSizes(), (Sizes{1, 1, 1, 1}));
 }
 
 TEST(EigenBlocks, RowsWithoutAPositiveDiagonalAreTrailing)

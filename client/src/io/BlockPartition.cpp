@@ -146,9 +146,8 @@ BlockPartition findBlocks(const ScalarMatrix& matrix)
             const unsigned int head = result.rows[i - result.sizes.back()];
             const bool coupled =
                 std::binary_search(neighbours[r].begin(), neighbours[r].end(), head);
-            // Uncoupled ordinary rows stay apart where a block of them would be mostly zeros.
-            const std::size_t most = ordinary ? neighbours[r].size() : kLargestFoundBlock;
-            joins = (coupled || (!neighbours[r].empty() && result.sizes.back() < most)) &&
+            // Uncoupled ordinary rows stay apart: a block of them would be mostly zeros.
+            joins = (coupled || (!ordinary && !neighbours[r].empty())) &&
                     sameNeighbours(neighbours[r], r, neighbours[head], head);
         }
         if (joins) {
