@@ -20,23 +20,23 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME "${runtimePackage}")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "${PROJECT_DESCRIPTION}
- LDL^T without pivoting for physics engines, robots and games: the same bits
- every time, with a clear word when the system is singular. The libraries.")
+set(CPACK_DEBIAN_RUNTIME_DESCRIPTION
+"LDL^T without pivoting for physics engines, robots and games: the same bits
+every time, with a clear word when the system is singular. The libraries.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libkyrorvel-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${runtimePackage} (= ${PROJECT_VERSION}), \
 libapr1-dev, libboost-dev, libopenthreads-dev")
-set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "${PROJECT_DESCRIPTION}
- Headers and what CMake and pkg-config read.")
+set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION
+"Headers and what CMake and pkg-config read.")
 
 set(CPACK_DEBIAN_TOOL_PACKAGE_NAME orvel)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION science)
 set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "${runtimePackage} (= ${PROJECT_VERSION})")
-set(CPACK_DEBIAN_TOOL_DESCRIPTION "${PROJECT_DESCRIPTION}: command
- Solves, checks, measures and draws such systems, given as Matrix Market files.")
+set(CPACK_DEBIAN_TOOL_DESCRIPTION
+"The orvel command: solves, checks, measures and draws such systems, given as Matrix Market files.")
 
 # Static libraries belong to the development package, which then also needs what they link to.
 if(NOT BUILD_SHARED_LIBS)
