@@ -31,7 +31,7 @@ private:
 };
 
 /// The state of a BlockLDLT. Every step is a function that returns a Status; `guard` keeps it.
-template <class T> struct BlockLDLT<T>::Impl {
+template <class T> struct KYRORVEL_HIDDEN BlockLDLT<T>::Impl {
     Status status;
     Statistics statistics;
 

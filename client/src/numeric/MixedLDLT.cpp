@@ -44,7 +44,7 @@ template <class F> void forEachBlock(const BlockMatrix<double>& A, F f)
 
 } // namespace
 
-struct MixedLDLT::Impl {
+struct KYRORVEL_HIDDEN MixedLDLT::Impl {
     Status status;
     BlockLDLT<float> solver;
     BlockMatrix<float> rounded;

@@ -1,0 +1,26 @@
+# The build at BUILD, installed: found by CMake, and by pkg-config.
+include("${CMAKE_CURRENT_LIST_DIR}/Steps.cmake")
+file(REMOVE_RECURSE "${WORK}")
+
+install_and_move("${BUILD}" "${WORK}/prefix")
+expect_consumer_by_cmake("${WORK}/prefix")
+if(SHARED)
+    expect_consumer_by_pkg_config("${WORK}/prefix" shared)
+else()
+    expect_consumer_by_pkg_config("${WORK}/prefix" static)
+endif()
+
+# What the guide says about compilers is what was done here.
+file(STRINGS "${KYRORVEL}/docs/installing.md" commands REGEX "^g\\+\\+ ")
+list(LENGTH commands count)
+if(NOT count EQUAL 2)
+    message(FATAL_ERROR "docs/installing.md compiles ${count} times")
+endif()
+file(READ "${KYRORVEL}/tests/package/shared_by_pkg_config.sh" scripts)
+file(READ "${KYRORVEL}/tests/package/static_by_pkg_config.sh" more)
+foreach(command IN LISTS commands)
+    string(FIND "${scripts}${more}" "\n${command}\n" position)
+    if(position EQUAL -1)
+        message(FATAL_ERROR "docs/installing.md says what no test does: ${command}")
+    endif()
+endforeach()
