@@ -192,8 +192,11 @@ TEST(MixedLDLT, MovedSolverKeepsItsFactor)
     ASSERT_TRUE(solver.compute(A).ok());
 
     MixedLDLT moved(std::move(solver));
-
     expectSolved(moved, A);
+
+    MixedLDLT assigned;
+    assigned = std::move(moved);
+    expectSolved(assigned, A);
 }
 
 } // namespace

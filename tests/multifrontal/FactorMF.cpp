@@ -131,6 +131,24 @@ TYPED_TEST(FactorMF, OfAnIndefiniteSystemAgreesWithTheSerialFactorization)
     this->expectSerialResult(problem);
 }
 
+TYPED_TEST(FactorMF, IsDoneByASolveThatFindsNoFactor)
+{
+    Random random(6);
+    Problem<TypeParam> problem(support::quasiDefiniteSystem<TypeParam>(random, 12, 0.2, 1, 4));
+    problem.map(2);
+    problem.data.useMultifrontal = 1;
+    std::vector<TypeParam> onDemand(12 * 4, TypeParam(1)); // as many scalars as there can be
+    std::vector<TypeParam> afterwards = onDemand;
+    problem.data.factored = 0;
+
+    Orvel::solve(problem.data, onDemand.data());
+    EXPECT_EQ(problem.data.factored, 1);
+    Orvel::factorMF(problem.data);
+    Orvel::solve(problem.data, afterwards.data());
+
+    EXPECT_EQ(onDemand, afterwards);
+}
+
 TYPED_TEST(FactorMF, OfAnEmptySystemSetsFactored)
 {
     Problem<TypeParam> problem{System<TypeParam>()};
