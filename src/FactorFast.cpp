@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstddef>
 #include <memory>
 #include <thread>
 
@@ -30,85 +31,26 @@ private:
     std::atomic<unsigned int> m_next{0};
 };
 
-/// The units of a subtree.
-template <class Task> Task subtreeOf(const Task& task, const WorkShares& shares, unsigned int s)
+/// The same work on other units.
+template <class Task> Task withUnits(Task task, const unsigned int* units, std::size_t count)
 {
-    Task result = task;
-    result.units = shares.nodes.data() + shares.subtreeStart[s];
-    result.numUnits = shares.subtreeStart[s + 1] - shares.subtreeStart[s];
-    return result;
+    task.units = units;
+    task.numUnits = static_cast<unsigned int>(count);
+    return task;
+}
+
+/// Factors subtrees, fetched from a counter that threads share, until there are no more.
+template <class Task>
+void factorSubtrees(const WorkShares& shares, Counter& subtrees, const Task& task,
+                    void (*factor)(const Task&))
+{
+    for (unsigned int s = subtrees.next(); s < shares.numSubtrees(); s = subtrees.next()) {
+        const unsigned int first = shares.subtreeStart[s];
+        factor(withUnits(task, shares.nodes.data() + first, shares.subtreeStart[s + 1] - first));
+    }
 }
 
 /// Rows within subtrees side by side, then those above on the thread that comes last.
-template <class T> class ParallelRows {
-public:
-    ParallelRows(const OrvelData<T>& data, FactorPlan<T>& plan, const FactorFunctions<T>& functions,
-                 unsigned int threads)
-        : m_data(data),
-          m_plan(plan),
-          m_functions(functions),
-          m_shares(plan.rowShares(threads)),
-          m_running(threads)
-    {
-    }
-
-    void work()
-    {
-        const RowFactorization<T> task = m_plan.rowTask(m_data, m_threads.next());
-        for (unsigned int s = m_subtrees.next(); s < m_shares.numSubtrees(); s = m_subtrees.next())
-            m_functions.factorRows(subtreeOf(task, m_shares, s));
-        if (m_running.fetch_sub(1, std::memory_order_acq_rel) > 1)
-            return;
-        RowFactorization<T> above = task;
-        above.units = m_shares.above.data();
-        above.numUnits = static_cast<unsigned int>(m_shares.above.size());
-        m_functions.factorRows(above);
-    }
-
-private:
-    const OrvelData<T>& m_data;
-    FactorPlan<T>& m_plan;
-    const FactorFunctions<T>& m_functions;
-    const WorkShares& m_shares;
-    Counter m_threads;
-    Counter m_subtrees;
-    std::atomic<unsigned int> m_running;
-};
-
-/// Panels within subtrees side by side, then those above, each on the thread that is free first. A
-/// panel waits for one that it takes products from. That cannot deadlock: of the panels begun the
-/// first waits for none.
-template <class T> class ParallelPanels {
-public:
-    ParallelPanels(const OrvelData<T>& data, FactorPlan<T>& plan,
-                   const FactorFunctions<T>& functions, unsigned int threads)
-        : m_data(data), m_plan(plan), m_functions(functions), m_shares(plan.panelShares(threads))
-    {
-    }
-
-    void work()
-    {
-        const PanelFactorization<T> task = m_plan.panelTask(m_data, m_threads.next());
-        for (unsigned int s = m_subtrees.next(); s < m_shares.numSubtrees(); s = m_subtrees.next())
-            m_functions.factorPanels(subtreeOf(task, m_shares, s));
-        for (unsigned int p = m_above.next(); p < m_shares.above.size(); p = m_above.next()) {
-            PanelFactorization<T> one = task;
-            one.units = m_shares.above.data() + p;
-            one.numUnits = 1;
-            m_functions.factorPanels(one);
-        }
-    }
-
-private:
-    const OrvelData<T>& m_data;
-    FactorPlan<T>& m_plan;
-    const FactorFunctions<T>& m_functions;
-    const WorkShares& m_shares;
-    Counter m_threads;
-    Counter m_subtrees;
-    Counter m_above;
-};
-
 template <class T>
 void factorByRows(const OrvelData<T>& data, FactorPlan<T>& plan,
                   const FactorFunctions<T>& functions, unsigned int threads)
@@ -116,10 +58,21 @@ void factorByRows(const OrvelData<T>& data, FactorPlan<T>& plan,
     plan.beginRows(threads);
     if (threads == 1)
         return functions.factorRows(plan.rowTask(data, 0));
-    ParallelRows<T> rows(data, plan, functions, threads);
-    runOnThreads(kTaskName, threads, [&] { rows.work(); });
+    const WorkShares& shares = plan.rowShares(threads);
+    Counter numbers;
+    Counter subtrees;
+    std::atomic<unsigned int> running{threads};
+    runOnThreads(kTaskName, threads, [&] {
+        const RowFactorization<T> task = plan.rowTask(data, numbers.next());
+        factorSubtrees(shares, subtrees, task, functions.factorRows);
+        if (running.fetch_sub(1, std::memory_order_acq_rel) == 1)
+            functions.factorRows(withUnits(task, shares.above.data(), shares.above.size()));
+    });
 }
 
+/// Panels within subtrees side by side, then those above, each on the thread that is free first. A
+/// panel waits for one that it takes products from. That cannot deadlock: of the panels begun the
+/// first waits for none.
 template <class T>
 void factorByPanels(const OrvelData<T>& data, FactorPlan<T>& plan,
                     const FactorFunctions<T>& functions, unsigned int threads)
@@ -130,8 +83,16 @@ void factorByPanels(const OrvelData<T>& data, FactorPlan<T>& plan,
         all.finished = nullptr;
         return functions.factorPanels(all);
     }
-    ParallelPanels<T> panels(data, plan, functions, threads);
-    runOnThreads(kTaskName, threads, [&] { panels.work(); });
+    const WorkShares& shares = plan.panelShares(threads);
+    Counter numbers;
+    Counter subtrees;
+    Counter above;
+    runOnThreads(kTaskName, threads, [&] {
+        const PanelFactorization<T> task = plan.panelTask(data, numbers.next());
+        factorSubtrees(shares, subtrees, task, functions.factorPanels);
+        for (unsigned int p = above.next(); p < shares.above.size(); p = above.next())
+            functions.factorPanels(withUnits(task, shares.above.data() + p, 1));
+    });
 }
 
 } // namespace
