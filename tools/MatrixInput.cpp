@@ -141,11 +141,7 @@ std::size_t rowOf(const MatrixInput& input, unsigned int block, unsigned int row
 
 int reportFailure(Report& report, const MatrixInput& input, const Status& status)
 {
-    report.detail("input", input.name);
-    report.detail("failure", describeStatus(status));
-    report.finish();
-    printError(describeFailure(input, status));
-    return kNumericalFailure;
+    return reportFailure(report, input.name, status, describeFailure(input, status));
 }
 
 } // namespace orvel

@@ -118,6 +118,14 @@ void addJson(CLI::App& command, bool& json)
     addFlag(command, "--json", json, "report as a JSON object");
 }
 
+/// A matrix and how to order it.
+template <class Options> void addAnalysis(CLI::App& command, Options& options)
+{
+    addMatrix(command, options.input);
+    addOrdering(command, options.ordering);
+    addJson(command, options.json);
+}
+
 /// What stands below the options of a subcommand.
 void addFooter(CLI::App& command, const std::string& example, const char* exitCodes = kExitCodes)
 {
@@ -150,17 +158,13 @@ void declare(CLI::App& command, SolveOptions& options)
 
 void declare(CLI::App& command, InfoOptions& options)
 {
-    addMatrix(command, options.input);
-    addOrdering(command, options.ordering);
-    addJson(command, options.json);
+    addAnalysis(command, options);
     addFooter(command, "orvel info bridge.mtx --json");
 }
 
 void declare(CLI::App& command, CheckOptions& options)
 {
-    addMatrix(command, options.input);
-    addOrdering(command, options.ordering);
-    addJson(command, options.json);
+    addAnalysis(command, options);
     addFooter(command, "orvel check frame.mtx");
 }
 

@@ -201,6 +201,16 @@ Json describeStatus(const kyrOrvel::client::Status& status)
     return failure;
 }
 
+int reportFailure(Report& report, const std::string& input, const kyrOrvel::client::Status& status,
+                  const std::string& text)
+{
+    report.detail("input", input);
+    report.detail("failure", describeStatus(status));
+    report.finish();
+    printError(text);
+    return kNumericalFailure;
+}
+
 void printError(const std::string& message)
 {
     fmt::print(stderr, "orvel: {}\n", message);

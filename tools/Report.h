@@ -73,6 +73,12 @@ void reportAccuracy(Report& report, const Accuracy& accuracy);
 /// A failure as a JSON object: its code, its message, the block and the rows that it is about.
 Json describeStatus(const kyrOrvel::client::Status& status);
 
+/// Ends a report, and its command, with a failure: kNumericalFailure.
+///
+/// @param text  what a person is told
+int reportFailure(Report& report, const std::string& input, const kyrOrvel::client::Status& status,
+                  const std::string& text);
+
 /// Prints "orvel: message" to standard error.
 void printError(const std::string& message);
 

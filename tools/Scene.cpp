@@ -95,13 +95,8 @@ int runScene(const SceneOptions& options)
     if (options.solve)
         status = computeSolution(scene.matrix, scene.rightHandSide, options.solver, solution);
     Report report(options.json);
-    if (!status.ok()) {
-        report.detail("input", kind.name);
-        report.detail("failure", describeStatus(status));
-        report.finish();
-        printError(kind.name + ": " + status.message);
-        return kNumericalFailure;
-    }
+    if (!status.ok())
+        return reportFailure(report, kind.name, status, kind.name + ": " + status.message);
     report.heading(kind.name);
     reportMatrix(report, scene.matrix);
     if (options.solve)

@@ -91,13 +91,21 @@ TEST(EigenLDLT, IgnoresTheOtherTriangle)
     EXPECT_TRUE(x.isApprox(Eigen::Vector2d(1, 1), 1e-14)) << x.transpose();
 }
 
-TEST(EigenLDLT, ReadsMatricesThatAreNotCompressed)
+/// 4 1
+/// 1 3, of which the lower triangle, with room between the columns.
+Eigen::SparseMatrix<double> uncompressed()
 {
     Eigen::SparseMatrix<double> A(2, 2);
     A.reserve(Eigen::Vector2i(5, 5));
     A.insert(0, 0) = 4;
     A.insert(1, 0) = 1;
     A.insert(1, 1) = 3;
+    return A;
+}
+
+TEST(EigenLDLT, ReadsMatricesThatAreNotCompressed)
+{
+    const Eigen::SparseMatrix<double> A = uncompressed();
     ASSERT_FALSE(A.isCompressed());
     EigenLDLT<Eigen::SparseMatrix<double>> solver(A);
 
@@ -108,11 +116,7 @@ TEST(EigenLDLT, ReadsMatricesThatAreNotCompressed)
 
 TEST(EigenLDLT, FactorsCompressedWhatWasAnalysedBefore)
 {
-    Eigen::SparseMatrix<double> A(2, 2);
-    A.reserve(Eigen::Vector2i(5, 5));
-    A.insert(0, 0) = 4;
-    A.insert(1, 0) = 1;
-    A.insert(1, 1) = 3;
+    Eigen::SparseMatrix<double> A = uncompressed();
     EigenLDLT<Eigen::SparseMatrix<double>> solver;
     solver.analyzePattern(A);
     A.makeCompressed();

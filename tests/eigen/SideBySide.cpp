@@ -32,6 +32,16 @@ auto solved(const Matrix& A, const Vector<typename Matrix::Scalar>& b)
     return x;
 }
 
+template <class T> void expectBothSolve(const Eigen::SparseMatrix<T>& A, const Vector<T>& b)
+{
+    using Matrix = Eigen::SparseMatrix<T>;
+    const auto theirs = solved<Eigen::SimplicialLDLT<Matrix>>(A, b);
+    const auto ours = solved<EigenLDLT<Matrix>>(A, b);
+
+    EXPECT_LE(backwardError<T>(whole(A), theirs, b), kTolerance<T>);
+    EXPECT_LE(backwardError<T>(whole(A), ours, b), kTolerance<T>);
+}
+
 TYPED_TEST(SideBySide, PositiveDefiniteSystemsAreSolvedAsWell)
 {
     using Matrix = Eigen::SparseMatrix<TypeParam>;
@@ -39,13 +49,7 @@ TYPED_TEST(SideBySide, PositiveDefiniteSystemsAreSolvedAsWell)
         Random random(seed);
         SCOPED_TRACE(random.seed());
         const auto A = eigenMatrix<Matrix>(support::randomSpd<TypeParam>(random, 12, 0.3, 1, 4));
-        const auto b = randomVector<TypeParam>(random, A.rows());
-
-        const auto theirs = solved<Eigen::SimplicialLDLT<Matrix>>(A, b);
-        const auto ours = solved<EigenLDLT<Matrix>>(A, b);
-
-        EXPECT_LE(backwardError<TypeParam>(whole(A), theirs, b), kTolerance<TypeParam>);
-        EXPECT_LE(backwardError<TypeParam>(whole(A), ours, b), kTolerance<TypeParam>);
+        expectBothSolve(A, randomVector<TypeParam>(random, A.rows()));
     }
 }
 
@@ -58,13 +62,7 @@ TYPED_TEST(SideBySide, QuasiDefiniteSystemsAreSolvedAsWell)
         support::KktShape shape;
         shape.compliance = 0.5;
         const auto A = eigenMatrix<Matrix>(support::randomKkt<TypeParam>(random, shape));
-        const auto b = randomVector<TypeParam>(random, A.rows());
-
-        const auto theirs = solved<Eigen::SimplicialLDLT<Matrix>>(A, b);
-        const auto ours = solved<EigenLDLT<Matrix>>(A, b);
-
-        EXPECT_LE(backwardError<TypeParam>(whole(A), theirs, b), kTolerance<TypeParam>);
-        EXPECT_LE(backwardError<TypeParam>(whole(A), ours, b), kTolerance<TypeParam>);
+        expectBothSolve(A, randomVector<TypeParam>(random, A.rows()));
     }
 }
 
