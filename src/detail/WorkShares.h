@@ -18,7 +18,8 @@ struct WorkShares {
 
 /// Divides a forest: starting from the roots, the heaviest subtree is replaced by its children, as
 /// long as that shortens what threads are expected to take that fetch subtrees heaviest first
-/// (Geist, Ng 1989).
+/// (Geist, Ng 1989). No bit depends on it, unlike on the schedules of multifrontal factorizations:
+/// an estimate in floating point will do.
 ///
 /// @param parent     per node, above it in number; its own number for a root
 /// @param work       per node
