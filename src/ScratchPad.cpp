@@ -26,7 +26,7 @@ T* getArray(ScratchPad::Table<T>& table, unsigned long id, unsigned long size,
         *found = {nullptr, nullptr, 0, id};
     }
     std::unique_ptr<T[]> block(new T[size + padding]);
-    T* const data = detail::alignedTo16(block.get());
+    T* const data = detail::alignedTo<16>(block.get());
     table.insert(id, {block.get(), data, size, id});
     block.release();
     return data;

@@ -77,7 +77,7 @@ void SparseMatrix<T>::setSize(unsigned long rows, unsigned long hint, unsigned l
         values = nullptr;
         const std::size_t padding = 16 / sizeof(T) - 1; // room to move `values` up to 16 bytes
         detail::renew(valueStorage, maxValues + padding);
-        values = detail::alignedTo16(valueStorage);
+        values = detail::alignedTo<16>(valueStorage);
         valueCapacity = static_cast<unsigned int>(maxValues);
     }
     if (blockCapacity < maxBlocks) {

@@ -22,11 +22,11 @@ template <class T> void renew(T*& array, std::size_t n)
     array = new T[n]();
 }
 
-/// p rounded up to the next 16-byte boundary.
-template <class T> T* alignedTo16(T* p)
+/// p rounded up to the next multiple of some bytes.
+template <std::size_t Bytes, class T> T* alignedTo(T* p)
 {
     const auto address = reinterpret_cast<std::uintptr_t>(p);
-    const std::uintptr_t padding = (16 - address % 16) % 16;
+    const std::uintptr_t padding = (Bytes - address % Bytes) % Bytes;
     return reinterpret_cast<T*>(reinterpret_cast<unsigned char*>(p) + padding);
 }
 

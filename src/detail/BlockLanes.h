@@ -64,6 +64,39 @@ inline void factorDiagonal(T* work, unsigned int n, const DiagonalBlock<T>& bloc
             S[i * n + j] = T(0) * d[j];
 }
 
+/// As factorDiagonal, for a size that the compiler knows, the columns in registers; they are
+/// destroyed.
+template <class T, int N, class V>
+inline void factorDiagonalOfSize(V (&columns)[N], const DiagonalBlock<T>& block)
+{
+    T* const B = block.L;
+    T* const S = block.S;
+    T* const d = block.d;
+    V scaled[N];
+#pragma GCC unroll 8
+    for (unsigned int t = 0; t < N; ++t) {
+        const T pivot = block.pivot(columns[t][t], t);
+        const V x = columns[t] / pivot;
+        scaled[t] = x * pivot;
+#pragma GCC unroll 8
+        for (unsigned int j = t + 1; j < N; ++j)
+            columns[j] -= scaled[t] * x[j];
+        columns[t] = x;
+        d[t] = pivot;
+        block.w[t] = T(1) / pivot;
+    }
+    storeColumns<N, N>(columns, B);
+    storeColumns<N, N>(scaled, S);
+    for (unsigned int i = 0; i < N; ++i) {
+        B[i * N + i] = T(1);
+        S[i * N + i] = d[i];
+        for (unsigned int j = i + 1; j < N; ++j) {
+            B[i * N + j] = T(0);
+            S[i * N + j] = T(0) * d[j]; // as below: not always zero
+        }
+    }
+}
+
 constexpr unsigned int kFinishLanes = 8;
 
 /// Some rows of a block of the panel at hand, and where L and L·D go.

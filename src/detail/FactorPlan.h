@@ -51,7 +51,7 @@ private:
     /// What a thread works in that goes by rows.
     struct RowRoom {
         std::vector<unsigned int> workAt;
-        std::vector<T> work;
+        Workspace<T> work;
     };
 
     struct Shares {

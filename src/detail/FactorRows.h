@@ -5,12 +5,13 @@
 // are independent of each other, so they make the lanes. The row at hand is kept transposed, so
 // that L(c, k) is read in place, one scalar for all lanes.
 
-template <class T, int Lanes> class RowFactorizer {
+/// @tparam Rows  scalar rows of the block row where the compiler is to know them, else 0
+template <class T, int Lanes, int Rows> class RowFactorizer {
     using V = typename Vector<T, Lanes>::type;
 
 public:
     RowFactorizer(const RowFactorization<T>& task, unsigned int r)
-        : m(task), m_r(r), m_size(task.sizes[r]), m_diagonal(task.rowStart[r + 1] - 1)
+        : m(task), m_r(r), m_anySize(task.sizes[r]), m_diagonal(task.rowStart[r + 1] - 1)
     {
     }
 
@@ -32,10 +33,11 @@ public:
                 finish<0>(slot, m.sizes[m.columns[slot]]);
             }
         }
-        factorDiagonal<T, Lanes>(m.work + m.workAt[m_r], m_size, diagonalBlock<T>(m, m_r));
+        finishDiagonal();
     }
 
 private:
+    unsigned int rows() const { return Rows > 0 ? Rows : m_anySize; }
     static V lanes(const T* block, unsigned int q) { return loadVector<V>(block + q * Lanes); }
     static void setLanes(T* block, unsigned int q, const V& v)
     {
@@ -51,13 +53,22 @@ private:
             const unsigned int p = m.sizes[c];
             m.workAt[c] = static_cast<unsigned int>(to - m.work);
             const T* const from = m.input[slot];
-            for (unsigned int q = 0; q < p; ++q)
-                setLanes(to, q, V{});
-            for (unsigned int i = 0; from && i < m_size; ++i)
+            if (Rows > 0 && from)
                 for (unsigned int q = 0; q < p; ++q)
-                    to[q * Lanes + i] = from[i * p + q];
+                    setLanes(to, q, loadColumn<V, Rows>(from + q, p));
+            else
+                loadRows(from, to, p);
             to += p * Lanes;
         }
+    }
+
+    void loadRows(const T* from, T* to, unsigned int p) const
+    {
+        for (unsigned int q = 0; q < p; ++q)
+            setLanes(to, q, V{});
+        for (unsigned int i = 0; from && i < rows(); ++i)
+            for (unsigned int q = 0; q < p; ++q)
+                to[q * Lanes + i] = from[i * p + q];
     }
 
     /// L(r, k) and S(r, k) from what is left of A(r, k), and what they take from the blocks to
@@ -84,28 +95,43 @@ private:
         }
         store<Size>(x, m.L[slot], s);
         store<Size>(scaled, m.S[slot], s);
-        updateDiagonal<Size>(x, scaled, s);
+        updateDiagonal<Size>(x, m.S[slot], s);
         update<Size>(scaled, k, s);
     }
 
     template <int Size> void store(const V* x, T* block, unsigned int size) const
     {
-        const unsigned int s = Size > 0 ? Size : size;
-        for (unsigned int i = 0; i < m_size; ++i)
-            for (unsigned int q = 0; q < s; ++q)
-                block[i * s + q] = x[q][i];
+        if constexpr (Rows > 0 && Size > 0)
+            storeColumns<Rows, Size>(x, block);
+        else
+            for (unsigned int i = 0; i < rows(); ++i)
+                for (unsigned int q = 0; q < size; ++q)
+                    block[i * size + q] = x[q][i];
     }
 
     /// A(r, r) -= L(r, k)·S(r, k)ᵀ
-    template <int Size> void updateDiagonal(const V* x, const V* scaled, unsigned int size) const
+    template <int Size> void updateDiagonal(const V* x, const T* scaled, unsigned int size) const
     {
         const unsigned int s = Size > 0 ? Size : size;
         T* const work = m.work + m.workAt[m_r];
-        for (unsigned int j = 0; j < m_size; ++j) {
+        for (unsigned int j = 0; j < rows(); ++j) {
             V sum = lanes(work, j);
             for (unsigned int p = 0; p < s; ++p)
-                sum -= x[p] * scaled[p][j];
+                sum -= x[p] * scaled[j * s + p];
             setLanes(work, j, sum);
+        }
+    }
+
+    void finishDiagonal() const
+    {
+        T* const work = m.work + m.workAt[m_r];
+        if constexpr (Rows > 0) {
+            V columns[Rows];
+            for (unsigned int t = 0; t < Rows; ++t)
+                columns[t] = lanes(work, t);
+            factorDiagonalOfSize(columns, diagonalBlock<T>(m, m_r));
+        } else {
+            factorDiagonal<T, Lanes>(work, m_anySize, diagonalBlock<T>(m, m_r));
         }
     }
 
@@ -113,24 +139,29 @@ private:
     template <int Size> void update(const V* scaled, unsigned int k, unsigned int size) const
     {
         const unsigned int s = Size > 0 ? Size : size;
-        const ColumnEntry* const entries = m.columnEntries + m.columnStart[k];
-        const unsigned int count = m.done[k]++;
-        for (unsigned int e = 0; e < count; ++e) {
-            const T* L = m.L[entries[e].slot];
-            T* const work = m.work + m.workAt[entries[e].row];
-            const unsigned int p = m.sizes[entries[e].row];
-            for (unsigned int j = 0; j < p; ++j, L += s) {
-                V sum = lanes(work, j);
+        // Copies, as any store of a vector might change the task for all that the compiler knows.
+        const T* const* const blocks = m.L;
+        const unsigned int* const sizes = m.sizes;
+        const unsigned int* const workAt = m.workAt;
+        T* const work = m.work;
+        const ColumnEntry* entry = m.columnEntries + m.columnStart[k];
+        const ColumnEntry* const end = entry + m.done[k]++;
+        for (; entry != end; ++entry) {
+            const T* L = blocks[entry->slot];
+            T* target = work + workAt[entry->row];
+            T* const targetEnd = target + std::size_t(sizes[entry->row]) * Lanes;
+            for (; target != targetEnd; target += Lanes, L += s) {
+                V sum = loadVector<V>(target);
                 for (unsigned int q = 0; q < s; ++q)
                     sum -= scaled[q] * L[q];
-                setLanes(work, j, sum);
+                storeVector(target, sum);
             }
         }
     }
 
     const RowFactorization<T>& m;
     const unsigned int m_r;
-    const unsigned int m_size;
+    const unsigned int m_anySize;
     const unsigned int m_diagonal;
 };
 
@@ -138,9 +169,24 @@ template <class T> void factorRows(const RowFactorization<T>& task)
 {
     for (unsigned int u = 0; u < task.numUnits; ++u) {
         const unsigned int r = task.units[u];
-        if (task.sizes[r] <= 4)
-            RowFactorizer<T, 4>(task, r).run();
-        else
-            RowFactorizer<T, 8>(task, r).run();
+        switch (task.sizes[r]) {
+        case 3:
+            RowFactorizer<T, 4, 3>(task, r).run();
+            break;
+        case 5:
+            RowFactorizer<T, 8, 5>(task, r).run();
+            break;
+        case 6:
+            RowFactorizer<T, 8, 6>(task, r).run();
+            break;
+        case 0:
+        case 1:
+        case 2:
+        case 4:
+            RowFactorizer<T, 4, 0>(task, r).run();
+            break;
+        default:
+            RowFactorizer<T, 8, 0>(task, r).run();
+        }
     }
 }

@@ -55,7 +55,7 @@ template <class T> void sizePivots(OrvelData<T>& data)
         static_assert(__STDCPP_DEFAULT_NEW_ALIGNMENT__ >= 16,
                       "one spare element leaves no room to move the start up to 16 bytes");
         renew(pivots.storage, static_cast<std::size_t>(N) + 1);
-        pivots.data = alignedTo16(pivots.storage);
+        pivots.data = alignedTo<16>(pivots.storage);
         pivots.capacity = N;
     }
     pivots.size = N;

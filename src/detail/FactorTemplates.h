@@ -3,6 +3,8 @@
 
 #include "Lanes.h"
 
+#include "Transposes.h"
+
 #include "BlockLanes.h"
 
 #include "Tiles.h"

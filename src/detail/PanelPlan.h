@@ -2,6 +2,7 @@
 #define KYRORVEL_DETAIL_PANEL_PLAN_H
 
 #include "FactorTasks.h"
+#include "Workspace.h"
 
 #include <cstddef>
 #include <vector>
@@ -48,10 +49,10 @@ private:
     struct Room {
         std::vector<unsigned int> position;
         std::vector<unsigned int> packedAt;
-        std::vector<T> panel;
-        std::vector<T> triangle;
-        std::vector<T> packed;
-        std::vector<T> lanes;
+        Workspace<T> panel;
+        Workspace<T> triangle;
+        Workspace<T> packed;
+        Workspace<T> lanes;
     };
     std::vector<Room> m_rooms; ///< per thread
 };

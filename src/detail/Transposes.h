@@ -1,0 +1,107 @@
+// Blocks to and from lanes: a column of a row-major block becomes a vector, a lane for each row,
+// and back. By way of registers alone: a vector load that follows scalar stores to its place waits
+// until these have left the processor's buffers, which takes longer than the arithmetic on a small
+// block.
+
+/// Row I of a column, or zero beyond its M rows.
+template <int M, int I, class T> inline T rowOrZero(const T* column, unsigned int stride)
+{
+    return I < M ? column[static_cast<unsigned int>(I) * stride] : T(0);
+}
+
+/// Columns in a register of lanes: rows At and up.
+template <class V> struct ColumnLanes {
+    static constexpr int kLanes = int(sizeof(V) / sizeof(V{}[0]));
+    static_assert(kLanes == 2 || kLanes == 4 || kLanes == 8, "no such vectors are used");
+
+    template <int M, int At, class T> static V load(const T* c, unsigned int stride)
+    {
+        if constexpr (kLanes == 2)
+            return V{rowOrZero<M, At>(c, stride), rowOrZero<M, At + 1>(c, stride)};
+        else if constexpr (kLanes == 4)
+            return V{rowOrZero<M, At>(c, stride), rowOrZero<M, At + 1>(c, stride),
+                     rowOrZero<M, At + 2>(c, stride), rowOrZero<M, At + 3>(c, stride)};
+        else
+            return V{rowOrZero<M, At>(c, stride),     rowOrZero<M, At + 1>(c, stride),
+                     rowOrZero<M, At + 2>(c, stride), rowOrZero<M, At + 3>(c, stride),
+                     rowOrZero<M, At + 4>(c, stride), rowOrZero<M, At + 5>(c, stride),
+                     rowOrZero<M, At + 6>(c, stride), rowOrZero<M, At + 7>(c, stride)};
+    }
+
+    /// Two columns that are neighbours in a block.
+    template <int M, int At, class T>
+    static void storePair(const V& a, const V& b, T* to, unsigned int stride)
+    {
+        if constexpr (kLanes == 2)
+            storeRows<M, At>(__builtin_shufflevector(a, b, 0, 2),
+                             __builtin_shufflevector(a, b, 1, 3), to, stride);
+        else if constexpr (kLanes == 4)
+            storeRows<M, At>(__builtin_shufflevector(a, b, 0, 4, 2, 6),
+                             __builtin_shufflevector(a, b, 1, 5, 3, 7), to, stride);
+        else
+            storeRows<M, At>(__builtin_shufflevector(a, b, 0, 8, 2, 10, 4, 12, 6, 14),
+                             __builtin_shufflevector(a, b, 1, 9, 3, 11, 5, 13, 7, 15), to, stride);
+    }
+
+private:
+    /// The pairs of even and of odd rows, from I on.
+    template <int M, int At, int I = 0, class T>
+    static void storeRows(const V& even, const V& odd, T* to, unsigned int stride)
+    {
+        if constexpr (At + I < M)
+            storeVector(to + unsigned(At + I) * stride,
+                        __builtin_shufflevector(even, even, I, I + 1));
+        if constexpr (At + I + 1 < M)
+            storeVector(to + unsigned(At + I + 1) * stride,
+                        __builtin_shufflevector(odd, odd, I, I + 1));
+        if constexpr (I + 2 < kLanes)
+            storeRows<M, At, I + 2>(even, odd, to, stride);
+    }
+};
+
+template <class T, int Lanes> struct ColumnLanes<SeveralVectors<T, Lanes>> {
+    using V = SeveralVectors<T, Lanes>;
+    using Part = ColumnLanes<typename V::Part>;
+
+    template <int M, int P> static V load(const T* column, unsigned int stride)
+    {
+        V v;
+        loadParts<M, P>(v, column, stride);
+        return v;
+    }
+
+    template <int M, int P>
+    static void storePair(const V& a, const V& b, T* to, unsigned int stride)
+    {
+        Part::template storePair<M, P * V::kPart>(a.parts[P], b.parts[P], to, stride);
+        if constexpr (P + 1 < V::kParts)
+            storePair<M, P + 1>(a, b, to, stride);
+    }
+
+private:
+    template <int M, int P> static void loadParts(V& v, const T* column, unsigned int stride)
+    {
+        v.parts[P] = Part::template load<M, P * V::kPart>(column, stride);
+        if constexpr (P + 1 < V::kParts)
+            loadParts<M, P + 1>(v, column, stride);
+    }
+};
+
+/// A column of M rows, `stride` apart; lanes beyond them are zero.
+template <class V, int M, class T> inline V loadColumn(const T* column, unsigned int stride)
+{
+    return ColumnLanes<V>::template load<M, 0>(column, stride);
+}
+
+/// An M × N block from its columns.
+template <int M, int N, class V, class T> inline void storeColumns(const V* columns, T* block)
+{
+#pragma GCC unroll 8
+    for (unsigned int q = 0; q + 1 < N; q += 2)
+        ColumnLanes<V>::template storePair<M, 0>(columns[q], columns[q + 1], block + q, N);
+    if constexpr (N % 2 != 0) {
+#pragma GCC unroll 8
+        for (unsigned int i = 0; i < M; ++i)
+            block[i * N + N - 1] = columns[N - 1][i];
+    }
+}
