@@ -109,7 +109,6 @@ template <class T> bool factorFast(OrvelData<T>& data, unsigned int threads)
     const FactorFunctions<T>* const functions = factorFunctions<T>();
     if (!functions)
         return false;
-    data.factored = 0;
     if (!data.factorPlan)
         data.factorPlan = std::make_shared<FactorPlan<T>>();
     FactorPlan<T>& plan = *data.factorPlan;
@@ -118,10 +117,12 @@ template <class T> bool factorFast(OrvelData<T>& data, unsigned int threads)
     zeroedWork(data, largestSquare(data.matrix));
     plan.layOutFactors(data);
     sizePivots(data);
-    if (plan.goesByRows())
+    if (plan.goesByRows()) {
         factorByRows(data, plan, *functions, std::max(threads, 1u));
-    else
+        data.hasPivotScales = data.pivotScales != nullptr;
+    } else {
         factorByPanels(data, plan, *functions, std::max(threads, 1u));
+    }
     data.factored = 1;
     return true;
 }

@@ -35,6 +35,7 @@ template <class T> void prepareScratch(OrvelData<T>& data)
 template <class T> void Orvel::factorMF(OrvelData<T>& data)
 {
     data.factored = 0;
+    data.hasPivotScales = 0;
     detail::sizeFactors(data);
     for (unsigned int r = 0; r < data.matrix.numBlockRows; ++r)
         detail::acquireFactorRow(data, r, [](unsigned int, T*) {});

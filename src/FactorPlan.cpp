@@ -229,6 +229,7 @@ RowFactorization<T> FactorPlan<T>::rowTask(const OrvelData<T>& data, unsigned in
 {
     RowFactorization<T> task;
     takeCommon(data, task);
+    task.pivotScales = data.pivotScales;
     task.columns = m_columns.data();
     task.done = m_done.data();
     task.workAt = m_rowRooms[thread].workAt.data();

@@ -51,7 +51,6 @@ public:
 
     void run()
     {
-        m_data.factored = 0; // also if an allocation throws on the way
         prepareWork();
         detail::sizeFactors(m_data);
         loadInput();
@@ -162,6 +161,8 @@ template <class T> void Orvel::factorSerial(OrvelData<T>& data)
 
 template <class T> void Orvel::factorParallel(OrvelData<T>& data, unsigned int threads)
 {
+    data.factored = 0; // also if an allocation throws on the way
+    data.hasPivotScales = 0;
     if (!detail::factorFast(data, threads))
         SerialFactorization<T>(data).run();
 }

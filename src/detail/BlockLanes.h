@@ -66,8 +66,10 @@ inline void factorDiagonal(T* work, unsigned int n, const DiagonalBlock<T>& bloc
 
 /// As factorDiagonal, for a size that the compiler knows, the columns in registers; they are
 /// destroyed.
+///
+/// @param scale  not null: row i receives |L(i, q)²·d(q)| for all q < i besides
 template <class T, int N, class V>
-inline void factorDiagonalOfSize(V (&columns)[N], const DiagonalBlock<T>& block)
+inline void factorDiagonalOfSize(V (&columns)[N], const DiagonalBlock<T>& block, V* scale)
 {
     T* const B = block.L;
     T* const S = block.S;
@@ -81,6 +83,8 @@ inline void factorDiagonalOfSize(V (&columns)[N], const DiagonalBlock<T>& block)
 #pragma GCC unroll 8
         for (unsigned int j = t + 1; j < N; ++j)
             columns[j] -= scaled[t] * x[j];
+        if (scale)
+            *scale += magnitudesBeyond<T>(int(t), x * scaled[t]);
         columns[t] = x;
         d[t] = pivot;
         block.w[t] = T(1) / pivot;

@@ -18,6 +18,8 @@ public:
     void run()
     {
         load();
+        if (m.pivotScales)
+            beginScales();
         for (unsigned int slot = m.rowStart[m_r]; slot < m_diagonal; ++slot) {
             switch (m.sizes[m.columns[slot]]) {
             case 3:
@@ -93,6 +95,8 @@ private:
             x[q] = x[q] * w[q];
             scaled[q] = x[q] * d[q];
         }
+        for (unsigned int q = 0; m.pivotScales && q < s; ++q)
+            m_scale += magnitudesBeyond<T>(-1, x[q] * scaled[q]);
         store<Size>(x, m.L[slot], s);
         store<Size>(scaled, m.S[slot], s);
         updateDiagonal<Size>(x, m.S[slot], s);
@@ -122,17 +126,50 @@ private:
         }
     }
 
-    void finishDiagonal() const
+    void finishDiagonal()
     {
         T* const work = m.work + m.workAt[m_r];
+        const DiagonalBlock<T> block = diagonalBlock<T>(m, m_r);
         if constexpr (Rows > 0) {
             V columns[Rows];
             for (unsigned int t = 0; t < Rows; ++t)
                 columns[t] = lanes(work, t);
-            factorDiagonalOfSize(columns, diagonalBlock<T>(m, m_r));
+            factorDiagonalOfSize(columns, block, m.pivotScales ? &m_scale : nullptr);
         } else {
-            factorDiagonal<T, Lanes>(work, m_anySize, diagonalBlock<T>(m, m_r));
+            factorDiagonal<T, Lanes>(work, m_anySize, block);
         }
+        if (m.pivotScales)
+            finishScales(block);
+    }
+
+    /// |A(i, i)| of the row's scalar rows.
+    void beginScales()
+    {
+        const T* const A = m.input[m_diagonal];
+        if constexpr (Rows > 0) {
+            m_scale = A ? loadColumn<V, Rows>(A, Rows + 1) : V{};
+        } else {
+            T diagonal[Lanes] = {};
+            for (unsigned int i = 0; A && i < m_anySize; ++i)
+                diagonal[i] = A[i * (m_anySize + 1)];
+            m_scale = loadVector<V>(diagonal);
+        }
+        m_scale = magnitudesBeyond<T>(-1, m_scale);
+    }
+
+    void finishScales(const DiagonalBlock<T>& block) const
+    {
+        T sums[Lanes];
+        storeVector(sums, m_scale);
+        if constexpr (Rows == 0)
+            for (unsigned int i = 1; i < m_anySize; ++i)
+                for (unsigned int q = 0; q < i; ++q) {
+                    const T term = block.L[i * m_anySize + q] * block.S[i * m_anySize + q];
+                    sums[i] += term < 0 ? -term : term;
+                }
+        T* const to = m.pivotScales + m.offsets[m_r];
+        for (unsigned int i = 0; i < rows(); ++i)
+            to[i] = sums[i];
     }
 
     /// A(r, c) -= S(r, k)·L(c, k)ᵀ for all rows c between k and r that have column k.
@@ -163,6 +200,7 @@ private:
     const unsigned int m_r;
     const unsigned int m_anySize;
     const unsigned int m_diagonal;
+    V m_scale; ///< per scalar row: the magnitudes of its pivot's terms so far
 };
 
 template <class T> void factorRows(const RowFactorization<T>& task)

@@ -48,6 +48,7 @@ template <class T> struct FactorTask {
 /// A factorization row by row; no block is larger than kMaxRowBlock. Of rows that are factored
 /// elsewhere at the same time, none is below or above another in the elimination tree.
 template <class T> struct RowFactorization : FactorTask<T> {
+    T* pivotScales;              ///< per pivot; written, unless null
     const unsigned int* columns; ///< of L, per slot
     unsigned int* done;          ///< per block column: entries in finished rows; zero at the start
     unsigned int* workAt; ///< per block column: where its block of the row at hand is in `work`

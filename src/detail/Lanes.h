@@ -43,6 +43,12 @@ template <class T, int Lanes> struct SeveralVectors {
 
     T operator[](unsigned int i) const { return parts[i / kPart][i % kPart]; }
 
+    SeveralVectors& operator+=(const SeveralVectors& other)
+    {
+        for (int p = 0; p < kParts; ++p)
+            parts[p] += other.parts[p];
+        return *this;
+    }
     SeveralVectors& operator-=(const SeveralVectors& other)
     {
         for (int p = 0; p < kParts; ++p)
@@ -96,6 +102,35 @@ template <class T, int Lanes, bool Fits = (Lanes * int(sizeof(T)) <= kVectorByte
 template <class T, int Lanes> struct Vector<T, Lanes, false> {
     using type = SeveralVectors<T, Lanes>;
 };
+
+/// Numbers to tell lanes by.
+template <class T> struct LaneNumbers {
+    static constexpr T values[] = {0, 1, 2, 3, 4, 5, 6, 7};
+};
+
+/// |v| in the lanes whose numbers are beyond `last`, zero in the others.
+template <class V, class T> inline V magnitudesBeyond(T last, const V& v, const T* numbers)
+{
+    using Bits = decltype(v < v);
+    const Bits sign = reinterpret_cast<Bits>(-V{});
+    return reinterpret_cast<V>(reinterpret_cast<Bits>(v) & ~sign & (loadVector<V>(numbers) > last));
+}
+
+template <class T, int Lanes>
+inline SeveralVectors<T, Lanes> magnitudesBeyond(T last, const SeveralVectors<T, Lanes>& v,
+                                                 const T* numbers)
+{
+    SeveralVectors<T, Lanes> result;
+    for (int p = 0; p < v.kParts; ++p)
+        result.parts[p] = magnitudesBeyond(last, v.parts[p], numbers + p * v.kPart);
+    return result;
+}
+
+/// The same for vectors whose lanes count from zero; all of them by default.
+template <class T, class V> inline V magnitudesBeyond(int last, const V& v)
+{
+    return magnitudesBeyond(T(last), v, LaneNumbers<T>::values);
+}
 
 /// A row of Width scalars as long vectors, then one each of 4 and of 2 lanes and a scalar, as far
 /// as it needs them: loads and stores that touch nothing beyond it.

@@ -1,6 +1,6 @@
 // Every way to run the serial factorization gives the bits of the plain one.
 
-#include "detail/FactorPath.h"
+#include "FactorPaths.h"
 
 #include "support/BitSystems.h"
 #include "support/Bits.h"
@@ -12,83 +12,26 @@
 
 #include <gtest/gtest.h>
 
-#include <initializer_list>
 #include <vector>
 
 using kyrOrvel::Orvel;
 using kyrOrvel::OrvelData;
-using kyrOrvel::detail::FactorPath;
-using kyrOrvel::detail::FactorSchedule;
+using support::FactorPath;
 using support::Random;
 using support::System;
 
 namespace {
 
-template <class T> class FactorPathBits : public testing::Test {
+template <class T> class FactorPathBits : public support::FactorPaths<T> {
 protected:
-    ~FactorPathBits() override
-    {
-        for (const FactorPath path : {FactorPath::Baseline, FactorPath::Avx2, FactorPath::Avx512})
-            if (isAvailable(path))
-                setFactorPath(path);
-        setFactorSchedule(FactorSchedule::Automatic);
-    }
-
-    template <class F> static void forEachPath(F f)
-    {
-        for (const FactorPath path :
-             {FactorPath::Plain, FactorPath::Baseline, FactorPath::Avx2, FactorPath::Avx512}) {
-            SCOPED_TRACE(int(path));
-            if (!isAvailable(path))
-                continue;
-            setFactorPath(path);
-            for (const FactorSchedule schedule :
-                 {FactorSchedule::Rows, FactorSchedule::Panels, FactorSchedule::Automatic}) {
-                SCOPED_TRACE(int(schedule));
-                setFactorSchedule(schedule);
-                f();
-            }
-        }
-    }
-
     static void expectPlainBits(const System<T>& system)
     {
         const auto expected = support::plainFactor(system);
-        forEachPath([&] {
+        support::FactorPaths<T>::forEachPath([&] {
             const auto data = support::makeData(system);
             Orvel::factorSerial(*data);
             ASSERT_TRUE(support::sameFactors(*data, expected));
         });
-    }
-
-    /// Closed patterns with blocks of up to 8 scalars and values that are hard now and then.
-    static System<T> system(Random& random)
-    {
-        const bool small = random.chance(0.5);
-        return system(random, random.integer(1, small ? 6 : 25),
-                      {0, 1, 2, 3, 3, 4, 5, 5, 6, 6, 6, 7, 8});
-    }
-
-    /// Blocks of sizes that are among `kinds`.
-    static System<T> system(Random& random, unsigned int n, const support::Sizes& kinds)
-    {
-        System<T> result;
-        for (unsigned int r = 0; r < n; ++r)
-            result.sizes.push_back(
-                kinds[random.integer(0, static_cast<unsigned int>(kinds.size()) - 1)]);
-        result.rows = support::randomRows(random, n, 0.1 + 0.4 * random.unit());
-        result.factorRows = support::eliminated(result.rows);
-        const bool nasty = random.chance(0.3);
-        for (unsigned int r = 0; r < n; ++r)
-            for (const unsigned int c : result.rows[r]) {
-                const std::size_t count = std::size_t(result.sizes[r]) * result.sizes[c];
-                std::vector<T>& block = result.blocks[{r, c}] =
-                    nasty ? random.nastyScalars<T>(count) : random.scalars<T>(count);
-                if (r == c)
-                    for (unsigned int i = 0; i < result.sizes[r]; ++i)
-                        block[i * (std::size_t(result.sizes[r]) + 1)] += T(4);
-            }
-        return result;
     }
 };
 TYPED_TEST_SUITE(FactorPathBits, support::Scalars);

@@ -199,7 +199,7 @@ std::uint64_t AnalyzedSystem<T>::countBytes(const BlockMatrix<T>& A,
     constexpr std::uint64_t kWord = sizeof(unsigned int);
     constexpr std::uint64_t kPerSlot = 2 * kWord + sizeof(T*); // column, tag, pointer
     constexpr std::uint64_t kPerRow = 3 * kWord;               // start, size, offset
-    constexpr std::uint64_t kVectors = 10; // pivots, bounds, vectors in elimination order
+    constexpr std::uint64_t kVectors = 13; // pivots, their bounds and scales, right-hand sides ...
     const std::uint64_t n = A.numBlockRows();
     const std::uint64_t matrixValues = data.matrix.valueCapacity;
     const std::uint64_t factors =

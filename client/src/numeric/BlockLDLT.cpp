@@ -69,7 +69,7 @@ template <class T> void BlockLDLT<T>::Impl::prepareVectors()
     const unsigned int n = A.numBlockRows;
     const std::size_t dimension = n == 0 ? 0 : A.blockSizes[n];
     for (std::vector<T>* vector :
-         {&pivotBounds, &work, &rightHandSide, &solution, &residual, &weight})
+         {&pivotBounds, &pivotScales, &work, &rightHandSide, &solution, &residual, &weight})
         vector->resize(dimension);
     unit.resize(system().largestBlock);
     pivotCheck.reserve(dimension, n, system().largestBlock);
@@ -164,9 +164,11 @@ template <class T> PivotFailure<T> BlockLDLT<T>::Impl::factorOnce()
     d.factored = 0;
     d.trace = trace;
     d.pivotBounds = nullptr;
+    d.pivotScales = pivotScales.data();
     if (settings.regularization == Regularization::Dynamic) {
         computePivotBounds(d, order, firstTrailing, settings.share, pivotBounds);
         d.pivotBounds = pivotBounds.data();
+        d.pivotScales = nullptr;
         d.pivotsKeepSigns = !(settings.signs == Signs::Expected && system().signsAreKnown);
     }
     if (system().analysis.multifrontal) {
@@ -178,7 +180,9 @@ template <class T> PivotFailure<T> BlockLDLT<T>::Impl::factorOnce()
     }
     if (d.pivotBounds)
         return pivotCheck.runBounded(d);
-    return pivotCheck.run(d, order, firstTrailing, demands());
+    const PivotFailure<T> failure = pivotCheck.run(d, order, firstTrailing, demands());
+    d.pivotScales = nullptr; // who factors this data again may have other room for them, or none
+    return failure;
 }
 
 template <class T> PivotDemands BlockLDLT<T>::Impl::demands() const

@@ -49,6 +49,7 @@ template <class T> struct KYRORVEL_HIDDEN BlockLDLT<T>::Impl {
 
     PivotCheck<T> pivotCheck;
     std::vector<T> pivotBounds;
+    std::vector<T> pivotScales;
     std::vector<std::uint64_t> ids; ///< of the matrix given last, or none
     std::vector<T> work;            ///< vectors in elimination order: the one being solved,
     std::vector<T> rightHandSide;   ///< and for refinement what to solve for,

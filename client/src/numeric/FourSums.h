@@ -24,38 +24,31 @@ public:
             addWeightedSquare(q % 4, v[q], d[q]);
     }
 
-    /// Adds v(q)²·d(q)·sign for the n scalars for which that is positive.
-    void addPositiveTerms(const T* v, const T* d, T sign, std::size_t n)
+    /// As addWeightedSquares for weights of which none is negative, and a number of scalars that
+    /// the compiler knows.
+    template <int N> void addSquares(const T* v, const T* w)
+    {
+        for (int q = 0; q < N; ++q)
+            addSquare(q % 4, v[q], w[q]);
+    }
+    void addSquares(const T* v, const T* w, std::size_t n)
     {
         std::size_t q = 0;
         for (; q + 4 <= n; q += 4)
-            for (std::size_t lane = 0; lane < 4; ++lane)
-                addPositiveTerm(lane, v[q + lane], d[q + lane], sign);
+            addSquares<4>(v + q, w + q);
         for (; q < n; ++q)
-            addPositiveTerm(q % 4, v[q], d[q], sign);
+            addSquare(q % 4, v[q], w[q]);
     }
 
-    /// Adds n scalars times zero: the total stays zero as long as all are finite.
-    void addTimesZero(const T* v, std::size_t n)
-    {
-        std::size_t q = 0;
-        for (; q + 4 <= n; q += 4)
-            for (std::size_t lane = 0; lane < 4; ++lane)
-                m_lanes[lane] += v[q + lane] * T(0);
-        for (; q < n; ++q)
-            m_lanes[q % 4] += v[q] * T(0);
-    }
+    /// Adds the q-th of some scalars times zero: the total stays zero as long as all are finite.
+    void addTimesZero(std::size_t q, T v) { m_lanes[q % 4] += v * T(0); }
 
     T total() const { return (m_lanes[0] + m_lanes[2]) + (m_lanes[1] + m_lanes[3]); }
 
 private:
     void addWeightedSquare(std::size_t lane, T v, T d) { m_lanes[lane] += std::abs(v * (v * d)); }
 
-    void addPositiveTerm(std::size_t lane, T v, T d, T sign)
-    {
-        const T term = v * (v * d) * sign;
-        m_lanes[lane] += term > 0 ? term : T(0);
-    }
+    void addSquare(std::size_t lane, T v, T w) { m_lanes[lane] += v * (v * w); }
 
     T m_lanes[4] = {};
 };

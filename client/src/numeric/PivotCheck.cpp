@@ -42,6 +42,43 @@ template <class T> const T* diagonalOf(const SparseMatrix<T>& A, unsigned int r)
     return A.blockData[A.blockColumns[first] == r ? first : last];
 }
 
+/// Whether the pivots of a block are as those of definite systems: positive, or of trailing blocks
+/// negative.
+template <class T> bool haveSign(const T* pivots, std::size_t m, bool trailing)
+{
+    bool all = true;
+    for (std::size_t i = 0; i < m; ++i)
+        all &= (pivots[i] < 0) == trailing;
+    return all;
+}
+
+template <class T> T largestOf(const T* values, std::size_t n)
+{
+    T largest = values[0];
+    for (std::size_t i = 1; i < n; ++i)
+        largest = largest < values[i] ? values[i] : largest;
+    return largest;
+}
+
+/// Adds Σ v(q)²·w(q) over the columns of an m × p block to its rows' sums.
+template <class T>
+void addSquares(const T* block, const T* w, std::size_t m, std::size_t p, FourSums<T>* sums)
+{
+    switch (p) { // as in most rows
+    case 3:
+        for (std::size_t i = 0; i < m; ++i)
+            sums[i].template addSquares<3>(block + i * 3, w);
+        break;
+    case 6:
+        for (std::size_t i = 0; i < m; ++i)
+            sums[i].template addSquares<6>(block + i * 6, w);
+        break;
+    default:
+        for (std::size_t i = 0; i < m; ++i)
+            sums[i].addSquares(block + i * p, w, p);
+    }
+}
+
 /// What doubtful pivots may cost together, in readings of L.
 constexpr std::size_t kReadings = 4;
 
@@ -53,6 +90,8 @@ void PivotCheck<T>::reserve(std::size_t dimension, unsigned int blocks, unsigned
     m_scales.resize(largestBlock);
     m_sums.resize(largestBlock);
     m_signs.resize(blocks);
+    m_positive.resize(dimension);
+    m_negative.resize(dimension);
     m_nullVector.reserve(dimension, blocks);
 }
 
@@ -66,23 +105,27 @@ PivotFailure<T> PivotCheck<T>::run(const OrvelData<T>& data, const std::vector<u
     const SparseMatrix<T>& L = data.factor;
     m_budget = kReadings * L.valueCapacity;
     for (unsigned int r = 0; r < L.numBlockRows; ++r) {
-        estimateScales(data, r);
-        const PivotFailure<T> failure = checkBlock(data, r, order, firstTrailing, demands);
+        if (!data.hasPivotScales)
+            estimateScales(data, r);
+        const T* const scales =
+            data.hasPivotScales ? data.pivotScales + L.blockOffsets[r] : m_scales.data();
+        const PivotFailure<T> failure = checkBlock(data, r, scales, order, firstTrailing, demands);
         if (failure.kind != Kind::None)
             return failure;
     }
     return {};
 }
 
-/// Checks and counts the pivots of a block row with the scales at hand, up to the first that fails.
+/// Checks and counts the pivots of a block row, up to the first that fails.
+///
+/// @param scales  one per pivot of the row
 template <class T>
-PivotFailure<T> PivotCheck<T>::checkBlock(const OrvelData<T>& data, unsigned int r,
+PivotFailure<T> PivotCheck<T>::checkBlock(const OrvelData<T>& data, unsigned int r, const T* scales,
                                           const std::vector<unsigned int>& order,
                                           unsigned int firstTrailing, PivotDemands demands)
 {
     using Kind = typename PivotFailure<T>::Kind;
     const unsigned int m = data.factor.blockSizes[r];
-    m_signs[r] = 0;
     if (m == 0)
         return {};
     const bool trailing = order[r] >= firstTrailing;
@@ -90,12 +133,18 @@ PivotFailure<T> PivotCheck<T>::checkBlock(const OrvelData<T>& data, unsigned int
         demands.early && owesToEarly(data.factor, r, trailing, order, *demands.early);
     PivotFailure<T> pivot;
     pivot.position = r;
-    pivot.blockScale = *std::max_element(m_scales.begin(), m_scales.begin() + m);
+    pivot.blockScale = largestOf(scales, m);
     const T blockNoise = std::numeric_limits<T>::epsilon() * pivot.blockScale;
+    const T* const pivots = data.pivots.data + data.factor.blockOffsets[r];
+    const bool known = !demands.signs || haveSign(pivots, m, trailing);
+    if (known && areSound(pivots, scales, m, strong ? T(kEarlyShare) : T(0), blockNoise)) {
+        count(pivots, m);
+        return {};
+    }
     for (unsigned int i = 0; i < m; ++i) {
         pivot.row = i;
-        pivot.pivot = data.pivots.data[data.factor.blockOffsets[r] + i];
-        pivot.scale = m_scales[i];
+        pivot.pivot = pivots[i];
+        pivot.scale = scales[i];
         const T magnitude = std::abs(pivot.pivot);
         const T share = strong ? std::max(T(kEarlyShare), m_soundShare) : m_soundShare;
         const bool sound = magnitude > share * pivot.scale && magnitude > blockNoise;
@@ -105,12 +154,25 @@ PivotFailure<T> PivotCheck<T>::checkBlock(const OrvelData<T>& data, unsigned int
             pivot.kind = wrongSign(data, pivot, trailing);
         if (pivot.kind != Kind::None)
             return pivot;
-        count(pivot.pivot);
-        m_signs[r] |= pivot.pivot > 0 ? kPositive : kNegative;
+        count(&pivot.pivot, 1);
         if (magnitude < m_leastShare * pivot.scale)
             setLeastShare(magnitude / pivot.scale);
     }
     return {};
+}
+
+/// Whether no pivot of a block needs a closer look, as is almost always so.
+///
+/// @param share  of its terms that each has to keep, at least
+template <class T>
+bool PivotCheck<T>::areSound(const T* pivots, const T* scales, std::size_t m, T share,
+                             T noise) const
+{
+    share = std::max({share, m_soundShare, m_leastShare});
+    bool all = true;
+    for (std::size_t i = 0; i < m; ++i)
+        all &= int(std::abs(pivots[i]) > share * scales[i]) & int(std::abs(pivots[i]) > noise);
+    return all;
 }
 
 template <class T>
@@ -127,9 +189,10 @@ void PivotCheck<T>::findUnusable(const OrvelData<T>& data, const std::vector<uns
     for (unsigned int r = 0; r < L.numBlockRows; ++r) {
         const bool trailing = order[r] >= firstTrailing;
         if (!spoilt[r]) {
-            computeScales(data, r);
-            const bool bad = hasBounded(data, r) ||
-                             checkBlock(data, r, order, firstTrailing, demands).kind != Kind::None;
+            const T* const scales = computeScales(data, r).data();
+            const bool bad =
+                hasBounded(data, r) ||
+                checkBlock(data, r, scales, order, firstTrailing, demands).kind != Kind::None;
             if (!bad)
                 continue;
             later[order[r]] = trailing;
@@ -223,7 +286,7 @@ template <class T> PivotFailure<T> PivotCheck<T>::runBounded(const OrvelData<T>&
             }
             if (bounded && m_counts.bounded++ == 0)
                 m_firstBounded = pivot;
-            count(pivot.pivot);
+            count(&pivot.pivot, 1);
         }
     return {};
 }
@@ -234,15 +297,20 @@ template <class T> void PivotCheck<T>::setLeastShare(T share)
     m_soundShare = kNoiseShare<T> / share;
 }
 
-template <class T> void PivotCheck<T>::count(T pivot)
+template <class T> void PivotCheck<T>::count(const T* pivots, std::size_t m)
 {
-    const auto d = double(pivot);
-    const bool first = m_counts.positive + m_counts.negative == 0;
-    ++(d > 0 ? m_counts.positive : m_counts.negative);
-    if (first || std::abs(d) < std::abs(m_counts.smallest))
-        m_counts.smallest = d;
-    if (first || std::abs(d) > std::abs(m_counts.largest))
-        m_counts.largest = d;
+    PivotCounts counts = m_counts;
+    if (counts.positive + counts.negative == 0)
+        counts.smallest = counts.largest = double(pivots[0]);
+    for (std::size_t i = 0; i < m; ++i) {
+        const auto d = double(pivots[i]);
+        ++(d > 0 ? counts.positive : counts.negative);
+        if (std::abs(d) < std::abs(counts.smallest))
+            counts.smallest = d;
+        if (std::abs(d) > std::abs(counts.largest))
+            counts.largest = d;
+    }
+    m_counts = counts;
 }
 
 template <class T>
@@ -268,12 +336,26 @@ const std::vector<T>& PivotCheck<T>::computeScales(const OrvelData<T>& data, uns
     return m_scales;
 }
 
+template <class T> void PivotCheck<T>::takeWeights(const OrvelData<T>& data, unsigned int r)
+{
+    unsigned char signs = 0;
+    const unsigned int first = data.factor.blockOffsets[r];
+    for (unsigned int s = first; s < first + data.factor.blockSizes[r]; ++s) {
+        const T pivot = data.pivots.data[s];
+        m_positive[s] = pivot > 0 ? pivot : T(0);
+        m_negative[s] = pivot < 0 ? -pivot : T(0);
+        signs |= pivot > 0 ? kPositive : kNegative;
+    }
+    m_signs[r] = signs;
+}
+
 /// The same up to rounding for pivots that were not replaced by bounds, behind rows that were
 /// checked: a pivot is A(i, i) less positive terms plus the magnitudes of negative ones, so that
 /// the sum over one sign gives that over the other. Where columns of one sign are all that a row
 /// has, as in a chain, that reads nothing of L outside the diagonal block.
 template <class T> void PivotCheck<T>::estimateScales(const OrvelData<T>& data, unsigned int r)
 {
+    takeWeights(data, r);
     const SparseMatrix<T>& L = data.factor;
     const std::size_t m = L.blockSizes[r];
     const unsigned int diagonal = L.rowStart[r + 1] - 1;
@@ -285,27 +367,22 @@ template <class T> void PivotCheck<T>::estimateScales(const OrvelData<T>& data, 
         negative += m_signs[c] & kNegative ? L.blockSizes[c] : 0;
     }
     const unsigned char summed = positive < negative ? kPositive : kNegative;
-    const T sign = summed == kPositive ? T(1) : T(-1);
-    const T* const pivots = data.pivots.data;
-    const T* const own = pivots + L.blockOffsets[r];
-    std::size_t ownEnd = 0; // one after the last own pivot of that sign
-    for (std::size_t i = 0; i < m; ++i) {
+    const T* const weights = summed == kPositive ? m_positive.data() : m_negative.data();
+    for (std::size_t i = 0; i < m; ++i)
         m_sums[i].clear();
-        if (own[i] * sign > 0)
-            ownEnd = i + 1;
-    }
     for (unsigned int slot = L.rowStart[r]; slot < diagonal; ++slot) {
         const unsigned int c = L.blockColumns[slot];
-        if (!(m_signs[c] & summed))
-            continue;
-        const std::size_t p = L.blockSizes[c];
-        for (std::size_t i = 0; i < m; ++i)
-            m_sums[i].addPositiveTerms(L.blockData[slot] + i * p, pivots + L.blockOffsets[c], sign,
-                                       p);
+        if (m_signs[c] & summed)
+            addSquares(L.blockData[slot], weights + L.blockOffsets[c], m, L.blockSizes[c],
+                       m_sums.data());
     }
+    const T* const own = data.pivots.data + L.blockOffsets[r];
+    if (m_signs[r] & summed)
+        for (std::size_t i = 1; i < m; ++i)
+            m_sums[i].addSquares(L.blockData[diagonal] + i * m, weights + L.blockOffsets[r], i);
     const T* const A = diagonalOf(data.matrix, r);
+    const T sign = summed == kPositive ? T(1) : T(-1);
     for (std::size_t i = 0; i < m; ++i) {
-        m_sums[i].addPositiveTerms(L.blockData[diagonal] + i * m, own, sign, std::min(i, ownEnd));
         const T difference = sign * (A[i * m + i] - own[i]);
         m_scales[i] = std::abs(A[i * m + i]) + std::abs(2 * m_sums[i].total() - difference);
     }

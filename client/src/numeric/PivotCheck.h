@@ -63,7 +63,8 @@ public:
 
     /// @param order         order[k]: the user's number of the block at position k
     /// @param firstTrailing the user's number of the first trailing block
-    /// O(scalars of the factor), a few times that where pivots are doubtful; allocates nothing.
+    /// O(scalars of the factor), a few times that where pivots are doubtful; O(scalars) where the
+    /// factorization left `pivotScales` and no pivot is; allocates nothing.
     PivotFailure<T> run(const OrvelData<T>& data, const std::vector<unsigned int>& order,
                         unsigned int firstTrailing, PivotDemands demands);
 
@@ -96,19 +97,23 @@ private:
     void estimateScales(const OrvelData<T>& data, unsigned int r);
     typename PivotFailure<T>::Kind judge(const OrvelData<T>& data, const PivotFailure<T>& pivot,
                                          bool strong);
-    PivotFailure<T> checkBlock(const OrvelData<T>& data, unsigned int r,
+    PivotFailure<T> checkBlock(const OrvelData<T>& data, unsigned int r, const T* scales,
                                const std::vector<unsigned int>& order, unsigned int firstTrailing,
                                PivotDemands demands);
+    bool areSound(const T* pivots, const T* scales, std::size_t m, T share, T noise) const;
+    void takeWeights(const OrvelData<T>& data, unsigned int r);
     bool hasBounded(const OrvelData<T>& data, unsigned int r) const;
     typename PivotFailure<T>::Kind wrongSign(const OrvelData<T>& data, const PivotFailure<T>& pivot,
                                              bool trailing) const;
     bool isNoise(const OrvelData<T>& data, const PivotFailure<T>& pivot, T magnitude);
     void setLeastShare(T share);
-    void count(T pivot);
+    void count(const T* pivots, std::size_t m);
 
     std::vector<T> m_scales;            ///< per row of the block at hand
     std::vector<FourSums<T>> m_sums;    ///< likewise
     std::vector<unsigned char> m_signs; ///< per block row checked: kPositive, kNegative, both
+    std::vector<T> m_positive;          ///< per pivot checked: it where positive, or zero
+    std::vector<T> m_negative;          ///< likewise its magnitude where negative
     PivotCounts m_counts;
     PivotFailure<T> m_firstBounded;
     T m_leastShare = 1;       ///< of its terms that a pivot has kept so far

@@ -32,22 +32,51 @@ std::size_t findNotFinite(const T* from, std::size_t m, std::size_t n, bool diag
     return m;
 }
 
-template <class T>
-void copyTransposed(const T* from, T* to, std::size_t m, std::size_t n, FourSums<T>& check)
+// Copies of a block, N being the length of its rows where the compiler is to know it, else 0. What
+// they return is zero if all they copied is finite.
+
+template <int N, class T> T copyBlock(const T* from, T* to, std::size_t m, std::size_t n)
 {
-    for (std::size_t i = 0; i < m; ++i, from += n) {
-        check.addTimesZero(from, n);
-        for (std::size_t j = 0; j < n; ++j)
-            to[j * m + i] = from[j];
-    }
+    FourSums<T> check;
+    const std::size_t length = N > 0 ? N : n;
+    for (std::size_t i = 0; i < m; ++i, from += length, to += length)
+        for (std::size_t j = 0; j < length; ++j) {
+            check.addTimesZero(j, from[j]);
+            to[j] = from[j];
+        }
+    return check.total();
 }
 
-template <class T> void copyLowerTriangle(const T* from, T* to, std::size_t m, FourSums<T>& check)
+template <int N, class T> T copyTransposed(const T* from, T* to, std::size_t m, std::size_t n)
 {
-    for (std::size_t i = 0; i < m; ++i) {
-        check.addTimesZero(from + i * m, i + 1);
-        std::copy_n(from + i * m, i + 1, to + i * m);
-    }
+    FourSums<T> check;
+    const std::size_t length = N > 0 ? N : n;
+    for (std::size_t i = 0; i < m; ++i, from += length)
+        for (std::size_t j = 0; j < length; ++j) {
+            check.addTimesZero(j, from[j]);
+            to[j * m + i] = from[j];
+        }
+    return check.total();
+}
+
+template <int N, class T> T copyLowerTriangle(const T* from, T* to, std::size_t n)
+{
+    FourSums<T> check;
+    const std::size_t length = N > 0 ? N : n;
+    for (std::size_t i = 0; i < length; ++i)
+        for (std::size_t j = 0; j <= i; ++j) {
+            check.addTimesZero(j, from[i * length + j]);
+            to[i * length + j] = from[i * length + j];
+        }
+    return check.total();
+}
+
+template <int N, class T>
+T copyAny(const T* from, T* to, std::size_t m, std::size_t n, bool diagonal, bool transposed)
+{
+    if (diagonal)
+        return copyLowerTriangle<N>(from, to, n);
+    return transposed ? copyTransposed<N>(from, to, m, n) : copyBlock<N>(from, to, m, n);
 }
 
 /// The slot of column c in block row r.
@@ -141,16 +170,8 @@ template <class T> Status ValueScatter<T>::run(const BlockMatrix<T>& A) const
         for (const auto& entry : A.row(r)) {
             const std::size_t n = A.blockSize(entry.column);
             const bool diagonal = entry.column == r;
-            FourSums<T> check;
-            if (diagonal) {
-                copyLowerTriangle(entry.values, target->values, m, check);
-            } else if (target->transposed) {
-                copyTransposed(entry.values, target->values, m, n, check);
-            } else {
-                check.addTimesZero(entry.values, m * n);
-                std::copy_n(entry.values, m * n, target->values);
-            }
-            if (check.total() != 0)
+            const auto copy = n == 3 ? copyAny<3, T> : n == 6 ? copyAny<6, T> : copyAny<0, T>;
+            if (copy(entry.values, target->values, m, n, diagonal, target->transposed) != 0)
                 return notFinite(r, entry.column, findNotFinite(entry.values, m, n, diagonal));
             ++target;
         }
