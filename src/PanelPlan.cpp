@@ -108,7 +108,8 @@ void PanelPlan<T>::makeRoom(const std::vector<unsigned int>& sizes,
             widest = std::max(widest, width);
         columns = std::max(columns, m_panelStart[p + 1] - first);
         for (unsigned int s = m_sourceStart[p]; s < m_sourceStart[p + 1]; ++s)
-            packed = std::max(packed, widthOf(m_sources[s].panel) * width);
+            packed = std::max(packed, widthOf(m_sources[s].panel) *
+                                          packedStride<T>(static_cast<unsigned int>(width)));
     }
     m_rooms.resize(1);
     Room& room = m_rooms.front();

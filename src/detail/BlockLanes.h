@@ -69,7 +69,7 @@ inline void factorDiagonal(T* work, unsigned int n, const DiagonalBlock<T>& bloc
 ///
 /// @param scale  not null: row i receives |L(i, q)²·d(q)| for all q < i besides
 template <class T, int N, class V>
-inline void factorDiagonalOfSize(V (&columns)[N], const DiagonalBlock<T>& block, V* scale)
+inline void factorColumns(V (&columns)[N], const DiagonalBlock<T>& block, V* scale)
 {
     T* const B = block.L;
     T* const S = block.S;
@@ -143,15 +143,49 @@ inline void finishSomeRows(const FinishedBlock<T>& block, unsigned int rows, T* 
     }
 }
 
+/// The same for numbers of rows and columns that the compiler knows, all in registers.
+template <class T, int Rows, int Size> inline void finishBlockOfSize(const FinishedBlock<T>& block)
+{
+    using V = typename Vector<T, (Rows <= 4 ? 4 : 8)>::type;
+    V x[Size];
+    for (unsigned int q = 0; q < Size; ++q)
+        x[q] = loadColumn<V, Rows>(block.C + q, block.stride);
+    for (unsigned int q = 1; q < Size; ++q)
+        for (unsigned int t = 0; t < q; ++t)
+            x[q] -= block.F[q * Size + t] * x[t];
+    V scaled[Size];
+    for (unsigned int q = 0; q < Size; ++q) {
+        x[q] = x[q] * block.w[q];
+        scaled[q] = x[q] * block.d[q];
+    }
+    storeColumns<Rows, Size>(x, block.L);
+    storeColumns<Rows, Size>(scaled, block.S);
+}
+
+template <class T, int Size>
+inline void finishColumns(const FinishedBlock<T>& block, unsigned int rows, T* work)
+{
+    switch (rows) {
+    case 3:
+        return finishBlockOfSize<T, 3, Size>(block);
+    case 5:
+        return finishBlockOfSize<T, 5, Size>(block);
+    case 6:
+        return finishBlockOfSize<T, 6, Size>(block);
+    default:
+        return finishSomeRows<T, Size>(block, rows, work);
+    }
+}
+
 template <class T> inline void finishRows(const FinishedBlock<T>& block, unsigned int rows, T* work)
 {
     switch (block.columns) {
     case 3:
-        return finishSomeRows<T, 3>(block, rows, work);
+        return finishColumns<T, 3>(block, rows, work);
     case 5:
-        return finishSomeRows<T, 5>(block, rows, work);
+        return finishColumns<T, 5>(block, rows, work);
     case 6:
-        return finishSomeRows<T, 6>(block, rows, work);
+        return finishColumns<T, 6>(block, rows, work);
     default:
         return finishSomeRows<T, 0>(block, rows, work);
     }

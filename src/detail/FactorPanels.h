@@ -106,12 +106,12 @@ private:
             const ColumnEntry entry = m.columnEntries[e];
             // Rows of the panel itself end with their diagonal block.
             const unsigned int end = e < source.end ? m.packedAt[e - source.first + 1] : columns;
-            subtractRow(source, entry, first, count, end, columns);
+            subtractRow(source, entry, first, count, end, packedStride<T>(columns));
         }
     }
 
     /// Copies L(c, K)ᵀ for the columns c of the panel at hand, one after the other, and notes where
-    /// each starts. Returns how many scalar columns there are.
+    /// each starts. Returns how many scalar columns there are; rows are packedStride of that apart.
     unsigned int pack(const PanelSource& source, unsigned int first, unsigned int count)
     {
         unsigned int columns = 0;
@@ -120,6 +120,7 @@ private:
             columns += m.sizes[m.columnEntries[e].row];
         }
         m.packedAt[source.end - source.first] = columns;
+        const unsigned int stride = packedStride<T>(columns);
         for (unsigned int e = source.first; e < source.end; ++e) {
             const ColumnEntry entry = m.columnEntries[e];
             const unsigned int n = m.sizes[entry.row];
@@ -127,7 +128,7 @@ private:
             for (unsigned int b = 0; b < count; ++b) {
                 const T* const from = m.L[entry.slot + b];
                 const unsigned int s = m.sizes[first + b];
-                for (unsigned int q = 0; q < s; ++q, to += columns)
+                for (unsigned int q = 0; q < s; ++q, to += stride)
                     for (unsigned int j = 0; j < n; ++j)
                         to[j] = from[j * s + q];
             }
@@ -138,7 +139,7 @@ private:
     /// One block row's share, for the first `end` packed columns; those that are neighbours in the
     /// panel together.
     void subtractRow(const PanelSource& source, ColumnEntry entry, unsigned int first,
-                     unsigned int count, unsigned int end, unsigned int columns)
+                     unsigned int count, unsigned int end, unsigned int stride)
     {
         T* const row = rowOf(entry.row);
         unsigned int e = source.first;
@@ -149,7 +150,7 @@ private:
             for (unsigned int next = c; to < end && m.columnEntries[e].row == next; ++e, ++next)
                 to = m.packedAt[e - source.first + 1];
             subtractTiles(m.S + entry.slot, m.sizes + first, count, m.sizes[entry.row],
-                          m.packed + from, columns, row + columnOf(c), to - from);
+                          m.packed + from, stride, row + columnOf(c), to - from);
             from = to;
         }
     }
@@ -241,10 +242,31 @@ private:
             factorLargeDiagonal(D, m_width, n, diagonalBlock<T>(m, c), m.lanes);
             return;
         }
+        const DiagonalBlock<T> block = diagonalBlock<T>(m, c);
+        switch (n) {
+        case 3:
+            return factorDiagonalOfSize<3>(D, block);
+        case 5:
+            return factorDiagonalOfSize<5>(D, block);
+        case 6:
+            return factorDiagonalOfSize<6>(D, block);
+        default:
+            break;
+        }
         for (unsigned int t = 0; t < n; ++t)
             for (unsigned int i = 0; i < n; ++i)
                 m.lanes[t * kFinishLanes + i] = D[std::size_t(t) * m_width + i];
-        factorDiagonal<T, kFinishLanes>(m.lanes, n, diagonalBlock<T>(m, c));
+        factorDiagonal<T, kFinishLanes>(m.lanes, n, block);
+    }
+
+    /// @param D  column t in row t
+    template <int N> void factorDiagonalOfSize(const T* D, const DiagonalBlock<T>& block) const
+    {
+        using V = typename Vector<T, (N <= 4 ? 4 : 8)>::type;
+        V columns[N];
+        for (unsigned int t = 0; t < N; ++t)
+            columns[t] = loadColumn<V, N>(D + std::size_t(t) * m_width, 1);
+        factorColumns<T>(columns, block, static_cast<V*>(nullptr));
     }
 
     const PanelFactorization<T>& m;

@@ -134,7 +134,7 @@ private:
             V columns[Rows];
             for (unsigned int t = 0; t < Rows; ++t)
                 columns[t] = lanes(work, t);
-            factorDiagonalOfSize(columns, block, m.pivotScales ? &m_scale : nullptr);
+            factorColumns<T>(columns, block, m.pivotScales ? &m_scale : nullptr);
         } else {
             factorDiagonal<T, Lanes>(work, m_anySize, block);
         }

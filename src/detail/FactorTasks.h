@@ -58,6 +58,13 @@ template <class T> struct RowFactorization : FactorTask<T> {
 /// Scalars beyond the end of an array that the factorization panel by panel may read.
 constexpr unsigned int kSpareScalars = 7;
 
+/// Distance of packed rows of that many scalars: whole cache lines. Static: see boundedPivot.
+template <class T> static constexpr unsigned int packedStride(unsigned int columns)
+{
+    constexpr unsigned int kLine = 64 / sizeof(T);
+    return (columns + kLine - 1) / kLine * kLine;
+}
+
 /// Products that a panel takes from a finished one: the entries of that one's first column that are
 /// rows of the panel at hand, or of any later one.
 struct PanelSource {
@@ -78,7 +85,8 @@ template <class T> struct PanelFactorization : FactorTask<T> {
     unsigned int* packedAt; ///< per column of the panel at hand that a source has, and one more
     T* panel;               ///< the largest panel, and kSpareScalars
     T* triangle; ///< columns of the widest panel of several blocks, squared, and kSpareScalars
-    T* packed;   ///< the most columns of a source times those of a panel, and kSpareScalars
+    T* packed;   ///< the most columns of a source, packedStride of those of a panel apart, and
+                 ///< kSpareScalars
     T* lanes;    ///< the largest block, 8 lanes for each of its columns
 };
 

@@ -192,31 +192,37 @@ template <class T, int Width> struct RowPart {
 /// A row of Width scalars as long vectors alone: loads read up to kSpareScalars beyond it, stores
 /// write nothing there.
 template <class T, int Width> struct PaddedRow {
-    static constexpr int kLanes = (kVectorBytes < 32 ? kVectorBytes : 32) / int(sizeof(T));
+    static constexpr int kHalf = kVectorBytes < 32 ? kVectorBytes : 32;
+    static constexpr int kLanes =
+        (Width * int(sizeof(T)) % kVectorBytes == 0 ? kVectorBytes : kHalf) / int(sizeof(T));
     static constexpr int kVectors = (Width + kLanes - 1) / kLanes;
     static constexpr int kFull = Width / kLanes;
     static constexpr int kRest = Width % kLanes;
-    static_assert(kLanes <= int(kSpareScalars) + 1, "loads would read too far");
+    static_assert(kVectors * kLanes - Width <= int(kSpareScalars), "loads would read too far");
     using V = typename NativeVector<T, kLanes* int(sizeof(T))>::type;
 
     V vectors[kVectors];
 
     void load(const T* from)
     {
+#pragma GCC unroll 8
         for (int f = 0; f < kVectors; ++f)
             vectors[f] = loadVector<V>(from + kLanes * f);
     }
 
     void store(T* to) const
     {
+#pragma GCC unroll 8
         for (int f = 0; f < kFull; ++f)
             storeVector(to + kLanes * f, vectors[f]);
+#pragma GCC unroll 8
         for (int i = 0; i < kRest; ++i)
             to[kLanes * kFull + i] = vectors[kVectors - 1][i];
     }
 
     void subtract(const PaddedRow& row, T factor)
     {
+#pragma GCC unroll 8
         for (int f = 0; f < kVectors; ++f)
             vectors[f] -= row.vectors[f] * factor;
     }

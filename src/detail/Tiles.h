@@ -12,25 +12,34 @@ template <class T> struct Tile {
     unsigned int strideC;
 };
 
-/// Rows × Width sums in registers.
+/// Rows × Width sums, of at least one block. They stay in registers: loops are unrolled for
+/// certain, none of them is skipped, and nothing of the tile is read again behind a store.
 template <class T, int Rows, int Width> void subtractTile(const Tile<T>& tile)
 {
+    T* const C = tile.C;
+    const std::size_t strideC = tile.strideC;
     PaddedRow<T, Width> sums[Rows];
-    for (int i = 0; i < Rows; ++i)
-        sums[i].load(tile.C + std::size_t(i) * tile.strideC);
+#pragma GCC unroll 8
+    for (std::size_t i = 0; i < Rows; ++i)
+        sums[i].load(C + i * strideC);
     const T* B = tile.B;
-    for (unsigned int b = 0; b < tile.count; ++b) {
+    const std::size_t strideB = tile.strideB;
+    const unsigned int count = tile.count;
+    unsigned int b = 0;
+    do {
         const unsigned int s = tile.sizes[b];
         const T* S = tile.S[b] + std::size_t(tile.row) * s;
-        for (unsigned int q = 0; q < s; ++q, ++S, B += tile.strideB) {
+        for (unsigned int q = 0; q < s; ++q, ++S, B += strideB) {
             PaddedRow<T, Width> part;
             part.load(B);
-            for (int i = 0; i < Rows; ++i)
-                sums[i].subtract(part, S[static_cast<unsigned int>(i) * s]);
+#pragma GCC unroll 8
+            for (unsigned int i = 0; i < Rows; ++i)
+                sums[i].subtract(part, S[i * s]);
         }
-    }
-    for (int i = 0; i < Rows; ++i)
-        sums[i].store(tile.C + std::size_t(i) * tile.strideC);
+    } while (++b < count);
+#pragma GCC unroll 8
+    for (std::size_t i = 0; i < Rows; ++i)
+        sums[i].store(C + i * strideC);
 }
 
 /// As many tiles of Width columns as there are.
