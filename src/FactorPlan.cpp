@@ -11,12 +11,12 @@ namespace detail {
 
 namespace {
 
-// Rows are faster than panels while the finished ones stay in the caches, or where a scalar of the
-// factor takes part in few products; panels where it takes part in many. Measured on nets,
-// lattices, elastic cubes, pose graphs, heaps, walls and ropes.
-constexpr std::size_t kRowsUpTo = std::size_t(40) << 20; ///< bytes of both factors
-constexpr double kFewProducts = 50;                      ///< per scalar of L
-constexpr double kManyProducts = 200;
+// Rows are faster than panels where a scalar of the factor takes part in few products for the size
+// of its block; in few more where all of it stays in the caches, and numbers are double: panels
+// gain from shorter ones, rows hardly do. Measured on nets, lattices, elastic cubes, heaps, walls.
+constexpr std::size_t kCached = std::size_t(40) << 20; ///< bytes of both factors
+constexpr double kFewProducts = 20;                    ///< per scalar of L and row of a block
+constexpr double kCachedProducts = 32;
 
 // What a row and a block cost beside the products, in multiply-subtracts.
 constexpr double kWorkPerRow = 300;
@@ -184,9 +184,12 @@ template <class T> bool FactorPlan<T>::goesByRows() const
     const FactorSchedule schedule = factorSchedule();
     if (m_largest > kMaxRowBlock || schedule == FactorSchedule::Panels)
         return false;
-    const double products = m_products / static_cast<double>(m_numValues);
-    const bool small = 2 * m_numValues * sizeof(T) <= kRowsUpTo;
-    return schedule == FactorSchedule::Rows || products <= (small ? kManyProducts : kFewProducts);
+    if (schedule == FactorSchedule::Rows)
+        return true;
+    const double meanSize = static_cast<double>(m_reciprocals.size()) / m_numRows;
+    const double products = m_products / (static_cast<double>(m_numValues) * meanSize);
+    const bool cached = 2 * m_numValues * sizeof(T) <= kCached && sizeof(T) == sizeof(double);
+    return products <= (cached ? kCachedProducts : kFewProducts);
 }
 
 template <class T> void FactorPlan<T>::beginRows(unsigned int threads)
