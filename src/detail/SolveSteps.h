@@ -7,6 +7,8 @@
 
 #include <kyrOrvel/SparseMatrix>
 
+#include <cstddef>
+
 namespace kyrOrvel {
 namespace detail {
 
@@ -21,6 +23,11 @@ template <class T> unsigned int firstNonzeroRow(const SparseMatrix<T>& L, const 
     }
     return L.numBlockRows - 1;
 }
+
+/// Lets blocks be read when it is their turn.
+struct NothingAhead {
+    template <class T> void operator()(const T*, std::size_t) const {}
+};
 
 /// The steps of one block row, for rows of any size; those of M scalars follow.
 template <class T, class Filter>
@@ -38,8 +45,8 @@ void forwardRowOfAnySize(const SparseMatrix<T>& L, unsigned int r, T* x, Filter 
     BlockVectorOps<T>::solveUnitLower(L.blockData[diagonal], xr, m);
 }
 
-template <int M, class T, class Filter>
-void forwardRowOfSize(const SparseMatrix<T>& L, unsigned int r, T* x, Filter reads)
+template <int M, class T, class Filter, class Ahead>
+void forwardRowOfSize(const SparseMatrix<T>& L, unsigned int r, T* x, Filter reads, Ahead ahead)
 {
     T* const xr = x + L.blockOffsets[r];
     T y[M];
@@ -48,6 +55,7 @@ void forwardRowOfSize(const SparseMatrix<T>& L, unsigned int r, T* x, Filter rea
     const unsigned int diagonal = L.rowStart[r + 1] - 1;
     for (unsigned int slot = L.rowStart[r]; slot < diagonal; ++slot) {
         const unsigned int c = L.blockColumns[slot];
+        ahead(L.blockData[slot], M * std::size_t(L.blockSizes[c]));
         if (reads(c))
             subtractAx<M>(L.blockData[slot], x + L.blockOffsets[c], y, L.blockSizes[c]);
     }
@@ -60,12 +68,13 @@ void forwardRowOfSize(const SparseMatrix<T>& L, unsigned int r, T* x, Filter rea
 }
 
 /// x_r := L(r, r)⁻¹ · (x_r - Σ over the row's columns c of L(r, c)·x_c). Columns for which
-/// `reads(c)` is false are left out: their x is known to be zero.
-template <class T, class Filter>
-void forwardRow(const SparseMatrix<T>& L, unsigned int r, T* x, Filter reads)
+/// `reads(c)` is false are left out: their x is known to be zero. `ahead(block, scalars)` is told
+/// of blocks that are about to be read.
+template <class T, class Filter, class Ahead = NothingAhead>
+void forwardRow(const SparseMatrix<T>& L, unsigned int r, T* x, Filter reads, Ahead ahead = {})
 {
     const bool fixed = withFixedSize(L.blockSizes[r], [&](auto size) {
-        forwardRowOfSize<decltype(size)::value>(L, r, x, reads);
+        forwardRowOfSize<decltype(size)::value>(L, r, x, reads, ahead);
     });
     if (!fixed)
         forwardRowOfAnySize(L, r, x, reads);
@@ -86,8 +95,8 @@ void backwardRowOfAnySize(const SparseMatrix<T>& S, unsigned int r, T* x, Visito
     }
 }
 
-template <int M, class T, class Visitor>
-void backwardRowOfSize(const SparseMatrix<T>& S, unsigned int r, T* x, Visitor writes)
+template <int M, class T, class Visitor, class Ahead>
+void backwardRowOfSize(const SparseMatrix<T>& S, unsigned int r, T* x, Visitor writes, Ahead ahead)
 {
     T* const xr = x + S.blockOffsets[r];
     T y[M];
@@ -104,18 +113,20 @@ void backwardRowOfSize(const SparseMatrix<T>& S, unsigned int r, T* x, Visitor w
         xr[i] = y[i];
     for (unsigned int slot = S.rowStart[r]; slot < diagonal; ++slot) {
         const unsigned int c = S.blockColumns[slot];
+        ahead(S.blockData[slot], M * std::size_t(S.blockSizes[c]));
         writes(c);
         subtractAtx<M>(S.blockData[slot], y, x + S.blockOffsets[c], S.blockSizes[c]);
     }
 }
 
 /// Finishes x_r with the diagonal block of S = L·D, which divides by the pivots, and scatters it
-/// into the earlier rows. `writes(c)` is told of every row c before it is changed.
-template <class T, class Visitor>
-void backwardRow(const SparseMatrix<T>& S, unsigned int r, T* x, Visitor writes)
+/// into the earlier rows. `writes(c)` is told of every row c before it is changed, `ahead` as in
+/// forwardRow.
+template <class T, class Visitor, class Ahead = NothingAhead>
+void backwardRow(const SparseMatrix<T>& S, unsigned int r, T* x, Visitor writes, Ahead ahead = {})
 {
     const bool fixed = withFixedSize(S.blockSizes[r], [&](auto size) {
-        backwardRowOfSize<decltype(size)::value>(S, r, x, writes);
+        backwardRowOfSize<decltype(size)::value>(S, r, x, writes, ahead);
     });
     if (!fixed)
         backwardRowOfAnySize(S, r, x, writes);
