@@ -60,6 +60,8 @@ struct Run {
         };
         if (!works)
             return;
+        if (which == kAnalyze)
+            solver->forget();
         times[which].push_back(millisecondsOf(take, works));
         spent += times[which].back() / 1000;
     }
@@ -84,24 +86,23 @@ std::vector<Result> measure(const Input& input, const std::vector<Contender>& co
         run.step(input, kFactorize);
         run.times = {};
     }
-    const Clock::time_point start = Clock::now();
-    const auto spent = [&] { return std::chrono::duration<double>(Clock::now() - start).count(); };
-    for (std::size_t round = 0; round < kFewestRounds || (round < kMostRounds && spent() < seconds);
-         ++round) {
-        for (const Step step : {kFactorize, kSolve})
+    // A step of a simulation solves with the factor that it has just made.
+    const auto rounds = [&](const std::vector<Step>& steps, double budget) {
+        const Clock::time_point start = Clock::now();
+        const auto spent = [&] {
+            return std::chrono::duration<double>(Clock::now() - start).count();
+        };
+        for (std::size_t round = 0;
+             round < kFewestRounds || (round < kMostRounds && spent() < budget); ++round)
             for (Run& run : runs)
                 if (round == 0 || run.spent < kPatience * seconds)
-                    run.step(input, step);
-    }
-    for (std::size_t round = 0; round < kFewestRounds; ++round)
-        for (Run& run : runs)
-            if (run.works) {
-                Run fresh;
-                const auto at = static_cast<std::size_t>(&run - runs.data());
-                fresh.solver = contenders[at].make(input);
-                fresh.step(input, kAnalyze);
-                run.times[kAnalyze].push_back(fresh.times[kAnalyze].front());
-            }
+                    for (const Step step : steps)
+                        run.step(input, step);
+    };
+    rounds({kFactorize, kSolve}, seconds);
+    for (Run& run : runs)
+        run.spent = 0;
+    rounds({kAnalyze}, seconds / 2);
     std::vector<Result> results;
     for (std::size_t i = 0; i < runs.size(); ++i) {
         Result result;

@@ -14,6 +14,7 @@ namespace bench {
 class Solver {
 public:
     virtual ~Solver() = default;
+    virtual void forget() {}      ///< the analysis, not the memory; not part of any time
     virtual bool analyze() = 0;   ///< from scratch
     virtual bool factorize() = 0; ///< with the values of the input
     virtual bool solve(const std::vector<double>& b, std::vector<double>& x) = 0;
