@@ -62,7 +62,8 @@ const std::vector<NamedScene>& scenes()
 }
 
 struct Options {
-    std::vector<std::string> inputs; ///< beginnings of names, or Matrix Market files
+    std::vector<std::string> inputs;  ///< beginnings of names, or Matrix Market files
+    std::vector<std::string> without; ///< beginnings of names of peers
     double seconds = 3;
     double compliance = 1e-2;
     bool allEntries = false;
@@ -164,6 +165,12 @@ void writeCharts(const std::string& prefix, const Table& table)
     }
 }
 
+bool startsWithAny(const std::string& name, const std::vector<std::string>& beginnings)
+{
+    return std::any_of(beginnings.begin(), beginnings.end(),
+                       [&](const std::string& begin) { return name.rfind(begin, 0) == 0; });
+}
+
 int run(const Options& options)
 {
     if (options.list) {
@@ -171,8 +178,14 @@ int run(const Options& options)
             std::printf("%s\n", scene.name);
         return 0;
     }
-    const std::vector<Contender> contenders = allContenders();
+    std::vector<Contender> contenders = allContenders();
     const std::size_t own = ownContenders().size();
+    contenders.erase(std::remove_if(contenders.begin() + static_cast<std::ptrdiff_t>(own),
+                                    contenders.end(),
+                                    [&](const Contender& contender) {
+                                        return startsWithAny(contender.name, options.without);
+                                    }),
+                     contenders.end());
     const double dgemm = measureDgemm();
     if (dgemm > 0)
         std::printf("dgemm 256: %.1f GFLOP/s\n", dgemm);
@@ -190,11 +203,7 @@ int run(const Options& options)
     };
     for (const NamedScene& scene : scenes()) {
         const std::string name = scene.name;
-        const bool chosen =
-            options.inputs.empty() ||
-            std::any_of(options.inputs.begin(), options.inputs.end(),
-                        [&](const std::string& begin) { return name.rfind(begin, 0) == 0; });
-        if (!chosen)
+        if (!options.inputs.empty() && !startsWithAny(name, options.inputs))
             continue;
         Scene made = scene.make();
         Input input;
@@ -235,6 +244,10 @@ int main(int argc, char** argv)
     app.add_flag("--all-entries", options.allEntries,
                  "give scalar solvers the zeros inside blocks too");
     app.add_flag("--list", options.list, "list the scenes");
+    app.add_option(
+        "--without", options.without,
+        "leave out peers whose names begin like this: the scalar ones take minutes for a "
+        "factorization of the largest inputs");
     app.add_option("--csv", options.csv, "write the figures to this file");
     app.add_option("--svg", options.svg, "write charts to files whose names begin like this");
     CLI11_PARSE(app, argc, argv);

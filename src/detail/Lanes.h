@@ -126,7 +126,7 @@ inline SeveralVectors<T, Lanes> magnitudesBeyond(T last, const SeveralVectors<T,
     return result;
 }
 
-/// The same for vectors whose lanes count from zero; all of them by default.
+/// The same for vectors whose lanes count from zero; all lanes are beyond -1.
 template <class T, class V> inline V magnitudesBeyond(int last, const V& v)
 {
     return magnitudesBeyond(T(last), v, LaneNumbers<T>::values);
@@ -190,11 +190,12 @@ template <class T, int Width> struct RowPart {
 };
 
 /// A row of Width scalars as long vectors alone: loads read up to kSpareScalars beyond it, stores
-/// write nothing there.
+/// write nothing there. Vectors of 64 bytes only where they are full: what is left of one is stored
+/// scalar by scalar.
 template <class T, int Width> struct PaddedRow {
-    static constexpr int kHalf = kVectorBytes < 32 ? kVectorBytes : 32;
+    static constexpr int kShort = kVectorBytes < 32 ? kVectorBytes : 32;
     static constexpr int kLanes =
-        (Width * int(sizeof(T)) % kVectorBytes == 0 ? kVectorBytes : kHalf) / int(sizeof(T));
+        (Width * int(sizeof(T)) % kVectorBytes == 0 ? kVectorBytes : kShort) / int(sizeof(T));
     static constexpr int kVectors = (Width + kLanes - 1) / kLanes;
     static constexpr int kFull = Width / kLanes;
     static constexpr int kRest = Width % kLanes;

@@ -3,6 +3,17 @@
 // until these have left the processor's buffers, which takes longer than the arithmetic on a small
 // block.
 
+/// Whether the compiler takes vectors apart by numbers of lanes: clang, and GCC from 12 on.
+#if defined(__has_builtin)
+#if __has_builtin(__builtin_shufflevector)
+constexpr bool kHasShuffles = true;
+#else
+constexpr bool kHasShuffles = false;
+#endif
+#else
+constexpr bool kHasShuffles = false;
+#endif
+
 /// Row I of a column, or zero beyond its M rows.
 template <int M, int I, class T> inline T rowOrZero(const T* column, unsigned int stride)
 {
@@ -96,12 +107,15 @@ template <class V, int M, class T> inline V loadColumn(const T* column, unsigned
 /// An M × N block from its columns.
 template <int M, int N, class V, class T> inline void storeColumns(const V* columns, T* block)
 {
+    constexpr unsigned int kPaired = kHasShuffles ? N / 2 * 2 : 0;
+    if constexpr (kHasShuffles) {
 #pragma GCC unroll 8
-    for (unsigned int q = 0; q + 1 < N; q += 2)
-        ColumnLanes<V>::template storePair<M, 0>(columns[q], columns[q + 1], block + q, N);
-    if constexpr (N % 2 != 0) {
+        for (unsigned int q = 0; q < kPaired; q += 2)
+            ColumnLanes<V>::template storePair<M, 0>(columns[q], columns[q + 1], block + q, N);
+    }
+#pragma GCC unroll 8
+    for (unsigned int q = kPaired; q < N; ++q)
 #pragma GCC unroll 8
         for (unsigned int i = 0; i < M; ++i)
-            block[i * N + N - 1] = columns[N - 1][i];
-    }
+            block[i * N + q] = columns[q][i];
 }
