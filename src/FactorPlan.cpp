@@ -11,12 +11,13 @@ namespace detail {
 
 namespace {
 
-// Rows are faster than panels where a scalar of the factor takes part in few products for the size
-// of its block; in few more where all of it stays in the caches, and numbers are double: panels
-// gain from shorter ones, rows hardly do. Measured on nets, lattices, elastic cubes, heaps, walls.
-constexpr std::size_t kCached = std::size_t(40) << 20; ///< bytes of both factors
-constexpr double kFewProducts = 20;                    ///< per scalar of L and row of a block
-constexpr double kCachedProducts = 32;
+// Rows are faster than panels up to some products per scalar of L, over the square of the blocks'
+// size: rows of larger blocks fill their lanes better. Panels gain from the shorter scalars of
+// float, rows hardly do. Measured on nets, lattices, elastic cubes, heaps, walls, where it tells
+// within a few percent. That several threads do better by panels must not count: rows leave scales
+// of the pivots, which differ in their last bits from estimates, and no verdict may depend on the
+// number of threads.
+template <class T> constexpr double kFewProducts = sizeof(T) == sizeof(double) ? 4.5 : 3.2;
 
 // What a row and a block cost beside the products, in multiply-subtracts.
 constexpr double kWorkPerRow = 300;
@@ -187,9 +188,8 @@ template <class T> bool FactorPlan<T>::goesByRows() const
     if (schedule == FactorSchedule::Rows)
         return true;
     const double meanSize = static_cast<double>(m_reciprocals.size()) / m_numRows;
-    const double products = m_products / (static_cast<double>(m_numValues) * meanSize);
-    const bool cached = 2 * m_numValues * sizeof(T) <= kCached && sizeof(T) == sizeof(double);
-    return products <= (cached ? kCachedProducts : kFewProducts);
+    const double values = static_cast<double>(m_numValues);
+    return m_products <= kFewProducts<T> * values * meanSize * meanSize;
 }
 
 template <class T> void FactorPlan<T>::beginRows(unsigned int threads)

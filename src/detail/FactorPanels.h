@@ -102,11 +102,21 @@ private:
         const unsigned int first = m.panelStart[source.panel];
         const unsigned int count = m.panelStart[source.panel + 1] - first;
         const unsigned int columns = pack(source, first, count);
-        for (unsigned int e = source.first; e < source.last; ++e) {
-            const ColumnEntry entry = m.columnEntries[e];
-            // Rows of the panel itself end with their diagonal block.
-            const unsigned int end = e < source.end ? m.packedAt[e - source.first + 1] : columns;
-            subtractRow(source, entry, first, count, end, packedStride<T>(columns));
+        const unsigned int stride = packedStride<T>(columns);
+        const ColumnEntry* const entries = m.columnEntries;
+        unsigned int e = source.first;
+        for (; e < source.end; ++e) // rows of the panel itself end with their diagonal block
+            subtractRows<1>(source, entries + e, first, count, m.packedAt[e - source.first + 1],
+                            stride);
+        while (e < source.last) {
+            const bool pair = e + 1 < source.last &&
+                              m.sizes[entries[e].row] == m.sizes[entries[e + 1].row] &&
+                              2 * m.sizes[entries[e].row] <= kTileRows;
+            if (pair)
+                subtractRows<2>(source, entries + e, first, count, columns, stride);
+            else
+                subtractRows<1>(source, entries + e, first, count, columns, stride);
+            e += pair ? 2 : 1;
         }
     }
 
@@ -136,12 +146,23 @@ private:
         return columns;
     }
 
-    /// One block row's share, for the first `end` packed columns; those that are neighbours in the
-    /// panel together.
-    void subtractRow(const PanelSource& source, ColumnEntry entry, unsigned int first,
-                     unsigned int count, unsigned int end, unsigned int stride)
+    /// The share of one block row, or two, for the first `end` packed columns; those that are
+    /// neighbours in the panel together.
+    template <int Count>
+    void subtractRows(const PanelSource& source, const ColumnEntry* entry, unsigned int first,
+                      unsigned int count, unsigned int end, unsigned int stride)
     {
-        T* const row = rowOf(entry.row);
+        Tile<T> tile;
+        T* row[2];
+        for (int f = 0; f < 2; ++f) {
+            const ColumnEntry of = entry[Count == 2 ? f : 0];
+            tile.S[f] = m.S + of.slot;
+            row[f] = rowOf(of.row);
+        }
+        tile.sizes = m.sizes + first;
+        tile.count = count;
+        tile.strideB = stride;
+        tile.strideC = m_width;
         unsigned int e = source.first;
         unsigned int from = 0;
         while (from < end) {
@@ -149,24 +170,26 @@ private:
             unsigned int to = from;
             for (unsigned int next = c; to < end && m.columnEntries[e].row == next; ++e, ++next)
                 to = m.packedAt[e - source.first + 1];
-            subtractTiles(m.S + entry.slot, m.sizes + first, count, m.sizes[entry.row],
-                          m.packed + from, stride, row + columnOf(c), to - from);
+            const unsigned int at = columnOf(c);
+            subtractTiles<Count>(tile, m.sizes[entry->row], m.packed + from, row[0] + at,
+                                 row[1] + at, to - from);
             from = to;
         }
     }
 
-    /// C -= S·B: S the `rows` rows of some blocks side by side, B packed.
-    void subtractTiles(const T* const* S, const unsigned int* sizes, unsigned int count,
-                       unsigned int rows, const T* B, unsigned int stride, T* C,
-                       unsigned int columns) const
+    /// C -= S·B for `rows` rows of each factor row, some at a time.
+    template <int Count>
+    static void subtractTiles(Tile<T>& tile, unsigned int rows, const T* B, T* C0, T* C1,
+                              unsigned int columns)
     {
-        if (count == 0)
-            return;
-        for (unsigned int i = 0; i < rows; i += kTileRows) {
-            const unsigned int height = rows - i < kTileRows ? rows - i : kTileRows;
-            const Tile<T> tile = {S,      sizes, count, i, B, stride, C + std::size_t(i) * m_width,
-                                  m_width};
-            subtractTileRows<T, kTileRows>(tile, height, columns);
+        constexpr unsigned int kRows = kTileRows / Count;
+        for (unsigned int i = 0; tile.count > 0 && i < rows; i += kRows) {
+            tile.row = i;
+            tile.B = B;
+            tile.C[0] = C0 + std::size_t(i) * tile.strideC;
+            tile.C[1] = C1 + std::size_t(i) * tile.strideC;
+            subtractTileRows<T, Count, int(kRows)>(tile, rows - i < kRows ? rows - i : kRows,
+                                                   columns);
         }
     }
 
@@ -200,8 +223,14 @@ private:
                      unsigned int at, unsigned int width)
     {
         const T* const B = m.triangle + std::size_t(columnOf(from)) * m_width + at;
-        subtractTiles(m.S + slot + (from - m_first), m.sizes + from, to - from, m.sizes[r], B,
-                      m_width, rowOf(r) + at, width);
+        Tile<T> tile;
+        tile.S[0] = tile.S[1] = m.S + slot + (from - m_first);
+        tile.sizes = m.sizes + from;
+        tile.count = to - from;
+        tile.strideB = m_width;
+        tile.strideC = m_width;
+        T* const C = rowOf(r) + at;
+        subtractTiles<1>(tile, m.sizes[r], B, C, C, width);
     }
 
     /// L(r, c)ᵀ into the triangle from which later rows take their products.

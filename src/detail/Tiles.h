@@ -1,93 +1,113 @@
-// Tiles of C -= S·B, S as it lies in the blocks of a factor row, B dense with rows in the order of
-// the products.
+// Tiles of C -= S·B, S as it lies in the blocks of one factor row or of two that have the same
+// height, B dense with rows in the order of the products. Two low ones share B's loads, and keep
+// the adders busy: those take three or four cycles for a sum, a row of which may be one vector
+// alone.
 
 template <class T> struct Tile {
-    const T* const* S;         ///< blocks side by side, row-major without gaps
+    const T* const* S[2];      ///< per factor row: blocks side by side, row-major without gaps
     const unsigned int* sizes; ///< their columns
     unsigned int count;
     unsigned int row; ///< of S, that C starts at
     const T* B;       ///< a row for each column of S
     unsigned int strideB;
-    T* C;
+    T* C[2]; ///< per factor row
     unsigned int strideC;
 };
 
-/// Rows × Width sums, of at least one block. They stay in registers: loops are unrolled for
-/// certain, none of them is skipped, and nothing of the tile is read again behind a store.
-template <class T, int Rows, int Width> void subtractTile(const Tile<T>& tile)
+/// Rows × Width sums for each of some factor rows, of at least one block. They stay in registers:
+/// loops are unrolled for certain, none of them is skipped, and nothing of the tile is read again
+/// behind a store.
+template <class T, int Count, int Rows, int Width> void subtractTile(const Tile<T>& tile)
 {
-    T* const C = tile.C;
+    T* const C[2] = {tile.C[0], tile.C[1]};
     const std::size_t strideC = tile.strideC;
-    PaddedRow<T, Width> sums[Rows];
+    PaddedRow<T, Width> sums[Count][Rows];
+#pragma GCC unroll 2
+    for (unsigned int f = 0; f < Count; ++f)
 #pragma GCC unroll 8
-    for (std::size_t i = 0; i < Rows; ++i)
-        sums[i].load(C + i * strideC);
+        for (std::size_t i = 0; i < Rows; ++i)
+            sums[f][i].load(C[f] + i * strideC);
     const T* B = tile.B;
     const std::size_t strideB = tile.strideB;
     const unsigned int count = tile.count;
     unsigned int b = 0;
     do {
         const unsigned int s = tile.sizes[b];
-        const T* S = tile.S[b] + std::size_t(tile.row) * s;
-        for (unsigned int q = 0; q < s; ++q, ++S, B += strideB) {
+        const T* S[Count];
+#pragma GCC unroll 2
+        for (unsigned int f = 0; f < Count; ++f)
+            S[f] = tile.S[f][b] + std::size_t(tile.row) * s;
+        for (unsigned int q = 0; q < s; ++q, B += strideB) {
             PaddedRow<T, Width> part;
             part.load(B);
+#pragma GCC unroll 2
+            for (unsigned int f = 0; f < Count; ++f) {
 #pragma GCC unroll 8
-            for (unsigned int i = 0; i < Rows; ++i)
-                sums[i].subtract(part, S[i * s]);
+                for (unsigned int i = 0; i < Rows; ++i)
+                    sums[f][i].subtract(part, S[f][i * s]);
+                ++S[f];
+            }
         }
     } while (++b < count);
+#pragma GCC unroll 2
+    for (unsigned int f = 0; f < Count; ++f)
 #pragma GCC unroll 8
-    for (std::size_t i = 0; i < Rows; ++i)
-        sums[i].store(C + i * strideC);
+        for (std::size_t i = 0; i < Rows; ++i)
+            sums[f][i].store(C[f] + i * strideC);
 }
 
-/// As many tiles of Width columns as there are.
-template <class T, int Rows, unsigned int Width>
+/// As many tiles of Width columns as there are. The tile moves along: it is not copied, for a load
+/// of several members at once would wait for the stores of single ones.
+template <class T, int Count, int Rows, unsigned int Width>
 inline void subtractWideTiles(Tile<T>& tile, unsigned int& columns)
 {
-    for (; columns >= Width; columns -= Width, tile.B += Width, tile.C += Width)
-        subtractTile<T, Rows, int(Width)>(tile);
+    for (; columns >= Width; columns -= Width) {
+        subtractTile<T, Count, Rows, int(Width)>(tile);
+        tile.B += Width;
+        tile.C[0] += Width;
+        tile.C[1] += Width;
+    }
 }
 
-template <class T, int Rows> void subtractTileColumns(Tile<T> tile, unsigned int columns)
+template <class T, int Count, int Rows>
+void subtractTileColumns(Tile<T>& tile, unsigned int columns)
 {
     constexpr unsigned int kWide = 64 / sizeof(T);
-    if constexpr (2 * Rows <= kTileRows)
-        subtractWideTiles<T, Rows, 2 * kWide>(tile, columns);
-    subtractWideTiles<T, Rows, kWide>(tile, columns);
+    if constexpr (2 * Count * Rows <= kTileRows)
+        subtractWideTiles<T, Count, Rows, 2 * kWide>(tile, columns);
+    subtractWideTiles<T, Count, Rows, kWide>(tile, columns);
     if constexpr (kWide > 8)
-        subtractWideTiles<T, Rows, 8>(tile, columns);
+        subtractWideTiles<T, Count, Rows, 8>(tile, columns);
     switch (columns) {
     case 1:
-        return subtractTile<T, Rows, 1>(tile);
+        return subtractTile<T, Count, Rows, 1>(tile);
     case 2:
-        return subtractTile<T, Rows, 2>(tile);
+        return subtractTile<T, Count, Rows, 2>(tile);
     case 3:
-        return subtractTile<T, Rows, 3>(tile);
+        return subtractTile<T, Count, Rows, 3>(tile);
     case 4:
-        return subtractTile<T, Rows, 4>(tile);
+        return subtractTile<T, Count, Rows, 4>(tile);
     case 5:
-        return subtractTile<T, Rows, 5>(tile);
+        return subtractTile<T, Count, Rows, 5>(tile);
     case 6:
-        return subtractTile<T, Rows, 6>(tile);
+        return subtractTile<T, Count, Rows, 6>(tile);
     case 7:
-        return subtractTile<T, Rows, 7>(tile);
+        return subtractTile<T, Count, Rows, 7>(tile);
     default:
         return;
     }
 }
 
 /// A tile of `rows` rows, 1 to Most.
-template <class T, int Most>
-inline void subtractTileRows(const Tile<T>& tile, unsigned int rows, unsigned int columns)
+template <class T, int Count, int Most>
+inline void subtractTileRows(Tile<T>& tile, unsigned int rows, unsigned int columns)
 {
     if constexpr (Most == 1) {
-        subtractTileColumns<T, 1>(tile, columns);
+        subtractTileColumns<T, Count, 1>(tile, columns);
     } else {
         if (rows == Most)
-            subtractTileColumns<T, Most>(tile, columns);
+            subtractTileColumns<T, Count, Most>(tile, columns);
         else
-            subtractTileRows<T, Most - 1>(tile, rows, columns);
+            subtractTileRows<T, Count, Most - 1>(tile, rows, columns);
     }
 }

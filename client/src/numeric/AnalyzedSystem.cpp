@@ -31,8 +31,8 @@ constexpr std::uint64_t kLeastWork = 1500000;
 /// to 0.7 on heaps, nets, lattices and pose graphs.
 constexpr double kSerialShare = 0.5;
 
-/// Up to this size blocks are factored in panels that are small beside the factors.
-constexpr unsigned int kSmallBlock = 8;
+/// The scalar columns of a panel of several columns of blocks, at the most.
+constexpr std::uint64_t kPanelWidth = 96;
 
 /// To wake sleeping workers and to be woken by them.
 constexpr double kForkAndJoin = 180000;
@@ -219,12 +219,11 @@ std::uint64_t AnalyzedSystem<T>::countBytes(const BlockMatrix<T>& A,
            m_schedule.bytes();
 }
 
-/// Scalars of the largest column of blocks, which large blocks are factored in; those of small ones
-/// are few beside the factors.
+/// Scalars of the largest panel, about: a column of blocks, or half of the most that several with
+/// the same rows can be, which are no wider together than they are high. Often they are narrower,
+/// and where the factorization goes by rows there are none.
 template <class T> std::uint64_t AnalyzedSystem<T>::largestPanel() const
 {
-    if (largestBlock <= kSmallBlock)
-        return 0;
     const SparseMatrix<T>& A = data.matrix;
     std::vector<std::uint64_t> heights(A.numBlockRows, 0);
     for (unsigned int r = 0; r < A.numBlockRows; ++r)
@@ -232,7 +231,8 @@ template <class T> std::uint64_t AnalyzedSystem<T>::largestPanel() const
             heights[data.factorColumns[e]] += A.blockSizes[r];
     std::uint64_t largest = 0;
     for (unsigned int c = 0; c < A.numBlockRows; ++c)
-        largest = std::max(largest, heights[c] * A.blockSizes[c]);
+        largest = std::max({largest, heights[c] * A.blockSizes[c],
+                            heights[c] * std::min(heights[c], kPanelWidth) / 2});
     return largest;
 }
 
