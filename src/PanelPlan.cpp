@@ -7,10 +7,6 @@ namespace detail {
 
 namespace {
 
-/// Scalar columns of a panel of several blocks. Wider ones move less data per product, until a
-/// panel of a large system no longer fits into the cache of a core.
-constexpr unsigned int kPanelWidth = 96;
-
 /// The factorization keeps 8 rows of a block in lanes.
 constexpr std::size_t kLanes = 8;
 
@@ -20,9 +16,9 @@ template <class T>
 void PanelPlan<T>::make(const std::vector<unsigned int>& sizes,
                         const std::vector<unsigned int>& offsets,
                         const std::vector<unsigned int>& columnStart,
-                        const std::vector<ColumnEntry>& columnEntries)
+                        const std::vector<ColumnEntry>& columnEntries, unsigned int panelWidth)
 {
-    findPanels(sizes, columnStart, columnEntries);
+    findPanels(sizes, columnStart, columnEntries, panelWidth);
     findSources(columnStart, columnEntries);
     makeRoom(sizes, offsets, columnStart, columnEntries);
 }
@@ -31,7 +27,8 @@ void PanelPlan<T>::make(const std::vector<unsigned int>& sizes,
 template <class T>
 void PanelPlan<T>::findPanels(const std::vector<unsigned int>& sizes,
                               const std::vector<unsigned int>& columnStart,
-                              const std::vector<ColumnEntry>& columnEntries)
+                              const std::vector<ColumnEntry>& columnEntries,
+                              unsigned int panelWidth)
 {
     const auto n = static_cast<unsigned int>(sizes.size());
     const auto countOf = [&](unsigned int c) { return columnStart[c + 1] - columnStart[c]; };
@@ -41,7 +38,7 @@ void PanelPlan<T>::findPanels(const std::vector<unsigned int>& sizes,
     for (unsigned int c = 0; c < n; ++c) {
         const bool joins = c > 0 && countOf(c - 1) == countOf(c) + 1 &&
                            columnEntries[columnStart[c - 1]].row == c &&
-                           width + sizes[c] <= kPanelWidth;
+                           width + sizes[c] <= panelWidth;
         if (!joins) {
             m_panelStart.push_back(c);
             width = 0;

@@ -20,7 +20,8 @@ enum class FactorPath {
 enum class FactorSchedule {
     Automatic, ///< what is faster for the pattern
     Rows,      ///< row by row, where blocks are small enough for it
-    Panels     ///< panel by panel
+    Panels,    ///< panel by panel
+    WidePanels ///< by panels of the width that is meant for large factors
 };
 
 /// The fastest that the processor can run; found once.

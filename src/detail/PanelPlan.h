@@ -17,9 +17,10 @@ template <class T> class PanelPlan {
 public:
     /// @param offsets        per block: its first scalar
     /// @param columnStart    per block column: its entries, rows ascending
+    /// @param panelWidth     scalar columns of a panel of several blocks, at the most
     void make(const std::vector<unsigned int>& sizes, const std::vector<unsigned int>& offsets,
               const std::vector<unsigned int>& columnStart,
-              const std::vector<ColumnEntry>& columnEntries);
+              const std::vector<ColumnEntry>& columnEntries, unsigned int panelWidth);
 
     /// Makes arrays for that many threads.
     void makeRoomFor(unsigned int threads);
@@ -33,7 +34,7 @@ public:
 private:
     void findPanels(const std::vector<unsigned int>& sizes,
                     const std::vector<unsigned int>& columnStart,
-                    const std::vector<ColumnEntry>& columnEntries);
+                    const std::vector<ColumnEntry>& columnEntries, unsigned int panelWidth);
     void findSources(const std::vector<unsigned int>& columnStart,
                      const std::vector<ColumnEntry>& columnEntries);
     void makeRoom(const std::vector<unsigned int>& sizes, const std::vector<unsigned int>& offsets,

@@ -36,7 +36,8 @@ protected:
                 continue;
             setFactorPath(path);
             for (const FactorSchedule schedule :
-                 {FactorSchedule::Rows, FactorSchedule::Panels, FactorSchedule::Automatic}) {
+                 {FactorSchedule::Rows, FactorSchedule::Panels, FactorSchedule::WidePanels,
+                  FactorSchedule::Automatic}) {
                 SCOPED_TRACE(int(schedule));
                 setFactorSchedule(schedule);
                 f();
