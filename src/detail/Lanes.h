@@ -103,33 +103,43 @@ template <class T, int Lanes> struct Vector<T, Lanes, false> {
     using type = SeveralVectors<T, Lanes>;
 };
 
-/// Numbers to tell lanes by.
-template <class T> struct LaneNumbers {
-    static constexpr T values[] = {0, 1, 2, 3, 4, 5, 6, 7};
+/// The bits of a scalar: none eight times, then eight times all but its sign.
+template <int Bytes> struct ScalarBits;
+template <> struct ScalarBits<4> {
+    using type = int;
+    static constexpr type kAll = 0x7fffffff;
+    static constexpr type masks[16] = {0,    0,    0,    0,    0,    0,    0,    0,
+                                       kAll, kAll, kAll, kAll, kAll, kAll, kAll, kAll};
+};
+template <> struct ScalarBits<8> {
+    using type = long long;
+    static constexpr type kAll = 0x7fffffffffffffff;
+    static constexpr type masks[16] = {0,    0,    0,    0,    0,    0,    0,    0,
+                                       kAll, kAll, kAll, kAll, kAll, kAll, kAll, kAll};
 };
 
-/// |v| in the lanes whose numbers are beyond `last`, zero in the others.
-template <class V, class T> inline V magnitudesBeyond(T last, const V& v, const T* numbers)
+/// The magnitudes of lanes where a mask, one bit pattern per lane, has all bits; zero elsewhere.
+/// Masks come from memory: GCC 12 fails on comparisons of vectors in some builds.
+template <class V, class Bits> inline V maskedMagnitudes(const V& v, const Bits* masks)
 {
-    using Bits = decltype(v < v);
-    const Bits sign = reinterpret_cast<Bits>(-V{});
-    return reinterpret_cast<V>(reinterpret_cast<Bits>(v) & ~sign & (loadVector<V>(numbers) > last));
+    using BitVector = typename NativeVector<Bits, int(sizeof(V))>::type;
+    return reinterpret_cast<V>(reinterpret_cast<BitVector>(v) & loadVector<BitVector>(masks));
 }
 
-template <class T, int Lanes>
-inline SeveralVectors<T, Lanes> magnitudesBeyond(T last, const SeveralVectors<T, Lanes>& v,
-                                                 const T* numbers)
+template <class T, int Lanes, class Bits>
+inline SeveralVectors<T, Lanes> maskedMagnitudes(const SeveralVectors<T, Lanes>& v,
+                                                 const Bits* masks)
 {
     SeveralVectors<T, Lanes> result;
     for (int p = 0; p < v.kParts; ++p)
-        result.parts[p] = magnitudesBeyond(last, v.parts[p], numbers + p * v.kPart);
+        result.parts[p] = maskedMagnitudes(v.parts[p], masks + p * v.kPart);
     return result;
 }
 
-/// The same for vectors whose lanes count from zero; all lanes are beyond -1.
+/// |v| in the lanes beyond `last`, zero in the others; all lanes are beyond -1.
 template <class T, class V> inline V magnitudesBeyond(int last, const V& v)
 {
-    return magnitudesBeyond(T(last), v, LaneNumbers<T>::values);
+    return maskedMagnitudes(v, ScalarBits<sizeof(T)>::masks + (7 - last));
 }
 
 /// A row of Width scalars as long vectors, then one each of 4 and of 2 lanes and a scalar, as far
