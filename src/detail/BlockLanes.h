@@ -101,6 +101,23 @@ inline void factorColumns(V (&columns)[N], const DiagonalBlock<T>& block, V* sca
     }
 }
 
+/// x = C·F⁻ᵀ·D⁻¹ and scaled = x·D for the columns of a block, C in x, a lane for each row. Size is
+/// the number of columns where the compiler is to know it, else 0.
+///
+/// @param w  reciprocals of d
+template <int Size, class T, class V>
+inline void finishLanes(V* x, V* scaled, unsigned int size, const T* F, const T* d, const T* w)
+{
+    const unsigned int s = Size > 0 ? Size : size;
+    for (unsigned int q = 1; q < s; ++q)
+        for (unsigned int t = 0; t < q; ++t)
+            x[q] -= F[q * s + t] * x[t];
+    for (unsigned int q = 0; q < s; ++q) {
+        x[q] = x[q] * w[q];
+        scaled[q] = x[q] * d[q];
+    }
+}
+
 constexpr unsigned int kFinishLanes = 8;
 
 /// Some rows of a block of the panel at hand, and where L and L·D go.
@@ -146,18 +163,12 @@ inline void finishSomeRows(const FinishedBlock<T>& block, unsigned int rows, T* 
 /// The same for numbers of rows and columns that the compiler knows, all in registers.
 template <class T, int Rows, int Size> inline void finishBlockOfSize(const FinishedBlock<T>& block)
 {
-    using V = typename Vector<T, (Rows <= 4 ? 4 : 8)>::type;
+    using V = typename Vector<T, kLanesFor<Rows>>::type;
     V x[Size];
     for (unsigned int q = 0; q < Size; ++q)
         x[q] = loadColumn<V, Rows>(block.C + q, block.stride);
-    for (unsigned int q = 1; q < Size; ++q)
-        for (unsigned int t = 0; t < q; ++t)
-            x[q] -= block.F[q * Size + t] * x[t];
     V scaled[Size];
-    for (unsigned int q = 0; q < Size; ++q) {
-        x[q] = x[q] * block.w[q];
-        scaled[q] = x[q] * block.d[q];
-    }
+    finishLanes<Size>(x, scaled, Size, block.F, block.d, block.w);
     storeColumns<Rows, Size>(x, block.L);
     storeColumns<Rows, Size>(scaled, block.S);
 }

@@ -291,7 +291,7 @@ private:
     /// @param D  column t in row t
     template <int N> void factorDiagonalOfSize(const T* D, const DiagonalBlock<T>& block) const
     {
-        using V = typename Vector<T, (N <= 4 ? 4 : 8)>::type;
+        using V = typename Vector<T, kLanesFor<N>>::type;
         V columns[N];
         for (unsigned int t = 0; t < N; ++t)
             columns[t] = loadColumn<V, N>(D + std::size_t(t) * m_width, 1);

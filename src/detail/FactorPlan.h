@@ -4,6 +4,7 @@
 #include "FactorTasks.h"
 #include "PanelPlan.h"
 #include "WorkShares.h"
+#include "Workspace.h"
 
 #include <kyrOrvel/Orvel>
 

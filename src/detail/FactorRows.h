@@ -84,17 +84,9 @@ private:
         T* const work = m.work + m.workAt[k];
         for (unsigned int q = 0; q < s; ++q)
             x[q] = lanes(work, q);
-        const T* const F = m.L[m.rowStart[k + 1] - 1];
-        for (unsigned int q = 1; q < s; ++q)
-            for (unsigned int t = 0; t < q; ++t)
-                x[q] -= F[q * s + t] * x[t];
         V scaled[kRoom];
-        const T* const d = m.pivots + m.offsets[k];
-        const T* const w = m.reciprocals + m.offsets[k];
-        for (unsigned int q = 0; q < s; ++q) {
-            x[q] = x[q] * w[q];
-            scaled[q] = x[q] * d[q];
-        }
+        finishLanes<Size>(x, scaled, s, m.L[m.rowStart[k + 1] - 1], m.pivots + m.offsets[k],
+                          m.reciprocals + m.offsets[k]);
         for (unsigned int q = 0; m.pivotScales && q < s; ++q)
             m_scale += magnitudesBeyond<T>(-1, x[q] * scaled[q]);
         store<Size>(x, m.L[slot], s);
@@ -209,13 +201,13 @@ template <class T> void factorRows(const RowFactorization<T>& task)
         const unsigned int r = task.units[u];
         switch (task.sizes[r]) {
         case 3:
-            RowFactorizer<T, 4, 3>(task, r).run();
+            RowFactorizer<T, kLanesFor<3>, 3>(task, r).run();
             break;
         case 5:
-            RowFactorizer<T, 8, 5>(task, r).run();
+            RowFactorizer<T, kLanesFor<5>, 5>(task, r).run();
             break;
         case 6:
-            RowFactorizer<T, 8, 6>(task, r).run();
+            RowFactorizer<T, kLanesFor<6>, 6>(task, r).run();
             break;
         case 0:
         case 1:

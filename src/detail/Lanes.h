@@ -103,6 +103,9 @@ template <class T, int Lanes> struct Vector<T, Lanes, false> {
     using type = SeveralVectors<T, Lanes>;
 };
 
+/// Lanes for that many rows of a block.
+template <int Rows> constexpr int kLanesFor = Rows <= 4 ? 4 : 8;
+
 /// The bits of a scalar: none eight times, then eight times all but its sign.
 template <int Bytes> struct ScalarBits;
 template <> struct ScalarBits<4> {

@@ -1,10 +1,9 @@
 // The serial factorization on several threads: the same bits for any number of them.
 
-#include "detail/FactorPath.h"
-
 #include "support/BitSystems.h"
 #include "support/Bits.h"
 #include "support/FactorComparison.h"
+#include "support/FactorPaths.h"
 #include "support/Scalars.h"
 
 #include <kyrOrvel/Orvel>
@@ -23,8 +22,8 @@ using kyrOrvel::OrvelData;
 using kyrOrvel::client::BlockLDLT;
 using kyrOrvel::client::Factorization;
 using kyrOrvel::client::Scene;
-using kyrOrvel::detail::FactorPath;
-using kyrOrvel::detail::FactorSchedule;
+using support::FactorPath;
+using support::FactorSchedule;
 using support::Random;
 using support::System;
 
@@ -32,16 +31,8 @@ namespace {
 
 constexpr FactorSchedule kSchedules[] = {FactorSchedule::Rows, FactorSchedule::Panels};
 
-template <class T> class FactorParallel : public testing::Test {
+template <class T> class FactorParallel : public support::FactorPaths<T> {
 protected:
-    ~FactorParallel() override
-    {
-        for (const FactorPath path : {FactorPath::Baseline, FactorPath::Avx2, FactorPath::Avx512})
-            if (isAvailable(path))
-                setFactorPath(path);
-        setFactorSchedule(FactorSchedule::Automatic);
-    }
-
     /// Sparse patterns: several trees, and trees that branch.
     static System<T> system(Random& random, const support::Sizes& kinds)
     {
@@ -52,15 +43,7 @@ protected:
                 kinds[random.integer(0, static_cast<unsigned int>(kinds.size()) - 1)]);
         result.rows = support::randomRows(random, n, 2 * random.unit() / n);
         result.factorRows = support::eliminated(result.rows);
-        const bool nasty = random.chance(0.2);
-        for (unsigned int r = 0; r < n; ++r)
-            for (const unsigned int c : result.rows[r]) {
-                const std::size_t count = std::size_t(result.sizes[r]) * result.sizes[c];
-                std::vector<T>& block = result.blocks[{r, c}] =
-                    nasty ? random.nastyScalars<T>(count) : random.scalars<T>(count);
-                for (unsigned int i = 0; r == c && i < result.sizes[r]; ++i)
-                    block[i * (std::size_t(result.sizes[r]) + 1)] += T(4);
-            }
+        FactorParallel::setValues(random, 0.2, result);
         return result;
     }
 

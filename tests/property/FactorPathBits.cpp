@@ -1,10 +1,9 @@
 // Every way to run the serial factorization gives the bits of the plain one.
 
-#include "FactorPaths.h"
-
 #include "support/BitSystems.h"
 #include "support/Bits.h"
 #include "support/FactorComparison.h"
+#include "support/FactorPaths.h"
 #include "support/PlainFactorization.h"
 #include "support/Scalars.h"
 

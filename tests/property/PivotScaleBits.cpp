@@ -1,9 +1,8 @@
 // What the factorization by rows leaves for whoever judges the pivots.
 
-#include "FactorPaths.h"
-
 #include "support/BitSystems.h"
 #include "support/Bits.h"
+#include "support/FactorPaths.h"
 #include "support/Scalars.h"
 
 #include <kyrOrvel/Orvel>

@@ -31,7 +31,8 @@ constexpr std::uint64_t kLeastWork = 1500000;
 /// to 0.7 on heaps, nets, lattices and pose graphs.
 constexpr double kSerialShare = 0.5;
 
-/// The scalar columns of a panel of several columns of blocks, at the most.
+/// The scalar columns of a panel of several columns of blocks, at the most; beside large factors,
+/// which have wider ones, panels are nothing.
 constexpr std::uint64_t kPanelWidth = 96;
 
 /// To wake sleeping workers and to be woken by them.

@@ -182,6 +182,7 @@ template <class T> PivotFailure<T> BlockLDLT<T>::Impl::factorOnce()
         return pivotCheck.runBounded(d);
     const PivotFailure<T> failure = pivotCheck.run(d, order, firstTrailing, demands());
     d.pivotScales = nullptr; // who factors this data again may have other room for them, or none
+    d.hasPivotScales = 0;
     return failure;
 }
 

@@ -1,10 +1,10 @@
-#ifndef KYRORVEL_TESTS_PROPERTY_FACTOR_PATHS_H
-#define KYRORVEL_TESTS_PROPERTY_FACTOR_PATHS_H
+#ifndef KYRORVEL_TESTS_SUPPORT_FACTOR_PATHS_H
+#define KYRORVEL_TESTS_SUPPORT_FACTOR_PATHS_H
 
 #include "detail/FactorPath.h"
 
-#include "support/Random.h"
-#include "support/Systems.h"
+#include "Random.h"
+#include "Systems.h"
 
 #include <gtest/gtest.h>
 
@@ -62,17 +62,23 @@ protected:
                 kinds[random.integer(0, static_cast<unsigned int>(kinds.size()) - 1)]);
         result.rows = randomRows(random, n, 0.1 + 0.4 * random.unit());
         result.factorRows = eliminated(result.rows);
-        const bool nasty = random.chance(0.3);
-        for (unsigned int r = 0; r < n; ++r)
-            for (const unsigned int c : result.rows[r]) {
-                const std::size_t count = std::size_t(result.sizes[r]) * result.sizes[c];
-                std::vector<T>& block = result.blocks[{r, c}] =
-                    nasty ? random.nastyScalars<T>(count) : random.scalars<T>(count);
-                if (r == c)
-                    for (unsigned int i = 0; i < result.sizes[r]; ++i)
-                        block[i * (std::size_t(result.sizes[r]) + 1)] += T(4);
-            }
+        setValues(random, 0.3, result);
         return result;
+    }
+
+    /// Random values on a pattern, with diagonals that are likely to be large enough; with some
+    /// chance all of them may be hard.
+    static void setValues(Random& random, double nastyChance, System<T>& system)
+    {
+        const bool nasty = random.chance(nastyChance);
+        for (unsigned int r = 0; r < system.numRows(); ++r)
+            for (const unsigned int c : system.rows[r]) {
+                const std::size_t count = std::size_t(system.sizes[r]) * system.sizes[c];
+                std::vector<T>& block = system.blocks[{r, c}] =
+                    nasty ? random.nastyScalars<T>(count) : random.scalars<T>(count);
+                for (unsigned int i = 0; r == c && i < system.sizes[r]; ++i)
+                    block[i * (std::size_t(system.sizes[r]) + 1)] += T(4);
+            }
     }
 };
 
