@@ -15,7 +15,7 @@ template <class T> struct DiagonalBlock {
 };
 
 template <class T, class Task>
-inline DiagonalBlock<T> diagonalBlock(const Task& task, unsigned int r)
+[[gnu::always_inline]] inline DiagonalBlock<T> diagonalBlock(const Task& task, unsigned int r)
 {
     const unsigned int slot = task.rowStart[r + 1] - 1;
     const unsigned int at = task.offsets[r];
@@ -67,9 +67,10 @@ inline void factorDiagonal(T* work, unsigned int n, const DiagonalBlock<T>& bloc
 /// As factorDiagonal, for a size that the compiler knows, the columns in registers; they are
 /// destroyed.
 ///
-/// @param scale  not null: row i receives |L(i, q)²·d(q)| for all q < i besides
+/// @return scale, if withScale, with |L(i, q)²·d(q)| for all q < i added to row i
 template <class T, int N, class V>
-inline void factorColumns(V (&columns)[N], const DiagonalBlock<T>& block, V* scale)
+[[gnu::always_inline]] inline V factorColumns(V (&columns)[N], const DiagonalBlock<T>& block,
+                                              bool withScale, V scale)
 {
     T* const B = block.L;
     T* const S = block.S;
@@ -83,8 +84,8 @@ inline void factorColumns(V (&columns)[N], const DiagonalBlock<T>& block, V* sca
 #pragma GCC unroll 8
         for (unsigned int j = t + 1; j < N; ++j)
             columns[j] -= scaled[t] * x[j];
-        if (scale)
-            *scale += magnitudesBeyond<T>(int(t), x * scaled[t]);
+        if (withScale)
+            scale += magnitudesBeyond<T>(int(t), x * scaled[t]);
         columns[t] = x;
         d[t] = pivot;
         block.w[t] = T(1) / pivot;
@@ -99,6 +100,7 @@ inline void factorColumns(V (&columns)[N], const DiagonalBlock<T>& block, V* sca
             S[i * N + j] = T(0) * d[j]; // as below: not always zero
         }
     }
+    return scale;
 }
 
 /// x = C·F⁻ᵀ·D⁻¹ and scaled = x·D for the columns of a block, C in x, a lane for each row. Size is
@@ -106,7 +108,8 @@ inline void factorColumns(V (&columns)[N], const DiagonalBlock<T>& block, V* sca
 ///
 /// @param w  reciprocals of d
 template <int Size, class T, class V>
-inline void finishLanes(V* x, V* scaled, unsigned int size, const T* F, const T* d, const T* w)
+[[gnu::always_inline]] inline void finishLanes(V* x, V* scaled, unsigned int size, const T* F,
+                                               const T* d, const T* w)
 {
     const unsigned int s = Size > 0 ? Size : size;
     for (unsigned int q = 1; q < s; ++q)

@@ -293,9 +293,10 @@ private:
     {
         using V = typename Vector<T, kLanesFor<N>>::type;
         V columns[N];
+#pragma GCC unroll 8
         for (unsigned int t = 0; t < N; ++t)
             columns[t] = loadColumn<V, N>(D + std::size_t(t) * m_width, 1);
-        factorColumns<T>(columns, block, static_cast<V*>(nullptr));
+        factorColumns<T>(columns, block, false, V{});
     }
 
     const PanelFactorization<T>& m;

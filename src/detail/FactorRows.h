@@ -40,14 +40,17 @@ public:
 
 private:
     unsigned int rows() const { return Rows > 0 ? Rows : m_anySize; }
-    static V lanes(const T* block, unsigned int q) { return loadVector<V>(block + q * Lanes); }
-    static void setLanes(T* block, unsigned int q, const V& v)
+    [[gnu::always_inline]] static V lanes(const T* block, unsigned int q)
+    {
+        return loadVector<V>(block + q * Lanes);
+    }
+    [[gnu::always_inline]] static void setLanes(T* block, unsigned int q, const V& v)
     {
         storeVector(block + q * Lanes, v);
     }
 
     /// The input's row, transposed; fill-in zero.
-    void load()
+    [[gnu::always_inline]] void load()
     {
         T* to = m.work;
         for (unsigned int slot = m.rowStart[m_r]; slot <= m_diagonal; ++slot) {
@@ -75,7 +78,7 @@ private:
 
     /// L(r, k) and S(r, k) from what is left of A(r, k), and what they take from the blocks to
     /// their right. Size is that of k where the compiler is to know it, else 0.
-    template <int Size> void finish(unsigned int slot, unsigned int size)
+    template <int Size> [[gnu::always_inline]] void finish(unsigned int slot, unsigned int size)
     {
         const unsigned int s = Size > 0 ? Size : size;
         constexpr int kRoom = Size > 0 ? Size : int(kMaxRowBlock);
@@ -95,7 +98,8 @@ private:
         update<Size>(scaled, k, s);
     }
 
-    template <int Size> void store(const V* x, T* block, unsigned int size) const
+    template <int Size>
+    [[gnu::always_inline]] void store(const V* x, T* block, unsigned int size) const
     {
         if constexpr (Rows > 0 && Size > 0)
             storeColumns<Rows, Size>(x, block);
@@ -106,7 +110,8 @@ private:
     }
 
     /// A(r, r) -= L(r, k)·S(r, k)ᵀ
-    template <int Size> void updateDiagonal(const V* x, const T* scaled, unsigned int size) const
+    template <int Size>
+    [[gnu::always_inline]] void updateDiagonal(const V* x, const T* scaled, unsigned int size) const
     {
         const unsigned int s = Size > 0 ? Size : size;
         T* const work = m.work + m.workAt[m_r];
@@ -118,15 +123,16 @@ private:
         }
     }
 
-    void finishDiagonal()
+    [[gnu::always_inline]] void finishDiagonal()
     {
         T* const work = m.work + m.workAt[m_r];
         const DiagonalBlock<T> block = diagonalBlock<T>(m, m_r);
         if constexpr (Rows > 0) {
             V columns[Rows];
+#pragma GCC unroll 8
             for (unsigned int t = 0; t < Rows; ++t)
                 columns[t] = lanes(work, t);
-            factorColumns<T>(columns, block, m.pivotScales ? &m_scale : nullptr);
+            m_scale = factorColumns<T>(columns, block, m.pivotScales != nullptr, m_scale);
         } else {
             factorDiagonal<T, Lanes>(work, m_anySize, block);
         }
@@ -135,7 +141,7 @@ private:
     }
 
     /// |A(i, i)| of the row's scalar rows.
-    void beginScales()
+    [[gnu::always_inline]] void beginScales()
     {
         const T* const A = m.input[m_diagonal];
         if constexpr (Rows > 0) {
@@ -165,7 +171,8 @@ private:
     }
 
     /// A(r, c) -= S(r, k)·L(c, k)ᵀ for all rows c between k and r that have column k.
-    template <int Size> void update(const V* scaled, unsigned int k, unsigned int size) const
+    template <int Size>
+    [[gnu::always_inline]] void update(const V* scaled, unsigned int k, unsigned int size) const
     {
         const unsigned int s = Size > 0 ? Size : size;
         // Copies, as any store of a vector might change the task for all that the compiler knows.

@@ -13,21 +13,27 @@ template <class T, int Bytes> struct NativeVector {
 
 /// How a vector is loaded and stored, at any scalar.
 template <class V> struct Memory {
-    template <class T> static V load(const T* from)
+    template <class T> [[gnu::always_inline]] static V load(const T* from)
     {
         V v;
         __builtin_memcpy(&v, from, sizeof v);
         return v;
     }
-    template <class T> static void store(T* to, const V& v) { __builtin_memcpy(to, &v, sizeof v); }
+    template <class T> [[gnu::always_inline]] static void store(T* to, const V& v)
+    {
+        __builtin_memcpy(to, &v, sizeof v);
+    }
 };
 
-template <class V, class T> inline V loadVector(const T* from)
+// Steps on vectors are inlined whatever the compiler makes of their number: one that is called
+// hands its vectors over by way of memory, and each load waits for the store.
+
+template <class V, class T> [[gnu::always_inline]] inline V loadVector(const T* from)
 {
     return Memory<V>::load(from);
 }
 
-template <class V, class T> inline void storeVector(T* to, const V& v)
+template <class V, class T> [[gnu::always_inline]] inline void storeVector(T* to, const V& v)
 {
     Memory<V>::store(to, v);
 }
@@ -41,36 +47,43 @@ template <class T, int Lanes> struct SeveralVectors {
 
     Part parts[kParts];
 
-    T operator[](unsigned int i) const { return parts[i / kPart][i % kPart]; }
+    [[gnu::always_inline]] T operator[](unsigned int i) const
+    {
+        return parts[i / kPart][i % kPart];
+    }
 
-    SeveralVectors& operator+=(const SeveralVectors& other)
+    [[gnu::always_inline]] SeveralVectors& operator+=(const SeveralVectors& other)
     {
         for (int p = 0; p < kParts; ++p)
             parts[p] += other.parts[p];
         return *this;
     }
-    SeveralVectors& operator-=(const SeveralVectors& other)
+    [[gnu::always_inline]] SeveralVectors& operator-=(const SeveralVectors& other)
     {
         for (int p = 0; p < kParts; ++p)
             parts[p] -= other.parts[p];
         return *this;
     }
-    friend SeveralVectors operator*(const SeveralVectors& a, const SeveralVectors& b)
+    [[gnu::always_inline]] friend SeveralVectors operator*(const SeveralVectors& a,
+                                                           const SeveralVectors& b)
     {
         SeveralVectors result;
         for (int p = 0; p < kParts; ++p)
             result.parts[p] = a.parts[p] * b.parts[p];
         return result;
     }
-    friend SeveralVectors operator*(const SeveralVectors& a, T factor)
+    [[gnu::always_inline]] friend SeveralVectors operator*(const SeveralVectors& a, T factor)
     {
         SeveralVectors result;
         for (int p = 0; p < kParts; ++p)
             result.parts[p] = a.parts[p] * factor;
         return result;
     }
-    friend SeveralVectors operator*(T factor, const SeveralVectors& a) { return a * factor; }
-    friend SeveralVectors operator/(const SeveralVectors& a, T divisor)
+    [[gnu::always_inline]] friend SeveralVectors operator*(T factor, const SeveralVectors& a)
+    {
+        return a * factor;
+    }
+    [[gnu::always_inline]] friend SeveralVectors operator/(const SeveralVectors& a, T divisor)
     {
         SeveralVectors result;
         for (int p = 0; p < kParts; ++p)
@@ -82,14 +95,14 @@ template <class T, int Lanes> struct SeveralVectors {
 template <class T, int Lanes> struct Memory<SeveralVectors<T, Lanes>> {
     using V = SeveralVectors<T, Lanes>;
 
-    static V load(const T* from)
+    [[gnu::always_inline]] static V load(const T* from)
     {
         V v;
         for (int p = 0; p < V::kParts; ++p)
             v.parts[p] = loadVector<typename V::Part>(from + p * V::kPart);
         return v;
     }
-    static void store(T* to, const V& v)
+    [[gnu::always_inline]] static void store(T* to, const V& v)
     {
         for (int p = 0; p < V::kParts; ++p)
             storeVector(to + p * V::kPart, v.parts[p]);
@@ -123,15 +136,16 @@ template <> struct ScalarBits<8> {
 
 /// The magnitudes of lanes where a mask, one bit pattern per lane, has all bits; zero elsewhere.
 /// Masks come from memory: GCC 12 fails on comparisons of vectors in some builds.
-template <class V, class Bits> inline V maskedMagnitudes(const V& v, const Bits* masks)
+template <class V, class Bits>
+[[gnu::always_inline]] inline V maskedMagnitudes(const V& v, const Bits* masks)
 {
     using BitVector = typename NativeVector<Bits, int(sizeof(V))>::type;
     return reinterpret_cast<V>(reinterpret_cast<BitVector>(v) & loadVector<BitVector>(masks));
 }
 
 template <class T, int Lanes, class Bits>
-inline SeveralVectors<T, Lanes> maskedMagnitudes(const SeveralVectors<T, Lanes>& v,
-                                                 const Bits* masks)
+[[gnu::always_inline]] inline SeveralVectors<T, Lanes>
+maskedMagnitudes(const SeveralVectors<T, Lanes>& v, const Bits* masks)
 {
     SeveralVectors<T, Lanes> result;
     for (int p = 0; p < v.kParts; ++p)
@@ -140,7 +154,7 @@ inline SeveralVectors<T, Lanes> maskedMagnitudes(const SeveralVectors<T, Lanes>&
 }
 
 /// |v| in the lanes beyond `last`, zero in the others; all lanes are beyond -1.
-template <class T, class V> inline V magnitudesBeyond(int last, const V& v)
+template <class T, class V> [[gnu::always_inline]] inline V magnitudesBeyond(int last, const V& v)
 {
     return maskedMagnitudes(v, ScalarBits<sizeof(T)>::masks + (7 - last));
 }
@@ -165,7 +179,7 @@ template <class T, int Width> struct RowPart {
     V2 two;
     T one;
 
-    void load(const T* from)
+    [[gnu::always_inline]] void load(const T* from)
     {
         for (int f = 0; f < kLong; ++f)
             longs[f] = loadVector<VLong>(from + kLanes * f);
@@ -177,7 +191,7 @@ template <class T, int Width> struct RowPart {
             one = from[kOneAt];
     }
 
-    void store(T* to) const
+    [[gnu::always_inline]] void store(T* to) const
     {
         for (int f = 0; f < kLong; ++f)
             storeVector(to + kLanes * f, longs[f]);
@@ -189,7 +203,7 @@ template <class T, int Width> struct RowPart {
             to[kOneAt] = one;
     }
 
-    void subtract(const RowPart& row, T factor)
+    [[gnu::always_inline]] void subtract(const RowPart& row, T factor)
     {
         for (int f = 0; f < kLong; ++f)
             longs[f] -= row.longs[f] * factor;
@@ -217,14 +231,14 @@ template <class T, int Width> struct PaddedRow {
 
     V vectors[kVectors];
 
-    void load(const T* from)
+    [[gnu::always_inline]] void load(const T* from)
     {
 #pragma GCC unroll 8
         for (int f = 0; f < kVectors; ++f)
             vectors[f] = loadVector<V>(from + kLanes * f);
     }
 
-    void store(T* to) const
+    [[gnu::always_inline]] void store(T* to) const
     {
 #pragma GCC unroll 8
         for (int f = 0; f < kFull; ++f)
@@ -234,7 +248,7 @@ template <class T, int Width> struct PaddedRow {
             to[kLanes * kFull + i] = vectors[kVectors - 1][i];
     }
 
-    void subtract(const PaddedRow& row, T factor)
+    [[gnu::always_inline]] void subtract(const PaddedRow& row, T factor)
     {
 #pragma GCC unroll 8
         for (int f = 0; f < kVectors; ++f)

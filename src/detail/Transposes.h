@@ -15,7 +15,8 @@ constexpr bool kHasShuffles = false;
 #endif
 
 /// Row I of a column, or zero beyond its M rows.
-template <int M, int I, class T> inline T rowOrZero(const T* column, unsigned int stride)
+template <int M, int I, class T>
+[[gnu::always_inline]] inline T rowOrZero(const T* column, unsigned int stride)
 {
     return I < M ? column[static_cast<unsigned int>(I) * stride] : T(0);
 }
@@ -25,7 +26,8 @@ template <class V> struct ColumnLanes {
     static constexpr int kLanes = int(sizeof(V) / sizeof(V{}[0]));
     static_assert(kLanes == 2 || kLanes == 4 || kLanes == 8, "no such vectors are used");
 
-    template <int M, int At, class T> static V load(const T* c, unsigned int stride)
+    template <int M, int At, class T>
+    [[gnu::always_inline]] static V load(const T* c, unsigned int stride)
     {
         if constexpr (kLanes == 2)
             return V{rowOrZero<M, At>(c, stride), rowOrZero<M, At + 1>(c, stride)};
@@ -41,7 +43,7 @@ template <class V> struct ColumnLanes {
 
     /// Two columns that are neighbours in a block.
     template <int M, int At, class T>
-    static void storePair(const V& a, const V& b, T* to, unsigned int stride)
+    [[gnu::always_inline]] static void storePair(const V& a, const V& b, T* to, unsigned int stride)
     {
         if constexpr (kLanes == 2)
             storeRows<M, At>(__builtin_shufflevector(a, b, 0, 2),
@@ -57,7 +59,8 @@ template <class V> struct ColumnLanes {
 private:
     /// The pairs of even and of odd rows, from I on.
     template <int M, int At, int I = 0, class T>
-    static void storeRows(const V& even, const V& odd, T* to, unsigned int stride)
+    [[gnu::always_inline]] static void storeRows(const V& even, const V& odd, T* to,
+                                                 unsigned int stride)
     {
         if constexpr (At + I < M)
             storeVector(to + unsigned(At + I) * stride,
@@ -74,7 +77,8 @@ template <class T, int Lanes> struct ColumnLanes<SeveralVectors<T, Lanes>> {
     using V = SeveralVectors<T, Lanes>;
     using Part = ColumnLanes<typename V::Part>;
 
-    template <int M, int P> static V load(const T* column, unsigned int stride)
+    template <int M, int P>
+    [[gnu::always_inline]] static V load(const T* column, unsigned int stride)
     {
         V v;
         loadParts<M, P>(v, column, stride);
@@ -82,7 +86,7 @@ template <class T, int Lanes> struct ColumnLanes<SeveralVectors<T, Lanes>> {
     }
 
     template <int M, int P>
-    static void storePair(const V& a, const V& b, T* to, unsigned int stride)
+    [[gnu::always_inline]] static void storePair(const V& a, const V& b, T* to, unsigned int stride)
     {
         Part::template storePair<M, P * V::kPart>(a.parts[P], b.parts[P], to, stride);
         if constexpr (P + 1 < V::kParts)
@@ -90,7 +94,8 @@ template <class T, int Lanes> struct ColumnLanes<SeveralVectors<T, Lanes>> {
     }
 
 private:
-    template <int M, int P> static void loadParts(V& v, const T* column, unsigned int stride)
+    template <int M, int P>
+    [[gnu::always_inline]] static void loadParts(V& v, const T* column, unsigned int stride)
     {
         v.parts[P] = Part::template load<M, P * V::kPart>(column, stride);
         if constexpr (P + 1 < V::kParts)
@@ -99,13 +104,15 @@ private:
 };
 
 /// A column of M rows, `stride` apart; lanes beyond them are zero.
-template <class V, int M, class T> inline V loadColumn(const T* column, unsigned int stride)
+template <class V, int M, class T>
+[[gnu::always_inline]] inline V loadColumn(const T* column, unsigned int stride)
 {
     return ColumnLanes<V>::template load<M, 0>(column, stride);
 }
 
 /// An M × N block from its columns.
-template <int M, int N, class V, class T> inline void storeColumns(const V* columns, T* block)
+template <int M, int N, class V, class T>
+[[gnu::always_inline]] inline void storeColumns(const V* columns, T* block)
 {
     constexpr unsigned int kPaired = kHasShuffles ? N / 2 * 2 : 0;
     if constexpr (kHasShuffles) {
