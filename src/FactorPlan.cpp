@@ -4,6 +4,7 @@
 #include "detail/FactorStorage.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <numeric>
 
 namespace kyrOrvel {
@@ -44,7 +45,7 @@ template <class T> bool FactorPlan<T>::prepare(const OrvelData<T>& data)
         m_usable = takePattern(data);
         m_known = true;
     }
-    return m_usable && takeInput(data);
+    return m_usable && takeInput(data.matrix);
 }
 
 template <class T> bool FactorPlan<T>::isSamePattern(const OrvelData<T>& data) const
@@ -69,7 +70,7 @@ template <class T> bool FactorPlan<T>::takePattern(const OrvelData<T>& data)
         m_rowStart[n] != m_columns.size())
         return false;
     m_largest = *std::max_element(m_sizes.begin(), m_sizes.end());
-    m_valueAt.resize(m_columns.size());
+    m_bytesAt.resize(m_columns.size());
     m_numValues = 0;
     m_longest = 0;
     for (unsigned int r = 0; r < n; ++r) {
@@ -79,7 +80,7 @@ template <class T> bool FactorPlan<T>::takePattern(const OrvelData<T>& data)
         for (unsigned int slot = m_rowStart[r]; slot < m_rowStart[r + 1]; ++slot) {
             if (slot > m_rowStart[r] && m_columns[slot] <= m_columns[slot - 1])
                 return false;
-            m_valueAt[slot] = m_numValues;
+            m_bytesAt[slot] = m_numValues * sizeof(T);
             m_numValues += std::size_t(m_sizes[r]) * m_sizes[m_columns[slot]];
             length += m_sizes[m_columns[slot]];
         }
@@ -92,7 +93,7 @@ template <class T> bool FactorPlan<T>::takePattern(const OrvelData<T>& data)
     std::size_t dimension = 0;
     for (const unsigned int size : m_sizes)
         dimension += size;
-    m_input.resize(m_columns.size());
+    m_inputRowStart.clear();
     m_reciprocals.resize(dimension);
     return true;
 }
@@ -144,18 +145,37 @@ template <class T> void FactorPlan<T>::countProducts()
 }
 
 /// Finds the input's block for every slot; false if the input has a block that the pattern lacks.
-template <class T> bool FactorPlan<T>::takeInput(const OrvelData<T>& data)
+template <class T> bool FactorPlan<T>::takeInput(const SparseMatrix<T>& A)
 {
+    const bool known =
+        !m_inputRowStart.empty() &&
+        std::equal(m_inputRowStart.begin(), m_inputRowStart.end(), A.rowStart) &&
+        std::equal(m_inputColumns.begin(), m_inputColumns.end(), A.blockColumns);
+    if (!known && !findInputSlots(A))
+        return false;
+    const std::size_t blocks = m_inputSlots.size();
+    for (std::size_t a = 0; a < blocks; ++a)
+        m_input[m_inputSlots[a]] = A.blockData[a];
+    return true;
+}
+
+template <class T> bool FactorPlan<T>::findInputSlots(const SparseMatrix<T>& A)
+{
+    m_inputRowStart.clear(); // unless all of it is found
+    m_inputSlots.clear();
+    m_input.assign(m_columns.size(), nullptr);
     for (unsigned int r = 0; r < m_numRows; ++r) {
-        unsigned int a = data.matrix.rowStart[r];
-        const unsigned int end = data.matrix.rowStart[r + 1];
-        for (unsigned int slot = m_rowStart[r]; slot < m_rowStart[r + 1]; ++slot) {
-            const bool stored = a < end && data.matrix.blockColumns[a] == m_columns[slot];
-            m_input[slot] = stored ? data.matrix.blockData[a++] : nullptr;
+        unsigned int slot = m_rowStart[r];
+        for (unsigned int a = A.rowStart[r]; a < A.rowStart[r + 1]; ++a) {
+            while (slot < m_rowStart[r + 1] && m_columns[slot] != A.blockColumns[a])
+                ++slot;
+            if (slot == m_rowStart[r + 1])
+                return false;
+            m_inputSlots.push_back(slot++);
         }
-        if (a < end)
-            return false;
     }
+    m_inputColumns.assign(A.blockColumns, A.blockColumns + m_inputSlots.size());
+    m_inputRowStart.assign(A.rowStart, A.rowStart + m_numRows + 1);
     return true;
 }
 
@@ -182,10 +202,14 @@ template <class T> bool FactorPlan<T>::isLaidOut(const SparseMatrix<T>& factor) 
         !std::equal(m_columns.begin(), m_columns.end(), factor.blockColumns) ||
         !std::equal(m_sizes.begin(), m_sizes.end(), factor.blockSizes))
         return false;
-    for (std::size_t slot = 0; slot < m_valueAt.size(); ++slot)
-        if (factor.blockData[slot] != factor.values + m_valueAt[slot])
-            return false;
-    return true;
+    const auto values = reinterpret_cast<std::uintptr_t>(factor.values);
+    const T* const* const blocks = factor.blockData;
+    const std::size_t* const bytesAt = m_bytesAt.data();
+    const std::size_t count = m_bytesAt.size();
+    std::uintptr_t moved = 0; // any of them: vectors tell that sooner than ways out
+    for (std::size_t slot = 0; slot < count; ++slot)
+        moved |= reinterpret_cast<std::uintptr_t>(blocks[slot]) - values - bytesAt[slot];
+    return moved == 0;
 }
 
 template <class T> bool FactorPlan<T>::goesByRows() const

@@ -72,9 +72,6 @@ template <class T, int N, class V>
 [[gnu::always_inline]] inline V factorColumns(V (&columns)[N], const DiagonalBlock<T>& block,
                                               bool withScale, V scale)
 {
-    T* const B = block.L;
-    T* const S = block.S;
-    T* const d = block.d;
     V scaled[N];
 #pragma GCC unroll 8
     for (unsigned int t = 0; t < N; ++t) {
@@ -86,20 +83,14 @@ template <class T, int N, class V>
             columns[j] -= scaled[t] * x[j];
         if (withScale)
             scale += magnitudesBeyond<T>(int(t), x * scaled[t]);
-        columns[t] = x;
-        d[t] = pivot;
+        const V unit = unitLane<V, T>(int(t));
+        columns[t] = selectBeyond<T>(int(t), x, unit);
+        scaled[t] = selectBeyond<T>(int(t), scaled[t], pivot * unit); // not always zero, see above
+        block.d[t] = pivot;
         block.w[t] = T(1) / pivot;
     }
-    storeColumns<N, N>(columns, B);
-    storeColumns<N, N>(scaled, S);
-    for (unsigned int i = 0; i < N; ++i) {
-        B[i * N + i] = T(1);
-        S[i * N + i] = d[i];
-        for (unsigned int j = i + 1; j < N; ++j) {
-            B[i * N + j] = T(0);
-            S[i * N + j] = T(0) * d[j]; // as below: not always zero
-        }
-    }
+    storeColumns<N, N>(columns, block.L);
+    storeColumns<N, N>(scaled, block.S);
     return scale;
 }
 

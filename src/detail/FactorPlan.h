@@ -44,7 +44,8 @@ private:
     void takeColumns();
     bool isClosed() const;
     void countProducts();
-    bool takeInput(const OrvelData<T>& data);
+    bool takeInput(const SparseMatrix<T>& A);
+    bool findInputSlots(const SparseMatrix<T>& A);
     bool isLaidOut(const SparseMatrix<T>& factor) const;
     void takeCommon(const OrvelData<T>& data, FactorTask<T>& task);
     void countUnits(unsigned int count);
@@ -67,15 +68,18 @@ private:
     std::vector<unsigned int> m_rowStart;
     std::vector<unsigned int> m_columns;
     std::vector<unsigned int> m_sizes;
-    std::vector<std::size_t> m_valueAt; ///< per slot: where its values begin
+    std::vector<std::size_t> m_bytesAt; ///< per slot: where its values begin
     std::size_t m_numValues = 0;
     double m_products = 0;      ///< multiply-subtracts of a factorization, about
     unsigned int m_largest = 0; ///< size of a block
     std::size_t m_longest = 0;  ///< scalar columns of a row
     std::vector<unsigned int> m_columnStart;
     std::vector<ColumnEntry> m_columnEntries;
-    std::vector<const T*> m_input;
-    std::vector<unsigned int> m_units; ///< all rows, or panels, in their order
+    std::vector<unsigned int> m_inputRowStart; ///< of the input whose slots are known, if any
+    std::vector<unsigned int> m_inputColumns;
+    std::vector<unsigned int> m_inputSlots; ///< per block of the input
+    std::vector<const T*> m_input;          ///< per slot: the input's block, or null
+    std::vector<unsigned int> m_units;      ///< all rows, or panels, in their order
     std::vector<unsigned int> m_done;
     std::vector<RowRoom> m_rowRooms; ///< per thread
     std::vector<T> m_reciprocals;

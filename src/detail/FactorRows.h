@@ -1,21 +1,49 @@
-// The factorization row by row (up-looking), as a template over scalar type and lanes.
+// The factorization row by row (up-looking), as templates over scalar type and lanes.
 //
 // An element of L(r, c) receives its products in ascending order of block column k, then of p,
 // whether they are fetched when (r, c) is computed or handed out when (r, k) is. Rows of a block
 // are independent of each other, so they make the lanes. The row at hand is kept transposed, so
 // that L(c, k) is read in place, one scalar for all lanes.
 
-/// @tparam Rows  scalar rows of the block row where the compiler is to know them, else 0
-template <class T, int Lanes, int Rows> class RowFactorizer {
+/// A(r, c) -= S(r, k)·L(c, k)ᵀ for all rows c between k and r that have column k. Size is that of k
+/// where the compiler is to know it, else 0.
+template <int Size, class T, class V>
+[[gnu::always_inline]] inline void updateLater(const RowFactorization<T>& m, const V* scaled,
+                                               unsigned int k, unsigned int size)
+{
+    constexpr unsigned int kLanes = sizeof(V) / sizeof(T);
+    const unsigned int s = Size > 0 ? Size : size;
+    // Copies, as any store of a vector might change the task for all that the compiler knows.
+    const T* const* const blocks = m.L;
+    const unsigned int* const sizes = m.sizes;
+    const unsigned int* const workAt = m.workAt;
+    T* const work = m.work;
+    const ColumnEntry* entry = m.columnEntries + m.columnStart[k];
+    const ColumnEntry* const end = entry + m.done[k]++;
+    for (; entry != end; ++entry) {
+        const T* L = blocks[entry->slot];
+        T* target = work + workAt[entry->row];
+        T* const targetEnd = target + std::size_t(sizes[entry->row]) * kLanes;
+        for (; target != targetEnd; target += kLanes, L += s) {
+            V sum = loadVector<V>(target);
+            for (unsigned int q = 0; q < s; ++q)
+                sum -= scaled[q] * L[q];
+            storeVector(target, sum);
+        }
+    }
+}
+
+/// A block row of at most Lanes scalar rows.
+template <class T, int Lanes> class AnyRow {
     using V = typename Vector<T, Lanes>::type;
 
 public:
-    RowFactorizer(const RowFactorization<T>& task, unsigned int r)
-        : m(task), m_r(r), m_anySize(task.sizes[r]), m_diagonal(task.rowStart[r + 1] - 1)
+    AnyRow(const RowFactorization<T>& task, unsigned int r)
+        : m(task), m_r(r), m_rows(task.sizes[r]), m_diagonal(task.rowStart[r + 1] - 1)
     {
     }
 
-    void run()
+    void factor()
     {
         load();
         if (m.pivotScales)
@@ -35,22 +63,15 @@ public:
                 finish<0>(slot, m.sizes[m.columns[slot]]);
             }
         }
-        finishDiagonal();
+        const DiagonalBlock<T> block = diagonalBlock<T>(m, m_r);
+        factorDiagonal<T, Lanes>(m.work + m.workAt[m_r], m_rows, block);
+        if (m.pivotScales)
+            finishScales(block);
     }
 
 private:
-    unsigned int rows() const { return Rows > 0 ? Rows : m_anySize; }
-    [[gnu::always_inline]] static V lanes(const T* block, unsigned int q)
-    {
-        return loadVector<V>(block + q * Lanes);
-    }
-    [[gnu::always_inline]] static void setLanes(T* block, unsigned int q, const V& v)
-    {
-        storeVector(block + q * Lanes, v);
-    }
-
     /// The input's row, transposed; fill-in zero.
-    [[gnu::always_inline]] void load()
+    void load()
     {
         T* to = m.work;
         for (unsigned int slot = m.rowStart[m_r]; slot <= m_diagonal; ++slot) {
@@ -58,27 +79,18 @@ private:
             const unsigned int p = m.sizes[c];
             m.workAt[c] = static_cast<unsigned int>(to - m.work);
             const T* const from = m.input[slot];
-            if (Rows > 0 && from)
+            for (unsigned int q = 0; q < p; ++q)
+                storeVector(to + q * Lanes, V{});
+            for (unsigned int i = 0; from && i < m_rows; ++i)
                 for (unsigned int q = 0; q < p; ++q)
-                    setLanes(to, q, loadColumn<V, Rows>(from + q, p));
-            else
-                loadRows(from, to, p);
+                    to[q * Lanes + i] = from[i * p + q];
             to += p * Lanes;
         }
     }
 
-    void loadRows(const T* from, T* to, unsigned int p) const
-    {
-        for (unsigned int q = 0; q < p; ++q)
-            setLanes(to, q, V{});
-        for (unsigned int i = 0; from && i < rows(); ++i)
-            for (unsigned int q = 0; q < p; ++q)
-                to[q * Lanes + i] = from[i * p + q];
-    }
-
     /// L(r, k) and S(r, k) from what is left of A(r, k), and what they take from the blocks to
     /// their right. Size is that of k where the compiler is to know it, else 0.
-    template <int Size> [[gnu::always_inline]] void finish(unsigned int slot, unsigned int size)
+    template <int Size> void finish(unsigned int slot, unsigned int size)
     {
         const unsigned int s = Size > 0 ? Size : size;
         constexpr int kRoom = Size > 0 ? Size : int(kMaxRowBlock);
@@ -86,144 +98,270 @@ private:
         V x[kRoom];
         T* const work = m.work + m.workAt[k];
         for (unsigned int q = 0; q < s; ++q)
-            x[q] = lanes(work, q);
+            x[q] = loadVector<V>(work + q * Lanes);
         V scaled[kRoom];
         finishLanes<Size>(x, scaled, s, m.L[m.rowStart[k + 1] - 1], m.pivots + m.offsets[k],
                           m.reciprocals + m.offsets[k]);
         for (unsigned int q = 0; m.pivotScales && q < s; ++q)
             m_scale += magnitudesBeyond<T>(-1, x[q] * scaled[q]);
-        store<Size>(x, m.L[slot], s);
-        store<Size>(scaled, m.S[slot], s);
-        updateDiagonal<Size>(x, m.S[slot], s);
-        update<Size>(scaled, k, s);
+        store(x, m.L[slot], s);
+        store(scaled, m.S[slot], s);
+        updateDiagonal(x, m.S[slot], s);
+        updateLater<Size>(m, scaled, k, s);
     }
 
-    template <int Size>
-    [[gnu::always_inline]] void store(const V* x, T* block, unsigned int size) const
+    void store(const V* x, T* block, unsigned int size) const
     {
-        if constexpr (Rows > 0 && Size > 0)
-            storeColumns<Rows, Size>(x, block);
-        else
-            for (unsigned int i = 0; i < rows(); ++i)
-                for (unsigned int q = 0; q < size; ++q)
-                    block[i * size + q] = x[q][i];
+        for (unsigned int i = 0; i < m_rows; ++i)
+            for (unsigned int q = 0; q < size; ++q)
+                block[i * size + q] = x[q][i];
     }
 
     /// A(r, r) -= L(r, k)·S(r, k)ᵀ
-    template <int Size>
-    [[gnu::always_inline]] void updateDiagonal(const V* x, const T* scaled, unsigned int size) const
-    {
-        const unsigned int s = Size > 0 ? Size : size;
-        T* const work = m.work + m.workAt[m_r];
-        for (unsigned int j = 0; j < rows(); ++j) {
-            V sum = lanes(work, j);
-            for (unsigned int p = 0; p < s; ++p)
-                sum -= x[p] * scaled[j * s + p];
-            setLanes(work, j, sum);
-        }
-    }
-
-    [[gnu::always_inline]] void finishDiagonal()
+    void updateDiagonal(const V* x, const T* scaled, unsigned int size) const
     {
         T* const work = m.work + m.workAt[m_r];
-        const DiagonalBlock<T> block = diagonalBlock<T>(m, m_r);
-        if constexpr (Rows > 0) {
-            V columns[Rows];
-#pragma GCC unroll 8
-            for (unsigned int t = 0; t < Rows; ++t)
-                columns[t] = lanes(work, t);
-            m_scale = factorColumns<T>(columns, block, m.pivotScales != nullptr, m_scale);
-        } else {
-            factorDiagonal<T, Lanes>(work, m_anySize, block);
+        for (unsigned int j = 0; j < m_rows; ++j) {
+            V sum = loadVector<V>(work + j * Lanes);
+            for (unsigned int p = 0; p < size; ++p)
+                sum -= x[p] * scaled[j * size + p];
+            storeVector(work + j * Lanes, sum);
         }
-        if (m.pivotScales)
-            finishScales(block);
     }
 
     /// |A(i, i)| of the row's scalar rows.
-    [[gnu::always_inline]] void beginScales()
+    void beginScales()
     {
         const T* const A = m.input[m_diagonal];
-        if constexpr (Rows > 0) {
-            m_scale = A ? loadColumn<V, Rows>(A, Rows + 1) : V{};
-        } else {
-            T diagonal[Lanes] = {};
-            for (unsigned int i = 0; A && i < m_anySize; ++i)
-                diagonal[i] = A[i * (m_anySize + 1)];
-            m_scale = loadVector<V>(diagonal);
-        }
-        m_scale = magnitudesBeyond<T>(-1, m_scale);
+        T diagonal[Lanes] = {};
+        for (unsigned int i = 0; A && i < m_rows; ++i)
+            diagonal[i] = A[i * (m_rows + 1)];
+        m_scale = magnitudesBeyond<T>(-1, loadVector<V>(diagonal));
     }
 
     void finishScales(const DiagonalBlock<T>& block) const
     {
         T sums[Lanes];
         storeVector(sums, m_scale);
-        if constexpr (Rows == 0)
-            for (unsigned int i = 1; i < m_anySize; ++i)
-                for (unsigned int q = 0; q < i; ++q) {
-                    const T term = block.L[i * m_anySize + q] * block.S[i * m_anySize + q];
-                    sums[i] += term < 0 ? -term : term;
-                }
-        T* const to = m.pivotScales + m.offsets[m_r];
-        for (unsigned int i = 0; i < rows(); ++i)
-            to[i] = sums[i];
-    }
-
-    /// A(r, c) -= S(r, k)·L(c, k)ᵀ for all rows c between k and r that have column k.
-    template <int Size>
-    [[gnu::always_inline]] void update(const V* scaled, unsigned int k, unsigned int size) const
-    {
-        const unsigned int s = Size > 0 ? Size : size;
-        // Copies, as any store of a vector might change the task for all that the compiler knows.
-        const T* const* const blocks = m.L;
-        const unsigned int* const sizes = m.sizes;
-        const unsigned int* const workAt = m.workAt;
-        T* const work = m.work;
-        const ColumnEntry* entry = m.columnEntries + m.columnStart[k];
-        const ColumnEntry* const end = entry + m.done[k]++;
-        for (; entry != end; ++entry) {
-            const T* L = blocks[entry->slot];
-            T* target = work + workAt[entry->row];
-            T* const targetEnd = target + std::size_t(sizes[entry->row]) * Lanes;
-            for (; target != targetEnd; target += Lanes, L += s) {
-                V sum = loadVector<V>(target);
-                for (unsigned int q = 0; q < s; ++q)
-                    sum -= scaled[q] * L[q];
-                storeVector(target, sum);
+        for (unsigned int i = 1; i < m_rows; ++i)
+            for (unsigned int q = 0; q < i; ++q) {
+                const T term = block.L[i * m_rows + q] * block.S[i * m_rows + q];
+                sums[i] += term < 0 ? -term : term;
             }
-        }
+        for (unsigned int i = 0; i < m_rows; ++i)
+            m.pivotScales[m.offsets[m_r] + i] = sums[i];
     }
 
     const RowFactorization<T>& m;
     const unsigned int m_r;
-    const unsigned int m_anySize;
+    const unsigned int m_rows;
     const unsigned int m_diagonal;
     V m_scale; ///< per scalar row: the magnitudes of its pivot's terms so far
 };
 
+/// A block row of a size that the compiler knows. All is inlined, so that the diagonal block stays
+/// in registers until its end: on chains half of the time is that from one row to the next.
+template <class T, int Rows> struct KnownRow {
+    static constexpr unsigned int kLanes = kLanesFor<Rows>;
+    using V = typename Vector<T, int(kLanes)>::type;
+
+    V diagonal[Rows]; ///< columns of A(r, r), less what has been taken
+    V scale;          ///< per scalar row: the magnitudes of its pivot's terms so far
+
+    /// @param task  what m is a copy of
+    [[gnu::always_inline]] void factor(const RowFactorization<T>& m,
+                                       const RowFactorization<T>& task, unsigned int r)
+    {
+        const unsigned int first = m.rowStart[r];
+        const unsigned int last = m.rowStart[r + 1] - 1;
+        load(m, first, last);
+        for (unsigned int slot = first; slot < last; ++slot) {
+            // Nothing changes the first block before it is finished.
+            const T* const unchanged = slot == first ? m.input[slot] : nullptr;
+            switch (m.sizes[m.columns[slot]]) {
+            case 3:
+                finish<3>(m, slot, unchanged);
+                break;
+            case 5:
+                finish<5>(m, slot, unchanged);
+                break;
+            case 6:
+                finish<6>(m, slot, unchanged);
+                break;
+            default:
+                finishAny(task, slot, unchanged);
+            }
+        }
+        finishDiagonal(m, r);
+    }
+
+private:
+    /// The input's row, transposed; fill-in zero. A first block that is not fill-in is left where
+    /// it is.
+    [[gnu::always_inline]] void load(const RowFactorization<T>& m, unsigned int first,
+                                     unsigned int last)
+    {
+        unsigned int at = 0;
+        for (unsigned int slot = first; slot < last; ++slot) {
+            const T* const from = m.input[slot];
+            if (slot == first && from)
+                continue;
+            const unsigned int c = m.columns[slot];
+            const unsigned int size = m.sizes[c];
+            m.workAt[c] = at;
+            T* const to = m.work + at;
+            at += size * kLanes;
+            if (!from) {
+                for (unsigned int q = 0; q < size; ++q)
+                    storeVector(to + q * kLanes, V{});
+                continue;
+            }
+            switch (size) {
+            case 3:
+                copyColumns<3>(from, to);
+                break;
+            case 6:
+                copyColumns<6>(from, to);
+                break;
+            default:
+                for (unsigned int q = 0; q < size; ++q)
+                    storeVector(to + q * kLanes, loadColumn<V, Rows>(from + q, size));
+            }
+        }
+        const T* const A = m.input[last];
+        if (A)
+            loadLowerTriangle(A, diagonal);
+        else
+#pragma GCC unroll 8
+            for (unsigned int t = 0; t < Rows; ++t)
+                diagonal[t] = V{};
+        if (m.pivotScales)
+            scale = magnitudesBeyond<T>(-1, A ? loadColumn<V, Rows>(A, Rows + 1) : V{});
+    }
+
+    template <int Size> [[gnu::always_inline]] static void copyColumns(const T* from, T* to)
+    {
+#pragma GCC unroll 8
+        for (unsigned int q = 0; q < Size; ++q)
+            storeVector(to + q * kLanes, loadColumn<V, Rows>(from + q, Size));
+    }
+
+    /// L(r, k) and S(r, k) from what is left of A(r, k), and what they take from the blocks to
+    /// their right.
+    ///
+    /// @param unchanged  A(r, k) where that is left of it, or null
+    template <int Size>
+    [[gnu::always_inline]] void finish(const RowFactorization<T>& m, unsigned int slot,
+                                       const T* unchanged)
+    {
+        const unsigned int k = m.columns[slot];
+        V x[Size];
+        if (unchanged) {
+#pragma GCC unroll 8
+            for (unsigned int q = 0; q < Size; ++q)
+                x[q] = loadColumn<V, Rows>(unchanged + q, Size);
+        } else {
+            const T* const from = m.work + m.workAt[k];
+#pragma GCC unroll 8
+            for (unsigned int q = 0; q < Size; ++q)
+                x[q] = loadVector<V>(from + q * kLanes);
+        }
+        V scaled[Size];
+        finishLanes<Size>(x, scaled, Size, m.L[m.rowStart[k + 1] - 1], m.pivots + m.offsets[k],
+                          m.reciprocals + m.offsets[k]);
+        if (m.pivotScales)
+#pragma GCC unroll 8
+            for (unsigned int q = 0; q < Size; ++q)
+                scale += magnitudesBeyond<T>(-1, x[q] * scaled[q]);
+        storeColumns<Rows, Size>(x, m.L[slot]);
+        T* const S = m.S[slot];
+        storeColumns<Rows, Size>(scaled, S);
+#pragma GCC unroll 8
+        for (unsigned int j = 0; j < Rows; ++j)
+#pragma GCC unroll 8
+            for (unsigned int p = 0; p < Size; ++p)
+                diagonal[j] -= x[p] * S[j * Size + p];
+        updateLater<Size>(m, scaled, k, Size);
+    }
+
+    /// The same for a column of any size. The row is handed over as a copy: its address is not to
+    /// be known elsewhere.
+    [[gnu::always_inline]] void finishAny(const RowFactorization<T>& task, unsigned int slot,
+                                          const T* unchanged)
+    {
+        V copy[Rows + 1];
+#pragma GCC unroll 8
+        for (unsigned int t = 0; t < Rows; ++t)
+            copy[t] = diagonal[t];
+        copy[Rows] = scale;
+        finishAnyOf(task, slot, unchanged, copy, copy[Rows]);
+#pragma GCC unroll 8
+        for (unsigned int t = 0; t < Rows; ++t)
+            diagonal[t] = copy[t];
+        scale = copy[Rows];
+    }
+
+    [[gnu::noinline]] static void finishAnyOf(const RowFactorization<T>& m, unsigned int slot,
+                                              const T* unchanged, V* diagonal, V& scale)
+    {
+        const unsigned int k = m.columns[slot];
+        const unsigned int size = m.sizes[k];
+        V x[kMaxRowBlock];
+        for (unsigned int q = 0; q < size; ++q)
+            x[q] = unchanged ? loadColumn<V, Rows>(unchanged + q, size)
+                             : loadVector<V>(m.work + m.workAt[k] + q * kLanes);
+        V scaled[kMaxRowBlock];
+        finishLanes<0>(x, scaled, size, m.L[m.rowStart[k + 1] - 1], m.pivots + m.offsets[k],
+                       m.reciprocals + m.offsets[k]);
+        for (unsigned int q = 0; m.pivotScales && q < size; ++q)
+            scale += magnitudesBeyond<T>(-1, x[q] * scaled[q]);
+        T* const L = m.L[slot];
+        T* const S = m.S[slot];
+        for (unsigned int i = 0; i < Rows; ++i)
+            for (unsigned int q = 0; q < size; ++q) {
+                L[i * size + q] = x[q][i];
+                S[i * size + q] = scaled[q][i];
+            }
+        for (unsigned int j = 0; j < Rows; ++j)
+            for (unsigned int p = 0; p < size; ++p)
+                diagonal[j] -= x[p] * S[j * size + p];
+        updateLater<0>(m, scaled, k, size);
+    }
+
+    [[gnu::always_inline]] void finishDiagonal(const RowFactorization<T>& m, unsigned int r)
+    {
+        const bool withScale = m.pivotScales != nullptr;
+        scale = factorColumns<T>(diagonal, diagonalBlock<T>(m, r), withScale, scale);
+        if (withScale)
+#pragma GCC unroll 8
+            for (unsigned int i = 0; i < Rows; ++i)
+                m.pivotScales[m.offsets[r] + i] = scale[i];
+    }
+};
+
 template <class T> void factorRows(const RowFactorization<T>& task)
 {
-    for (unsigned int u = 0; u < task.numUnits; ++u) {
-        const unsigned int r = task.units[u];
-        switch (task.sizes[r]) {
+    const RowFactorization<T> m = task; // no store of a vector can change this one
+    for (unsigned int u = 0; u < m.numUnits; ++u) {
+        const unsigned int r = m.units[u];
+        switch (m.sizes[r]) {
         case 3:
-            RowFactorizer<T, kLanesFor<3>, 3>(task, r).run();
+            KnownRow<T, 3>().factor(m, task, r);
             break;
         case 5:
-            RowFactorizer<T, kLanesFor<5>, 5>(task, r).run();
+            KnownRow<T, 5>().factor(m, task, r);
             break;
         case 6:
-            RowFactorizer<T, kLanesFor<6>, 6>(task, r).run();
+            KnownRow<T, 6>().factor(m, task, r);
             break;
         case 0:
         case 1:
         case 2:
         case 4:
-            RowFactorizer<T, 4, 0>(task, r).run();
+            AnyRow<T, 4>(task, r).factor();
             break;
         default:
-            RowFactorizer<T, 8, 0>(task, r).run();
+            AnyRow<T, 8>(task, r).factor();
         }
     }
 }

@@ -126,12 +126,16 @@ template <> struct ScalarBits<4> {
     static constexpr type kAll = 0x7fffffff;
     static constexpr type masks[16] = {0,    0,    0,    0,    0,    0,    0,    0,
                                        kAll, kAll, kAll, kAll, kAll, kAll, kAll, kAll};
+    static constexpr type lanes[16] = {0, 0, 0, 0, 0, 0, 0, 0, -1, -1, -1, -1, -1, -1, -1, -1};
+    static constexpr float unit[15] = {0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0};
 };
 template <> struct ScalarBits<8> {
     using type = long long;
     static constexpr type kAll = 0x7fffffffffffffff;
     static constexpr type masks[16] = {0,    0,    0,    0,    0,    0,    0,    0,
                                        kAll, kAll, kAll, kAll, kAll, kAll, kAll, kAll};
+    static constexpr type lanes[16] = {0, 0, 0, 0, 0, 0, 0, 0, -1, -1, -1, -1, -1, -1, -1, -1};
+    static constexpr double unit[15] = {0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0};
 };
 
 /// The magnitudes of lanes where a mask, one bit pattern per lane, has all bits; zero elsewhere.
@@ -159,6 +163,39 @@ template <class T, class V> [[gnu::always_inline]] inline V magnitudesBeyond(int
     return maskedMagnitudes(v, ScalarBits<sizeof(T)>::masks + (7 - last));
 }
 
+/// Lanes of a where a mask has all bits, those of b elsewhere.
+template <class V, class Bits>
+[[gnu::always_inline]] inline V selectLanes(const V& a, const V& b, const Bits* mask)
+{
+    using BitVector = typename NativeVector<Bits, int(sizeof(V))>::type;
+    const BitVector m = loadVector<BitVector>(mask);
+    return reinterpret_cast<V>((reinterpret_cast<BitVector>(a) & m) |
+                               (reinterpret_cast<BitVector>(b) & ~m));
+}
+
+template <class T, int Lanes, class Bits>
+[[gnu::always_inline]] inline SeveralVectors<T, Lanes>
+selectLanes(const SeveralVectors<T, Lanes>& a, const SeveralVectors<T, Lanes>& b, const Bits* mask)
+{
+    SeveralVectors<T, Lanes> result;
+    for (int p = 0; p < a.kParts; ++p)
+        result.parts[p] = selectLanes(a.parts[p], b.parts[p], mask + p * a.kPart);
+    return result;
+}
+
+/// a in the lanes beyond `last`, b in the others.
+template <class T, class V>
+[[gnu::always_inline]] inline V selectBeyond(int last, const V& a, const V& b)
+{
+    return selectLanes(a, b, ScalarBits<sizeof(T)>::lanes + (7 - last));
+}
+
+/// One in a lane, zero in the others.
+template <class V, class T> [[gnu::always_inline]] inline V unitLane(int lane)
+{
+    return loadVector<V>(ScalarBits<sizeof(T)>::unit + (7 - lane));
+}
+
 /// A row of Width scalars as long vectors, then one each of 4 and of 2 lanes and a scalar, as far
 /// as it needs them: loads and stores that touch nothing beyond it.
 template <class T, int Width> struct RowPart {
@@ -179,7 +216,7 @@ template <class T, int Width> struct RowPart {
     V2 two;
     T one;
 
-    [[gnu::always_inline]] void load(const T* from)
+    void load(const T* from)
     {
         for (int f = 0; f < kLong; ++f)
             longs[f] = loadVector<VLong>(from + kLanes * f);
@@ -191,7 +228,7 @@ template <class T, int Width> struct RowPart {
             one = from[kOneAt];
     }
 
-    [[gnu::always_inline]] void store(T* to) const
+    void store(T* to) const
     {
         for (int f = 0; f < kLong; ++f)
             storeVector(to + kLanes * f, longs[f]);
@@ -203,7 +240,7 @@ template <class T, int Width> struct RowPart {
             to[kOneAt] = one;
     }
 
-    [[gnu::always_inline]] void subtract(const RowPart& row, T factor)
+    void subtract(const RowPart& row, T factor)
     {
         for (int f = 0; f < kLong; ++f)
             longs[f] -= row.longs[f] * factor;
@@ -240,9 +277,10 @@ template <class T, int Width> struct PaddedRow {
 
     [[gnu::always_inline]] void store(T* to) const
     {
+        if constexpr (kFull > 0) // GCC warns of stores in loops that end at once
 #pragma GCC unroll 8
-        for (int f = 0; f < kFull; ++f)
-            storeVector(to + kLanes * f, vectors[f]);
+            for (int f = 0; f < kFull; ++f)
+                storeVector(to + kLanes * f, vectors[f]);
 #pragma GCC unroll 8
         for (int i = 0; i < kRest; ++i)
             to[kLanes * kFull + i] = vectors[kVectors - 1][i];

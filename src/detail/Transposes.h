@@ -14,11 +14,11 @@ constexpr bool kHasShuffles = false;
 constexpr bool kHasShuffles = false;
 #endif
 
-/// Row I of a column, or zero beyond its M rows.
-template <int M, int I, class T>
+/// Row I of a column of M rows, the first of which do not count, or zero.
+template <int First, int M, int I, class T>
 [[gnu::always_inline]] inline T rowOrZero(const T* column, unsigned int stride)
 {
-    return I < M ? column[static_cast<unsigned int>(I) * stride] : T(0);
+    return I >= First && I < M ? column[static_cast<unsigned int>(I) * stride] : T(0);
 }
 
 /// Columns in a register of lanes: rows At and up.
@@ -26,19 +26,21 @@ template <class V> struct ColumnLanes {
     static constexpr int kLanes = int(sizeof(V) / sizeof(V{}[0]));
     static_assert(kLanes == 2 || kLanes == 4 || kLanes == 8, "no such vectors are used");
 
-    template <int M, int At, class T>
+    template <int First, int M, int At, class T>
     [[gnu::always_inline]] static V load(const T* c, unsigned int stride)
     {
         if constexpr (kLanes == 2)
-            return V{rowOrZero<M, At>(c, stride), rowOrZero<M, At + 1>(c, stride)};
+            return V{rowOrZero<First, M, At>(c, stride), rowOrZero<First, M, At + 1>(c, stride)};
         else if constexpr (kLanes == 4)
-            return V{rowOrZero<M, At>(c, stride), rowOrZero<M, At + 1>(c, stride),
-                     rowOrZero<M, At + 2>(c, stride), rowOrZero<M, At + 3>(c, stride)};
+            return V{rowOrZero<First, M, At>(c, stride), rowOrZero<First, M, At + 1>(c, stride),
+                     rowOrZero<First, M, At + 2>(c, stride),
+                     rowOrZero<First, M, At + 3>(c, stride)};
         else
-            return V{rowOrZero<M, At>(c, stride),     rowOrZero<M, At + 1>(c, stride),
-                     rowOrZero<M, At + 2>(c, stride), rowOrZero<M, At + 3>(c, stride),
-                     rowOrZero<M, At + 4>(c, stride), rowOrZero<M, At + 5>(c, stride),
-                     rowOrZero<M, At + 6>(c, stride), rowOrZero<M, At + 7>(c, stride)};
+            return V{
+                rowOrZero<First, M, At>(c, stride),     rowOrZero<First, M, At + 1>(c, stride),
+                rowOrZero<First, M, At + 2>(c, stride), rowOrZero<First, M, At + 3>(c, stride),
+                rowOrZero<First, M, At + 4>(c, stride), rowOrZero<First, M, At + 5>(c, stride),
+                rowOrZero<First, M, At + 6>(c, stride), rowOrZero<First, M, At + 7>(c, stride)};
     }
 
     /// Two columns that are neighbours in a block.
@@ -77,11 +79,11 @@ template <class T, int Lanes> struct ColumnLanes<SeveralVectors<T, Lanes>> {
     using V = SeveralVectors<T, Lanes>;
     using Part = ColumnLanes<typename V::Part>;
 
-    template <int M, int P>
+    template <int First, int M, int P>
     [[gnu::always_inline]] static V load(const T* column, unsigned int stride)
     {
         V v;
-        loadParts<M, P>(v, column, stride);
+        loadParts<First, M, P>(v, column, stride);
         return v;
     }
 
@@ -94,12 +96,12 @@ template <class T, int Lanes> struct ColumnLanes<SeveralVectors<T, Lanes>> {
     }
 
 private:
-    template <int M, int P>
+    template <int First, int M, int P>
     [[gnu::always_inline]] static void loadParts(V& v, const T* column, unsigned int stride)
     {
-        v.parts[P] = Part::template load<M, P * V::kPart>(column, stride);
+        v.parts[P] = Part::template load<First, M, P * V::kPart>(column, stride);
         if constexpr (P + 1 < V::kParts)
-            loadParts<M, P + 1>(v, column, stride);
+            loadParts<First, M, P + 1>(v, column, stride);
     }
 };
 
@@ -107,7 +109,16 @@ private:
 template <class V, int M, class T>
 [[gnu::always_inline]] inline V loadColumn(const T* column, unsigned int stride)
 {
-    return ColumnLanes<V>::template load<M, 0>(column, stride);
+    return ColumnLanes<V>::template load<0, M, 0>(column, stride);
+}
+
+/// The columns of the lower triangle of an N × N block; lanes above it are zero.
+template <int N, int Column = 0, class V, class T>
+[[gnu::always_inline]] inline void loadLowerTriangle(const T* block, V (&columns)[N])
+{
+    columns[Column] = ColumnLanes<V>::template load<Column, N, 0>(block + Column, N);
+    if constexpr (Column + 1 < N)
+        loadLowerTriangle<N, Column + 1>(block, columns);
 }
 
 /// An M × N block from its columns.
