@@ -5,6 +5,7 @@
 #include "support/Random.h"
 #include "support/Scalars.h"
 
+#include <kyrOrvel/Orvel>
 #include <kyrOrvelClient/BlockLDLT>
 
 #include <gtest/gtest.h>
@@ -134,6 +135,40 @@ TYPED_TEST(StatisticsFigures, InertiaIsThatOfTheMatrixByConstruction)
         EXPECT_EQ(solver.statistics().negativePivots, negative);
         EXPECT_EQ(solver.statistics().positivePivots, n - negative);
     }
+}
+
+// Whether the pivots are checked all at once or, where some are doubtful, block by block.
+TYPED_TEST(StatisticsFigures, CountsAndExtremesAreThoseOfThePivots)
+{
+    unsigned int checked = 0;
+    for (std::uint64_t seed = 1; seed <= 300; ++seed)
+        for (const Factorization way : {Factorization::Serial, Factorization::Multifrontal})
+            for (const Signs signs : {Signs::Expected, Signs::Any}) {
+                SCOPED_TRACE(seed);
+                Random random(seed);
+                const auto A = support::matrixOf<TypeParam>(support::randomMechanism(random));
+                BlockLDLT<TypeParam> solver;
+                solver.setFactorization(way);
+                solver.setSigns(signs);
+                solver.setCompliance(TypeParam(seed % 2) / 1000);
+                if (!solver.compute(A).ok())
+                    continue; // some are too close to singular for float
+                ++checked;
+
+                const auto& pivots = solver.data().pivots;
+                const std::vector<TypeParam> d(pivots.data, pivots.data + A.dimension());
+                const auto bySize = [](TypeParam a, TypeParam b) {
+                    return std::abs(a) < std::abs(b);
+                };
+                const Statistics s = solver.statistics();
+                const auto negative =
+                    std::count_if(d.begin(), d.end(), [](TypeParam v) { return v < 0; });
+                EXPECT_EQ(s.negativePivots, std::size_t(negative));
+                EXPECT_EQ(s.positivePivots, d.size() - std::size_t(negative));
+                EXPECT_EQ(s.smallestPivot, *std::min_element(d.begin(), d.end(), bySize));
+                EXPECT_EQ(s.largestPivot, *std::max_element(d.begin(), d.end(), bySize));
+            }
+    EXPECT_GT(checked, 1000u);
 }
 
 // X           An arrow eliminated from its head fills in completely.

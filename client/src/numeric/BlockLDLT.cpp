@@ -72,7 +72,7 @@ template <class T> void BlockLDLT<T>::Impl::prepareVectors()
          {&pivotBounds, &pivotScales, &work, &rightHandSide, &solution, &residual, &weight})
         vector->resize(dimension);
     unit.resize(system().largestBlock);
-    pivotCheck.reserve(dimension, n, system().largestBlock);
+    pivotCheck.prepare(A, system().analysis.order, system().pattern.firstTrailing());
     prepared = &system();
 }
 

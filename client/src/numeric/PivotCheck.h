@@ -58,8 +58,11 @@ struct PivotDemands {
 /// it can be larger: then the vector that the leading matrix takes to the pivot decides.
 template <class T> class PivotCheck {
 public:
-    /// Makes room for systems of that many scalars, blocks and largest block.
-    void reserve(std::size_t dimension, unsigned int blocks, unsigned int largestBlock);
+    /// Makes room for systems with the blocks of that one.
+    ///
+    /// @param order,firstTrailing  as below
+    void prepare(const SparseMatrix<T>& A, const std::vector<unsigned int>& order,
+                 unsigned int firstTrailing);
 
     /// @param order         order[k]: the user's number of the block at position k
     /// @param firstTrailing the user's number of the first trailing block
@@ -95,6 +98,7 @@ public:
 
 private:
     void estimateScales(const OrvelData<T>& data, unsigned int r);
+    bool takeAllAtOnce(const OrvelData<T>& data, PivotDemands demands);
     typename PivotFailure<T>::Kind judge(const OrvelData<T>& data, const PivotFailure<T>& pivot,
                                          bool strong);
     PivotFailure<T> checkBlock(const OrvelData<T>& data, unsigned int r, const T* scales,
@@ -111,6 +115,8 @@ private:
 
     std::vector<T> m_scales;            ///< per row of the block at hand
     std::vector<FourSums<T>> m_sums;    ///< likewise
+    std::vector<T> m_expected;          ///< per pivot: 1, or -1 in trailing blocks
+    std::size_t m_expectedNegative = 0; ///< pivots
     std::vector<unsigned char> m_signs; ///< per block row checked: kPositive, kNegative, both
     std::vector<T> m_positive;          ///< per pivot checked: it where positive, or zero
     std::vector<T> m_negative;          ///< likewise its magnitude where negative

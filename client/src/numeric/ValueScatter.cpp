@@ -32,51 +32,81 @@ std::size_t findNotFinite(const T* from, std::size_t m, std::size_t n, bool diag
     return m;
 }
 
-// Copies of a block, N being the length of its rows where the compiler is to know it, else 0. What
-// they return is zero if all they copied is finite.
-
-template <int N, class T> T copyBlock(const T* from, T* to, std::size_t m, std::size_t n)
-{
-    FourSums<T> check;
-    const std::size_t length = N > 0 ? N : n;
-    for (std::size_t i = 0; i < m; ++i, from += length, to += length)
-        for (std::size_t j = 0; j < length; ++j) {
-            check.addTimesZero(j, from[j]);
-            to[j] = from[j];
+/// Copies scalars, and watches whether all are finite.
+template <class T> class FiniteCopy {
+public:
+    void copy(const T* from, T* to, std::size_t n)
+    {
+        std::size_t i = 0;
+        for (; i + 4 <= n; i += 4)
+            copySome<4>(from + i, to + i);
+        if (n - i >= 2) {
+            copySome<2>(from + i, to + i);
+            i += 2;
         }
-    return check.total();
+        if (i < n)
+            copySome<1>(from + i, to + i);
+    }
+
+    /// n scalars to places `stride` apart.
+    void spread(const T* from, T* to, std::size_t n, std::size_t stride)
+    {
+        for (std::size_t i = 0; i < n; ++i) {
+            m_check.addTimesZero(i, from[i]);
+            to[i * stride] = from[i];
+        }
+    }
+
+    bool areFinite() const { return m_check.total() == 0; }
+
+private:
+    /// All are read before any is written: then they go by vectors.
+    template <std::size_t N> void copySome(const T* from, T* to)
+    {
+        T values[N];
+        for (std::size_t i = 0; i < N; ++i)
+            values[i] = from[i];
+        for (std::size_t i = 0; i < N; ++i)
+            to[i] = values[i];
+        for (std::size_t i = 0; i < N; ++i)
+            m_check.addTimesZero(i, values[i]);
+    }
+
+    FourSums<T> m_check;
+};
+
+// Copies of a block, N being the length of its rows where the compiler is to know it, else 0. They
+// tell whether all they copied is finite.
+
+template <int N, class T> bool copyTransposed(const T* from, T* to, std::size_t m, std::size_t n)
+{
+    FiniteCopy<T> values;
+    const std::size_t length = N > 0 ? N : n;
+    for (std::size_t i = 0; i < m; ++i)
+        values.spread(from + i * length, to + i, length, m);
+    return values.areFinite();
 }
 
-template <int N, class T> T copyTransposed(const T* from, T* to, std::size_t m, std::size_t n)
+template <int N, class T> bool copyLowerTriangle(const T* from, T* to, std::size_t n)
 {
-    FourSums<T> check;
+    FiniteCopy<T> values;
     const std::size_t length = N > 0 ? N : n;
-    for (std::size_t i = 0; i < m; ++i, from += length)
-        for (std::size_t j = 0; j < length; ++j) {
-            check.addTimesZero(j, from[j]);
-            to[j * m + i] = from[j];
-        }
-    return check.total();
-}
-
-template <int N, class T> T copyLowerTriangle(const T* from, T* to, std::size_t n)
-{
-    FourSums<T> check;
-    const std::size_t length = N > 0 ? N : n;
+#pragma GCC unroll 8
     for (std::size_t i = 0; i < length; ++i)
-        for (std::size_t j = 0; j <= i; ++j) {
-            check.addTimesZero(j, from[i * length + j]);
-            to[i * length + j] = from[i * length + j];
-        }
-    return check.total();
+        values.copy(from + i * length, to + i * length, i + 1);
+    return values.areFinite();
 }
 
 template <int N, class T>
-T copyAny(const T* from, T* to, std::size_t m, std::size_t n, bool diagonal, bool transposed)
+bool copyAny(const T* from, T* to, std::size_t m, std::size_t n, bool diagonal, bool transposed)
 {
     if (diagonal)
         return copyLowerTriangle<N>(from, to, n);
-    return transposed ? copyTransposed<N>(from, to, m, n) : copyBlock<N>(from, to, m, n);
+    if (transposed)
+        return copyTransposed<N>(from, to, m, n);
+    FiniteCopy<T> values;
+    values.copy(from, to, m * n);
+    return values.areFinite();
 }
 
 /// The slot of column c in block row r.
@@ -171,7 +201,7 @@ template <class T> Status ValueScatter<T>::run(const BlockMatrix<T>& A) const
             const std::size_t n = A.blockSize(entry.column);
             const bool diagonal = entry.column == r;
             const auto copy = n == 3 ? copyAny<3, T> : n == 6 ? copyAny<6, T> : copyAny<0, T>;
-            if (copy(entry.values, target->values, m, n, diagonal, target->transposed) != 0)
+            if (!copy(entry.values, target->values, m, n, diagonal, target->transposed))
                 return notFinite(r, entry.column, findNotFinite(entry.values, m, n, diagonal));
             ++target;
         }
