@@ -46,10 +46,12 @@ void forwardRowOfAnySize(const SparseMatrix<T>& L, unsigned int r, T* x, Filter 
 }
 
 template <int M, class T, class Filter, class Ahead>
-void forwardRowOfSize(const SparseMatrix<T>& L, unsigned int r, T* x, Filter reads, Ahead ahead)
+[[gnu::always_inline]] inline void forwardRowOfSize(const SparseMatrix<T>& L, unsigned int r, T* x,
+                                                    Filter reads, Ahead ahead)
 {
     T* const xr = x + L.blockOffsets[r];
     T y[M];
+#pragma GCC unroll 8
     for (int i = 0; i < M; ++i)
         y[i] = xr[i];
     const unsigned int diagonal = L.rowStart[r + 1] - 1;
@@ -60,9 +62,12 @@ void forwardRowOfSize(const SparseMatrix<T>& L, unsigned int r, T* x, Filter rea
             subtractAx<M>(L.blockData[slot], x + L.blockOffsets[c], y, L.blockSizes[c]);
     }
     const T* const F = L.blockData[diagonal];
+#pragma GCC unroll 8
     for (int i = 1; i < M; ++i)
+#pragma GCC unroll 8
         for (int j = 0; j < i; ++j)
             y[i] -= F[i * M + j] * y[j];
+#pragma GCC unroll 8
     for (int i = 0; i < M; ++i)
         xr[i] = y[i];
 }
@@ -71,11 +76,13 @@ void forwardRowOfSize(const SparseMatrix<T>& L, unsigned int r, T* x, Filter rea
 /// `reads(c)` is false are left out: their x is known to be zero. `ahead(block, scalars)` is told
 /// of blocks that are about to be read.
 template <class T, class Filter, class Ahead = NothingAhead>
-void forwardRow(const SparseMatrix<T>& L, unsigned int r, T* x, Filter reads, Ahead ahead = {})
+[[gnu::always_inline]] inline void forwardRow(const SparseMatrix<T>& L, unsigned int r, T* x,
+                                              Filter reads, Ahead ahead = {})
 {
-    const bool fixed = withFixedSize(L.blockSizes[r], [&](auto size) {
-        forwardRowOfSize<decltype(size)::value>(L, r, x, reads, ahead);
-    });
+    const bool fixed = withFixedSize(
+        L.blockSizes[r], [&](auto size) __attribute__((always_inline)) {
+            forwardRowOfSize<decltype(size)::value>(L, r, x, reads, ahead);
+        });
     if (!fixed)
         forwardRowOfAnySize(L, r, x, reads);
 }
@@ -96,19 +103,25 @@ void backwardRowOfAnySize(const SparseMatrix<T>& S, unsigned int r, T* x, Visito
 }
 
 template <int M, class T, class Visitor, class Ahead>
-void backwardRowOfSize(const SparseMatrix<T>& S, unsigned int r, T* x, Visitor writes, Ahead ahead)
+[[gnu::always_inline]] inline void backwardRowOfSize(const SparseMatrix<T>& S, unsigned int r, T* x,
+                                                     Visitor writes, Ahead ahead)
 {
     T* const xr = x + S.blockOffsets[r];
     T y[M];
+#pragma GCC unroll 8
     for (int i = 0; i < M; ++i)
         y[i] = xr[i];
     const unsigned int diagonal = S.rowStart[r + 1] - 1;
     const T* const F = S.blockData[diagonal];
-    for (int i = M; i-- > 0;) {
+#pragma GCC unroll 8
+    for (int done = 0; done < M; ++done) {
+        const int i = M - 1 - done;
         y[i] = y[i] / F[i * M + i];
+#pragma GCC unroll 8
         for (int j = 0; j < i; ++j)
             y[j] -= y[i] * F[i * M + j];
     }
+#pragma GCC unroll 8
     for (int i = 0; i < M; ++i)
         xr[i] = y[i];
     for (unsigned int slot = S.rowStart[r]; slot < diagonal; ++slot) {
@@ -123,11 +136,13 @@ void backwardRowOfSize(const SparseMatrix<T>& S, unsigned int r, T* x, Visitor w
 /// into the earlier rows. `writes(c)` is told of every row c before it is changed, `ahead` as in
 /// forwardRow.
 template <class T, class Visitor, class Ahead = NothingAhead>
-void backwardRow(const SparseMatrix<T>& S, unsigned int r, T* x, Visitor writes, Ahead ahead = {})
+[[gnu::always_inline]] inline void backwardRow(const SparseMatrix<T>& S, unsigned int r, T* x,
+                                               Visitor writes, Ahead ahead = {})
 {
-    const bool fixed = withFixedSize(S.blockSizes[r], [&](auto size) {
-        backwardRowOfSize<decltype(size)::value>(S, r, x, writes, ahead);
-    });
+    const bool fixed = withFixedSize(
+        S.blockSizes[r], [&](auto size) __attribute__((always_inline)) {
+            backwardRowOfSize<decltype(size)::value>(S, r, x, writes, ahead);
+        });
     if (!fixed)
         backwardRowOfAnySize(S, r, x, writes);
 }
