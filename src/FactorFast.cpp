@@ -123,6 +123,7 @@ template <class T> bool factorFast(OrvelData<T>& data, unsigned int threads)
     } else {
         factorByPanels(data, plan, *functions, std::max(threads, 1u));
     }
+    data.scaledIsProduct = 1;
     data.factored = 1;
     return true;
 }

@@ -36,6 +36,7 @@ template <class T> void Orvel::factorMF(OrvelData<T>& data)
 {
     data.factored = 0;
     data.hasPivotScales = 0;
+    data.scaledIsProduct = 0;
     detail::sizeFactors(data);
     for (unsigned int r = 0; r < data.matrix.numBlockRows; ++r)
         detail::acquireFactorRow(data, r, [](unsigned int, T*) {});

@@ -20,6 +20,12 @@ std::atomic<FactorSchedule>& chosenSchedule()
     return schedule;
 }
 
+std::atomic<SolveReading>& chosenReading()
+{
+    static std::atomic<SolveReading> reading(SolveReading::Automatic);
+    return reading;
+}
+
 const FactorTable* tableOf(FactorPath path)
 {
     switch (path) {
@@ -84,6 +90,16 @@ void setFactorSchedule(FactorSchedule schedule)
 FactorSchedule factorSchedule()
 {
     return chosenSchedule().load(std::memory_order_relaxed);
+}
+
+void setSolveReading(SolveReading reading)
+{
+    chosenReading() = reading;
+}
+
+SolveReading solveReading()
+{
+    return chosenReading().load(std::memory_order_relaxed);
 }
 
 template <> const FactorFunctions<float>* factorFunctions()

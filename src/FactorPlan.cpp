@@ -147,10 +147,9 @@ template <class T> void FactorPlan<T>::countProducts()
 /// Finds the input's block for every slot; false if the input has a block that the pattern lacks.
 template <class T> bool FactorPlan<T>::takeInput(const SparseMatrix<T>& A)
 {
-    const bool known =
-        !m_inputRowStart.empty() &&
-        std::equal(m_inputRowStart.begin(), m_inputRowStart.end(), A.rowStart) &&
-        std::equal(m_inputColumns.begin(), m_inputColumns.end(), A.blockColumns);
+    const bool known = !m_inputRowStart.empty() &&
+                       std::equal(m_inputRowStart.begin(), m_inputRowStart.end(), A.rowStart) &&
+                       std::equal(m_inputColumns.begin(), m_inputColumns.end(), A.blockColumns);
     if (!known && !findInputSlots(A))
         return false;
     const std::size_t blocks = m_inputSlots.size();

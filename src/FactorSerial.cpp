@@ -163,6 +163,7 @@ template <class T> void Orvel::factorParallel(OrvelData<T>& data, unsigned int t
 {
     data.factored = 0; // also if an allocation throws on the way
     data.hasPivotScales = 0;
+    data.scaledIsProduct = 0;
     if (!detail::factorFast(data, threads))
         SerialFactorization<T>(data).run();
 }

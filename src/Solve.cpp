@@ -1,7 +1,7 @@
 #include <kyrOrvel/Orvel>
 
 #include "detail/FactorOnDemand.h"
-#include "detail/Prefetch.h"
+#include "detail/FactorPath.h"
 #include "detail/SolveSteps.h"
 
 #include <algorithm>
@@ -11,25 +11,34 @@ namespace kyrOrvel {
 
 namespace {
 
-/// Bytes of a factor from which on solves ask for memory ahead: what two of that take does not stay
-/// in the nearest caches. With walls, nets and elastic cubes beyond that, solves behind their
-/// factorization take 0.6 to 0.75 of the time; small ropes and bridges would take 1.04.
-constexpr std::size_t kLargeFactor = std::size_t(1) << 19;
+using detail::SolveReading;
 
-template <class T, class Forwards, class Backwards>
-void solvePasses(const OrvelData<T>& data, T* x, Forwards forwards, Backwards backwards)
+// Bytes of L from which on solves ask for memory ahead, or read nothing but L. What two of the
+// first take does not stay in the nearest caches: with walls, nets and elastic cubes beyond that,
+// solves behind their factorization take 0.6 to 0.75 of the time; small ropes and bridges would
+// take 1.04. What two of the second take does not stay in those of the core.
+constexpr std::size_t kFarFactor = std::size_t(1) << 19;
+constexpr std::size_t kLargeFactor = std::size_t(1) << 20;
+
+template <class T> SolveReading readingOf(const OrvelData<T>& data)
 {
-    // L·y = b. Rows before the first nonzero keep their b, which is zero.
-    const SparseMatrix<T>& L = data.factor;
-    const auto readsAll = [](unsigned int) { return true; };
-    for (unsigned int r = detail::firstNonzeroRow(L, x); r < L.numBlockRows; ++r)
-        detail::forwardRow(L, r, x, readsAll, forwards);
+    const SolveReading forced = detail::solveReading();
+    const bool made = data.scaledIsProduct != 0;
+    if (forced != SolveReading::Automatic)
+        return forced == SolveReading::FactorAlone && !made ? SolveReading::Far : forced;
+    const std::size_t bytes = data.factor.valueCapacity * sizeof(T);
+    if (bytes < kFarFactor)
+        return SolveReading::Near;
+    return made && bytes >= kLargeFactor ? SolveReading::FactorAlone : SolveReading::Far;
+}
 
-    // D·Lᵀ·x = y. L·D carries the pivots, so no pass for D alone is needed.
-    const SparseMatrix<T>& S = data.scaledFactor;
-    const auto tellNobody = [](unsigned int) {};
-    for (unsigned int r = S.numBlockRows; r-- > 0;)
-        detail::backwardRow(S, r, x, tellNobody, backwards);
+/// L·y = b, then D·Lᵀ·x = y. L·D carries the pivots, so no pass for D alone is needed.
+template <class T> void solvePlainly(const OrvelData<T>& data, unsigned int firstRow, T* x)
+{
+    for (unsigned int r = firstRow; r < data.factor.numBlockRows; ++r)
+        detail::plainForwardRow(data.factor, r, x);
+    for (unsigned int r = data.scaledFactor.numBlockRows; r-- > 0;)
+        detail::plainBackwardRow(data.scaledFactor, r, x);
 }
 
 } // namespace
@@ -41,10 +50,16 @@ template <class T> bool Orvel::solve(OrvelData<T>& data, T* x)
     if (L.numBlockRows == 0 || L.numBlocks == 0)
         return false;
 
-    if (L.valueCapacity * sizeof(T) < kLargeFactor)
-        solvePasses(data, x, detail::NothingAhead(), detail::NothingAhead());
-    else
-        solvePasses(data, x, detail::Prefetch<true>(), detail::Prefetch<false>());
+    // Rows before the first nonzero keep their b, which is zero.
+    const unsigned int firstRow = detail::firstNonzeroRow(L, x);
+    if (const detail::FactorFunctions<T>* const functions = detail::factorFunctions<T>()) {
+        const SolveReading reading = readingOf(data);
+        functions->solveRows({detail::solveFactor(L), detail::solveFactor(data.scaledFactor),
+                              reading == SolveReading::FactorAlone ? data.pivots.data : x, reading,
+                              firstRow, x});
+    } else {
+        solvePlainly(data, firstRow, x);
+    }
     return true;
 }
 

@@ -4,11 +4,19 @@
 #include "detail/SolveSteps.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <vector>
 
 namespace kyrOrvel {
 
 namespace {
+
+using detail::SolveFactor;
+using detail::SolveReading;
+using detail::SolveTask;
+
+#include "detail/SolveRows.h"
 
 /// The last block row reached when the sizes are added up until they cover `start` scalars. On a
 /// boundary that is the row that ends there, not the one that begins.
@@ -64,22 +72,25 @@ template <class T> unsigned long Orvel::unitSolve(OrvelData<T>& data, T* x, int 
     for (const int r : path)
         marks[r] = 1;
 
+    const SolveFactor<T> factor = detail::solveFactor(L);
     unsigned int first = L.blockSizes[n];
     for (const int r : path) {
         const auto row = static_cast<unsigned int>(r);
         first = std::min(first, L.blockOffsets[row]);
-        detail::forwardRow(L, row, x, [&](unsigned int c) { return marks[c] != 0; });
+        forwardRow(
+            factor, row, x, [&](unsigned int c) { return marks[c] != 0; }, NothingAhead());
     }
 
-    const SparseMatrix<T>& S = data.scaledFactor;
+    const SolveFactor<T> S = detail::solveFactor(data.scaledFactor);
     for (unsigned int r = static_cast<unsigned int>(path.back()) + 1; r-- > 0;) {
         if (!marks[r])
             continue;
-        first = std::min(first, S.blockOffsets[r]);
-        detail::backwardRow(S, r, x, [&](unsigned int c) {
+        first = std::min(first, S.offsets[r]);
+        const auto mark = [&](unsigned int c) {
             marks[c] = 1;
-            first = std::min(first, S.blockOffsets[c]);
-        });
+            first = std::min(first, S.offsets[c]);
+        };
+        backwardRow<StoredProduct>(S, x, r, x, mark, NothingAhead());
     }
     return first;
 }

@@ -40,6 +40,11 @@ KYRORVEL_EXPORT void setFactorSchedule(FactorSchedule schedule);
 
 FactorSchedule factorSchedule();
 
+/// How solves read the factors from now on, in all threads; for tests and measurements.
+KYRORVEL_EXPORT void setSolveReading(SolveReading reading);
+
+SolveReading solveReading();
+
 /// The functions of the path that factorizations take, or null for the plain one.
 template <class T> const FactorFunctions<T>* factorFunctions();
 

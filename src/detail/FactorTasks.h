@@ -4,6 +4,7 @@
 #include "BoundedPivot.h"
 
 #include <cstddef>
+#include <cstdint>
 
 namespace kyrOrvel {
 namespace detail {
@@ -93,6 +94,34 @@ template <class T> struct PanelFactorization : FactorTask<T> {
 /// Returns when another thread has set a flag; what it wrote before can be read then.
 void waitUntilSet(const unsigned char& flag);
 
+/// How a solve reads the factors.
+enum class SolveReading {
+    Automatic,  ///< what is faster for the size of the factors; none that a task has
+    Near,       ///< both, which are in caches that the processor fills in time by itself
+    Far,        ///< both, asking for memory ahead
+    FactorAlone ///< L, asking for memory ahead: L·D is made of it and the pivots
+};
+
+/// L or L·D, the diagonal block last in each row.
+template <class T> struct SolveFactor {
+    unsigned int numRows;
+    const unsigned int* rowStart;
+    const unsigned int* columns;
+    const unsigned int* sizes;
+    const unsigned int* offsets;
+    const T* const* blocks; ///< per slot
+};
+
+/// A right-hand side, and what turns it into the solution.
+template <class T> struct SolveTask {
+    SolveFactor<T> L;
+    SolveFactor<T> S; ///< L·D
+    const T* pivots;  ///< D where L·D is not read, else x
+    SolveReading reading;
+    unsigned int firstRow; ///< block row; those before are zero
+    T* x;
+};
+
 /// A block of a front, and the factor's block that changes it.
 template <class T> struct FrontTarget {
     const T* L; ///< rows × nb
@@ -114,6 +143,7 @@ template <class T> struct FactorFunctions {
     void (*factorRows)(const RowFactorization<T>& task);
     void (*factorPanels)(const PanelFactorization<T>& task);
     UpdateFront<T> updateFront;
+    void (*solveRows)(const SolveTask<T>& task);
 };
 
 struct FactorTable {

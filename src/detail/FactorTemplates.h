@@ -11,11 +11,12 @@
 
 #include "FactorPanels.h"
 #include "FactorRows.h"
+#include "SolveRows.h"
 #include "UpdateFronts.h"
 
 template <class T> constexpr FactorFunctions<T> factorFunctions()
 {
-    return {factorRows<T>, factorPanels<T>, updateFront<T>};
+    return {factorRows<T>, factorPanels<T>, updateFront<T>, solveRows<T>};
 }
 
 constexpr FactorTable factorTable()

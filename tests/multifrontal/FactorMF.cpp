@@ -149,6 +149,19 @@ TYPED_TEST(FactorMF, IsDoneByASolveThatFindsNoFactor)
     EXPECT_EQ(onDemand, afterwards);
 }
 
+// Its L·D rounds otherwise than the products of L and D.
+TYPED_TEST(FactorMF, LeavesNoProductsThatSolvesMayMakeAnew)
+{
+    Random random(6);
+    Problem<TypeParam> problem(support::quasiDefiniteSystem<TypeParam>(random, 12, 0.2, 1, 4));
+    problem.map(2);
+    problem.data.scaledIsProduct = 1; // as a serial factorization does
+
+    Orvel::factorMF(problem.data);
+
+    EXPECT_EQ(problem.data.scaledIsProduct, 0);
+}
+
 TYPED_TEST(FactorMF, OfAnEmptySystemSetsFactored)
 {
     Problem<TypeParam> problem{System<TypeParam>()};

@@ -1,5 +1,6 @@
 #include "support/BitSystems.h"
 #include "support/Bits.h"
+#include "support/FactorPaths.h"
 #include "support/PlainFactorization.h"
 #include "support/Scalars.h"
 
@@ -9,6 +10,7 @@
 
 #include <vector>
 
+using kyrOrvel::detail::SolveReading;
 using support::Random;
 using support::System;
 
@@ -37,6 +39,86 @@ TYPED_TEST(SolveBits, EqualsThePlainSolve)
             ASSERT_TRUE(support::sameBits(x.data(), expected.data(), x.size()));
         }
     }
+}
+
+constexpr SolveReading kReadings[] = {SolveReading::Near, SolveReading::Far,
+                                      SolveReading::FactorAlone};
+
+/// The solve on every instruction set, reading the factors in every way.
+template <class T> class SolvePathBits : public support::FactorPaths<T> {
+protected:
+    ~SolvePathBits() override { setSolveReading(SolveReading::Automatic); }
+
+    void expectPlainSolutions(Random& random, const System<T>& system)
+    {
+        const auto factors = support::plainFactor(system);
+        const std::vector<T> b = support::bitVector(random, system);
+        std::vector<T> expected = b;
+        support::plainSolve(factors, expected);
+        const auto data = support::makeData(system);
+        this->forEachPath([&] {
+            data->factored = 0;
+            for (const SolveReading reading : kReadings) {
+                SCOPED_TRACE(int(reading));
+                setSolveReading(reading);
+                std::vector<T> x = b;
+
+                ASSERT_TRUE(kyrOrvel::Orvel::solve(*data, x.data()));
+
+                ASSERT_TRUE(support::sameBits(x.data(), expected.data(), x.size()));
+            }
+        });
+    }
+};
+TYPED_TEST_SUITE(SolvePathBits, support::Scalars);
+
+TYPED_TEST(SolvePathBits, EqualThePlainSolveOnSmallBlocks)
+{
+    for (std::uint64_t seed = 1; seed <= 80; ++seed) {
+        SCOPED_TRACE(seed);
+        Random random(seed);
+        this->expectPlainSolutions(random, this->system(random));
+    }
+}
+
+TYPED_TEST(SolvePathBits, EqualThePlainSolveOnBlocksOfAllSizes)
+{
+    for (std::uint64_t seed = 1; seed <= 20; ++seed) {
+        SCOPED_TRACE(seed);
+        Random random(seed);
+        this->expectPlainSolutions(random,
+                                   this->system(random, random.integer(1, 10),
+                                                {0, 1, 2, 3, 4, 5, 6, 7, 9, 11, 13, 17, 40}));
+    }
+}
+
+TYPED_TEST(SolvePathBits, EqualThePlainSolveBeyondCaches)
+{
+    Random random(1);
+    const auto system = this->system(random, 250, {3, 5, 6, 4});
+    this->expectPlainSolutions(random, system);
+}
+
+// Whoever changes a factor by hand says so.
+TYPED_TEST(SolvePathBits, ProductsAreReadWhereTheyMayBeOthers)
+{
+    Random random(7);
+    const auto system = this->system(random, 5, {3, 6});
+    const auto data = support::makeData(system);
+    kyrOrvel::Orvel::factorSerial(*data);
+    ASSERT_NE(data->scaledIsProduct, 0);
+    setSolveReading(SolveReading::FactorAlone);
+    std::vector<TypeParam> x = support::bitVector(random, system);
+    std::vector<TypeParam> half = x;
+    ASSERT_TRUE(kyrOrvel::Orvel::solve(*data, x.data()));
+
+    for (std::size_t i = 0; i < data->scaledFactor.valueCapacity; ++i)
+        data->scaledFactor.values[i] *= 2;
+    data->scaledIsProduct = 0;
+    ASSERT_TRUE(kyrOrvel::Orvel::solve(*data, half.data()));
+
+    const std::size_t last = x.size() - 1;
+    EXPECT_EQ(half[last], x[last] / 2);
 }
 
 } // namespace
