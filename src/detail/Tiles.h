@@ -14,6 +14,24 @@ template <class T> struct Tile {
     unsigned int strideC;
 };
 
+/// Takes the products of one column of S with one row of B from the sums, and moves on along S, s
+/// scalars to a row.
+template <class T, int Count, int Rows, int Width>
+[[gnu::always_inline]] inline void subtractProducts(PaddedRow<T, Width> (&sums)[Count][Rows],
+                                                    const T* (&S)[Count], unsigned int s,
+                                                    const T* B)
+{
+    PaddedRow<T, Width> part;
+    part.load(B);
+#pragma GCC unroll 2
+    for (unsigned int f = 0; f < Count; ++f) {
+#pragma GCC unroll 8
+        for (unsigned int i = 0; i < Rows; ++i)
+            sums[f][i].subtract(part, S[f][i * s]);
+        ++S[f];
+    }
+}
+
 /// Rows × Width sums for each of some factor rows, of at least one block. They stay in registers:
 /// loops are unrolled for certain, none of them is skipped, and nothing of the tile is read again
 /// behind a store.
@@ -37,16 +55,13 @@ template <class T, int Count, int Rows, int Width> void subtractTile(const Tile<
 #pragma GCC unroll 2
         for (unsigned int f = 0; f < Count; ++f)
             S[f] = tile.S[f][b] + std::size_t(tile.row) * s;
-        for (unsigned int q = 0; q < s; ++q, B += strideB) {
-            PaddedRow<T, Width> part;
-            part.load(B);
-#pragma GCC unroll 2
-            for (unsigned int f = 0; f < Count; ++f) {
-#pragma GCC unroll 8
-                for (unsigned int i = 0; i < Rows; ++i)
-                    sums[f][i].subtract(part, S[f][i * s]);
-                ++S[f];
-            }
+        if (s == 3) { // what a loop takes would show beside so little
+#pragma GCC unroll 3
+            for (unsigned int q = 0; q < 3; ++q, B += strideB)
+                subtractProducts<T>(sums, S, 3, B);
+        } else {
+            for (unsigned int q = 0; q < s; ++q, B += strideB)
+                subtractProducts<T>(sums, S, s, B);
         }
     } while (++b < count);
 #pragma GCC unroll 2
@@ -73,7 +88,8 @@ template <class T, int Count, int Rows>
 void subtractTileColumns(Tile<T>& tile, unsigned int columns)
 {
     constexpr unsigned int kWide = 64 / sizeof(T);
-    if constexpr (2 * Count * Rows <= kTileRows)
+    constexpr int kMostRows = kVectorBytes == 64 ? kTileRows : kTileRows / 2;
+    if constexpr (Count * Rows <= kMostRows)
         subtractWideTiles<T, Count, Rows, 2 * kWide>(tile, columns);
     subtractWideTiles<T, Count, Rows, kWide>(tile, columns);
     if constexpr (kWide > 8)
