@@ -88,6 +88,7 @@ void PanelPlan<T>::makeRoom(const std::vector<unsigned int>& sizes,
     const auto numPanels = static_cast<unsigned int>(m_panelStart.size()) - 1;
     std::size_t panel = 0;
     std::size_t widest = 0; // of several columns
+    std::size_t gathered = 0;
     std::size_t packed = 0;
     unsigned int columns = 0;
     const auto widthOf = [&](unsigned int p) {
@@ -101,6 +102,8 @@ void PanelPlan<T>::makeRoom(const std::vector<unsigned int>& sizes,
         for (unsigned int e = columnStart[first]; e < columnStart[first + 1]; ++e)
             rows += sizes[columnEntries[e].row];
         panel = std::max(panel, rows * width);
+        gathered =
+            std::max<std::size_t>(gathered, packedStride<T>(static_cast<unsigned int>(width)));
         if (m_panelStart[p + 1] - first > 1)
             widest = std::max(widest, width);
         columns = std::max(columns, m_panelStart[p + 1] - first);
@@ -112,9 +115,11 @@ void PanelPlan<T>::makeRoom(const std::vector<unsigned int>& sizes,
     Room& room = m_rooms.front();
     room.position.resize(sizes.size());
     room.packedAt.resize(std::size_t(columns) + 1);
+    room.runs.resize(std::size_t(columns) + 1);
     room.panel.resize(panel + kSpareScalars);
     room.triangle.resize(widest * widest + kSpareScalars);
     room.packed.resize(packed + kSpareScalars);
+    room.gathered.resize(kMostGatheredRows * gathered + kSpareScalars);
     room.lanes.resize(kLanes * *std::max_element(sizes.begin(), sizes.end()));
 }
 
@@ -132,9 +137,11 @@ template <class T> void PanelPlan<T>::fill(PanelFactorization<T>& task, unsigned
     task.sources = m_sources.data();
     task.position = room.position.data();
     task.packedAt = room.packedAt.data();
+    task.runs = room.runs.data();
     task.panel = room.panel.data();
     task.triangle = room.triangle.data();
     task.packed = room.packed.data();
+    task.gathered = room.gathered.data();
     task.lanes = room.lanes.data();
 }
 

@@ -10,6 +10,11 @@ template <class T> class PanelFactorizer {
     /// Scalar columns that take the products of a panel's earlier columns at once.
     static constexpr unsigned int kGroupWidth = 24;
 
+    // Runs of columns that are this short on average are gathered, so that tiles are wide, unless
+    // products are so few that the copies would show.
+    static constexpr unsigned int kShortRun = 16;
+    static constexpr unsigned int kFewProducts = 72;
+
 public:
     explicit PanelFactorizer(const PanelFactorization<T>& task) : m(task) {}
 
@@ -106,16 +111,15 @@ private:
         const ColumnEntry* const entries = m.columnEntries;
         unsigned int e = source.first;
         for (; e < source.end; ++e) // rows of the panel itself end with their diagonal block
-            subtractRows<1>(source, entries + e, first, count, m.packedAt[e - source.first + 1],
-                            stride);
+            subtractRows<1>(entries + e, first, count, m.packedAt[e - source.first + 1], stride);
         while (e < source.last) {
             const bool pair = e + 1 < source.last &&
                               m.sizes[entries[e].row] == m.sizes[entries[e + 1].row] &&
                               2 * m.sizes[entries[e].row] <= kTileRows;
             if (pair)
-                subtractRows<2>(source, entries + e, first, count, columns, stride);
+                subtractRows<2>(entries + e, first, count, columns, stride);
             else
-                subtractRows<1>(source, entries + e, first, count, columns, stride);
+                subtractRows<1>(entries + e, first, count, columns, stride);
             e += pair ? 2 : 1;
         }
     }
@@ -130,6 +134,7 @@ private:
             columns += m.sizes[m.columnEntries[e].row];
         }
         m.packedAt[source.end - source.first] = columns;
+        findRuns(source, first, count);
         const unsigned int stride = packedStride<T>(columns);
         for (unsigned int e = source.first; e < source.end; ++e) {
             const ColumnEntry entry = m.columnEntries[e];
@@ -146,14 +151,68 @@ private:
         return columns;
     }
 
-    /// The share of one block row, or two, for the first `end` packed columns; those that are
-    /// neighbours in the panel together.
+    /// Finds the runs of packed columns, and whether they are to be gathered.
+    void findRuns(const PanelSource& source, unsigned int first, unsigned int count)
+    {
+        unsigned int runs = 0;
+        unsigned int next = 0; // row that would go on with the run
+        for (unsigned int e = source.first; e < source.end; ++e) {
+            const unsigned int c = m.columnEntries[e].row;
+            const unsigned int from = m.packedAt[e - source.first];
+            if (runs == 0 || c != next)
+                m.runs[runs++] = {from, from, columnOf(c)};
+            m.runs[runs - 1].to = m.packedAt[e - source.first + 1];
+            next = c + 1;
+        }
+        const unsigned int columns = m.runs[runs - 1].to;
+        m.runs[runs] = {columns, columns, 0};
+        const unsigned int last = first + count - 1;
+        const unsigned int products = m.offsets[last] + m.sizes[last] - m.offsets[first];
+        m_gather = runs > 1 && products >= kFewProducts && columns < kShortRun * runs;
+    }
+
+    /// The share of one block row, or two, for the first `end` packed columns.
     template <int Count>
-    void subtractRows(const PanelSource& source, const ColumnEntry* entry, unsigned int first,
-                      unsigned int count, unsigned int end, unsigned int stride)
+    void subtractRows(const ColumnEntry* entry, unsigned int first, unsigned int count,
+                      unsigned int end, unsigned int stride)
+    {
+        const unsigned int rows = m.sizes[entry->row];
+        if (m_gather && Count * rows <= kMostGatheredRows)
+            return subtractGathered<Count>(entry, first, count, end, stride);
+        T* row[2];
+        Tile<T> tile = beginTile<Count>(entry, first, count, stride, row);
+        tile.strideC = m_width;
+        for (const PackedRun* run = m.runs; run->from < end; ++run) {
+            const unsigned int to = run->to < end ? run->to : end;
+            subtractTiles<Count>(tile, rows, m.packed + run->from, row[0] + run->at,
+                                 row[1] + run->at, to - run->from);
+        }
+    }
+
+    template <int Count>
+    [[gnu::noinline]] void subtractGathered(const ColumnEntry* entry, unsigned int first,
+                                            unsigned int count, unsigned int end,
+                                            unsigned int stride)
+    {
+        const unsigned int rows = m.sizes[entry->row];
+        T* row[2];
+        Tile<T> tile = beginTile<Count>(entry, first, count, stride, row);
+        tile.strideC = packedStride<T>(end);
+        T* const gathered = m.gathered;
+        const std::size_t half = std::size_t(rows) * tile.strideC;
+        for (int f = 0; f < Count; ++f)
+            copyRuns<true>(row[f], gathered + f * half, rows, tile.strideC, end);
+        subtractTiles<Count>(tile, rows, m.packed, gathered, gathered + half, end);
+        for (int f = 0; f < Count; ++f)
+            copyRuns<false>(row[f], gathered + f * half, rows, tile.strideC, end);
+    }
+
+    template <int Count>
+    [[gnu::always_inline]] Tile<T> beginTile(const ColumnEntry* entry, unsigned int first,
+                                             unsigned int count, unsigned int stride,
+                                             T* (&row)[2]) const
     {
         Tile<T> tile;
-        T* row[2];
         for (int f = 0; f < 2; ++f) {
             const ColumnEntry of = entry[Count == 2 ? f : 0];
             tile.S[f] = m.S + of.slot;
@@ -162,25 +221,27 @@ private:
         tile.sizes = m.sizes + first;
         tile.count = count;
         tile.strideB = stride;
-        tile.strideC = m_width;
-        unsigned int e = source.first;
-        unsigned int from = 0;
-        while (from < end) {
-            const unsigned int c = m.columnEntries[e].row;
-            unsigned int to = from;
-            for (unsigned int next = c; to < end && m.columnEntries[e].row == next; ++e, ++next)
-                to = m.packedAt[e - source.first + 1];
-            const unsigned int at = columnOf(c);
-            subtractTiles<Count>(tile, m.sizes[entry->row], m.packed + from, row[0] + at,
-                                 row[1] + at, to - from);
-            from = to;
-        }
+        return tile;
+    }
+
+    /// Copies the first `end` packed columns of some rows of the panel to a dense array, or back.
+    template <bool Gather>
+    void copyRuns(T* panel, T* dense, unsigned int rows, unsigned int stride,
+                  unsigned int end) const
+    {
+        for (unsigned int i = 0; i < rows; ++i, panel += m_width, dense += stride)
+            for (const PackedRun* run = m.runs; run->from < end; ++run) {
+                const unsigned int to = run->to < end ? run->to : end;
+                T* const there = panel + run->at - run->from;
+                for (unsigned int j = run->from; j < to; ++j)
+                    (Gather ? dense : there)[j] = (Gather ? there : dense)[j];
+            }
     }
 
     /// C -= S·B for `rows` rows of each factor row, some at a time.
     template <int Count>
-    static void subtractTiles(Tile<T>& tile, unsigned int rows, const T* B, T* C0, T* C1,
-                              unsigned int columns)
+    [[gnu::always_inline]] static void subtractTiles(Tile<T>& tile, unsigned int rows, const T* B,
+                                                     T* C0, T* C1, unsigned int columns)
     {
         constexpr unsigned int kRows = kTileRows / Count;
         for (unsigned int i = 0; tile.count > 0 && i < rows; i += kRows) {
@@ -305,6 +366,7 @@ private:
     unsigned int m_width = 0;     ///< scalar columns
     unsigned int m_below = 0;     ///< column entry: the first row below the panel
     unsigned int m_lastEntry = 0; ///< column entry: one after the last
+    bool m_gather = false;        ///< whether the runs of the source at hand are gathered
 };
 
 template <class T> void factorPanels(const PanelFactorization<T>& task)

@@ -75,6 +75,16 @@ struct PanelSource {
     unsigned int last;  ///< column entry: one after the last
 };
 
+/// Packed columns [from, to) that are neighbours in the panel at hand too, from `at` on.
+struct PackedRun {
+    unsigned int from;
+    unsigned int to;
+    unsigned int at;
+};
+
+/// The most rows whose columns are gathered at once.
+constexpr unsigned int kMostGatheredRows = 8;
+
 /// A factorization panel by panel. The block columns of a panel have the same rows, but for those
 /// that have become columns: blocks side by side in a row are neighbours in its slots.
 template <class T> struct PanelFactorization : FactorTask<T> {
@@ -84,9 +94,12 @@ template <class T> struct PanelFactorization : FactorTask<T> {
     const PanelSource* sources;
     unsigned int* position; ///< per block row: its first scalar row in the panel at hand
     unsigned int* packedAt; ///< per column of the panel at hand that a source has, and one more
+    PackedRun* runs;        ///< as many, the last of them empty
     T* panel;               ///< the largest panel, and kSpareScalars
     T* triangle; ///< columns of the widest panel of several blocks, squared, and kSpareScalars
     T* packed;   ///< the most columns of a source, packedStride of those of a panel apart, and
+                 ///< kSpareScalars
+    T* gathered; ///< kMostGatheredRows, packedStride of the most columns of a panel apart, and
                  ///< kSpareScalars
     T* lanes;    ///< the largest block, 8 lanes for each of its columns
 };

@@ -50,9 +50,11 @@ private:
     struct Room {
         std::vector<unsigned int> position;
         std::vector<unsigned int> packedAt;
+        std::vector<PackedRun> runs;
         Workspace<T> panel;
         Workspace<T> triangle;
         Workspace<T> packed;
+        Workspace<T> gathered;
         Workspace<T> lanes;
     };
     std::vector<Room> m_rooms; ///< per thread
