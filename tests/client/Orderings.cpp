@@ -3,6 +3,7 @@
 #include "support/Mechanisms.h"
 #include "support/Random.h"
 
+#include <kyrOrvel/Orvel>
 #include <kyrOrvelClient/BlockLDLT>
 #include <kyrOrvelClient/Scenes>
 
@@ -48,6 +49,18 @@ Words randomParents(Random& random, unsigned int n)
     for (unsigned int b = 1; b < n; ++b)
         parents[b] = random.integer(0, b - 1);
     return parents;
+}
+
+/// Blocks on the longest way from a leaf of the elimination tree to its root.
+unsigned int heightOf(const BlockLDLT<double>& solver)
+{
+    const auto& parent = solver.data().eliminationTree.parent;
+    const auto n = static_cast<unsigned int>(solver.analysis().order.size());
+    std::vector<unsigned int> height(n, 1);
+    for (unsigned int k = 0; k < n; ++k)
+        if (parent[k] != k)
+            height[parent[k]] = std::max(height[parent[k]], height[k] + 1);
+    return *std::max_element(height.begin(), height.end());
 }
 
 std::uint64_t operationsOf(const BlockMatrix<double>& A, Ordering ordering)
@@ -306,6 +319,46 @@ TEST(CheckOrder, CountsRows)
 
     EXPECT_EQ(checkOrder(A, {0, 2, 1}).block, 2u);
     EXPECT_TRUE(checkOrder(A, {0, 1, 2}).ok());
+}
+
+TEST(Orderings, ChainsAreTakenFromBothEnds)
+{
+    for (const bool values : {true, false}) {
+        SCOPED_TRACE(values);
+        const auto scene = kyrOrvel::client::makeChain(50);
+        const auto n = scene.matrix.numBlockRows();
+        BlockLDLT<double> solver;
+        const Status& status =
+            values ? solver.compute(scene.matrix) : solver.analyzePattern(scene.matrix);
+        ASSERT_TRUE(status.ok()) << status.message;
+
+        EXPECT_LT(heightOf(solver), 0.55 * n);
+        EXPECT_LE(solver.analysis().factorBlocks,
+                  solver.analysis().matrixBlocks + (values ? 2 : n));
+    }
+}
+
+TEST(Orderings, BlocksOfBothEndsTakeTurns)
+{
+    const auto scene = kyrOrvel::client::makeRope(50);
+    BlockLDLT<double> solver;
+    ASSERT_TRUE(solver.compute(scene.matrix).ok());
+
+    const auto& parent = solver.data().eliminationTree.parent;
+    unsigned int next = 0; // blocks that the one behind them waits for
+    for (unsigned int k = 0; k + 1 < scene.matrix.numBlockRows(); ++k)
+        next += parent[k] == k + 1;
+    EXPECT_LT(next, 10u);
+}
+
+TEST(Orderings, ShortChainsAreTakenFromOneEndWithoutFill)
+{
+    const auto scene = kyrOrvel::client::makeRope(6);
+    BlockLDLT<double> solver;
+    ASSERT_TRUE(solver.compute(scene.matrix).ok());
+
+    EXPECT_EQ(heightOf(solver), scene.matrix.numBlockRows());
+    EXPECT_EQ(solver.statistics().fillBlocks, 0u);
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include "EarlyRule.h"
 #include "NestedDissection.h"
 #include "StructuralRank.h"
+#include "TwoEnds.h"
 
 #include <kyrOrvel/Reordering>
 
@@ -25,6 +26,10 @@ constexpr int kMaxRepairs = 4;
 
 /// Early elimination has to save that share of the operations: late elimination needs no luck.
 constexpr double kWorthwhile = 0.95;
+
+/// What eliminating a chain from both ends may cost, in operations of eliminating it from one:
+/// constraints at the far end have to wait for both of their bodies.
+constexpr double kBothEndsCost = 1.5;
 
 /// An order with that many times the blocks of another's factor is not looked at further: waiting
 /// for the hub of a large star would fill the matrix.
@@ -138,6 +143,17 @@ Status orderRepaired(const OrderingInput& input, ScratchPad& scratch, OrderingRe
     return status;
 }
 
+/// The factor's structure, up to that many blocks, for the order as it stands.
+FactorStructure structureOf(const OrderingInput& input, const OrderingResult& result,
+                            std::uint64_t maxBlocks = UINT64_MAX)
+{
+    std::vector<unsigned int> sizes;
+    sizes.reserve(result.permutation.size);
+    for (unsigned int k = 0; k < result.permutation.size; ++k)
+        sizes.push_back(input.sizes[result.permutation.P[k]]);
+    return FactorStructure(result.pattern, result.tree, sizes, maxBlocks);
+}
+
 /// Operations and blocks of the factor that an order leads to, unless it has more than `maxBlocks`.
 /// Leaves `result` with its structure.
 FactorCounts countsOf(const OrderingInput& input, const Order& order, ScratchPad& scratch,
@@ -145,11 +161,7 @@ FactorCounts countsOf(const OrderingInput& input, const Order& order, ScratchPad
 {
     use(order, result.permutation);
     buildStructure(input, scratch, result);
-    std::vector<unsigned int> sizes;
-    sizes.reserve(order.size());
-    for (const unsigned int block : order)
-        sizes.push_back(input.sizes[block]);
-    return FactorStructure(result.pattern, result.tree, sizes, maxBlocks).counts();
+    return structureOf(input, result, maxBlocks).counts();
 }
 
 /// Whether trailing blocks may stay where early elimination put them: no structurally zero pivot,
@@ -264,6 +276,35 @@ Status orderBest(const OrderingInput& input, const EarlyRule* rule, ScratchPad& 
     return {};
 }
 
+/// Takes a chain from both of its ends, block by block in turn, unless that costs too much. Each
+/// block of a chain waits for the one before it; so two are at work at a time, in factorizations on
+/// two threads and in solves on one. (A rotation of the elimination tree, Liu 1988.)
+///
+/// @return whether it did; the structure belongs to the order either way
+bool takeBothEnds(const OrderingInput& input, const EarlyRule* rule, ScratchPad& scratch,
+                  OrderingResult& result)
+{
+    if (!isPath(result.tree))
+        return false;
+    const Order oneEnd = orderIn(result.permutation);
+    const FactorCounts counts = structureOf(input, result).counts();
+    ConstraintPlacement placement(input, TrailingPlacement::AfterLast,
+                                  result.earlyBlocks > 0 ? rule : nullptr);
+    if (!placement.run(fromBothEnds(oneEnd)).ok() ||
+        firstStructurallyZeroPivot(input, placement.order()) != kNone)
+        return false;
+    const FactorCounts ofBoth =
+        countsOf(input, placement.order(), scratch, result, kHopeless * counts.blocks);
+    const bool better = ofBoth.complete && areTwoPaths(result.tree) &&
+                        static_cast<double>(ofBoth.operations) <
+                            kBothEndsCost * static_cast<double>(counts.operations);
+    use(better ? inTurn(placement.order(), result.tree) : oneEnd, result.permutation);
+    buildStructure(input, scratch, result);
+    if (better)
+        result.earlyBlocks = placement.earlyBlocks();
+    return better;
+}
+
 bool isOrder(const Order& order, std::size_t n)
 {
     std::vector<unsigned char> seen(n, 0);
@@ -345,6 +386,9 @@ Status computeOrdering(const OrderingInput& input, Ordering choice, const EarlyR
     moveIsolatedLast(input.pattern, result.permutation);
     buildStructure(input, scratch, result);
     if (choice == Ordering::User || choice == Ordering::Natural)
+        return {};
+    if (result.method == OrderingMethod::ConstraintAware &&
+        takeBothEnds(input, rule, scratch, result))
         return {};
     applyPostOrder(result);
     buildStructure(input, scratch, result);
