@@ -274,7 +274,7 @@ BlockMatrix<double> treeOfBlocks(unsigned int blocks, unsigned int size)
 
 TEST(BlockLDLTThreads, AutomaticTakesThreadsWhereTheTreeBranches)
 {
-    const BlockMatrix<double> A = treeOfBlocks(127, 24);
+    const BlockMatrix<double> A = treeOfBlocks(511, 48);
     BlockLDLT<double> solver;
     ASSERT_TRUE(solver.setThreads(4).ok());
 

@@ -24,8 +24,9 @@ Status tooLarge(const std::string& what, std::uint64_t count, std::uint64_t limi
 
 // The choice between one thread and several, in a schedule's units of a third of a nanosecond.
 
-/// About half a millisecond on one thread. Below it the hand-over costs more than threads bring.
-constexpr std::uint64_t kLeastWork = 1500000;
+/// About four milliseconds on one thread. Below it the hand-over, and what then has to move from
+/// one core to another, cost more than threads bring.
+constexpr std::uint64_t kLeastWork = 80000000;
 
 /// What the serial factorization, and the same on threads, take of the multifrontal one's time: 0.3
 /// to 0.7 on heaps, nets, lattices and pose graphs.
@@ -147,7 +148,7 @@ Status AnalyzedSystem<T>::buildStructure(const BlockMatrix<T>& A, OrderingResult
     if (counts.scalars + kValueSlack > kMaxCount)
         return tooLarge("the factor", counts.scalars, kMaxCount);
     structure.fill(data.factorRowStart, data.factorColumns, data.columnPattern);
-    Status result = planThreads(sizes);
+    Status result = planThreads(sizes, ordering.inTurn);
     if (!result.ok())
         return result;
     compliant = false;
@@ -161,7 +162,11 @@ Status AnalyzedSystem<T>::buildStructure(const BlockMatrix<T>& A, OrderingResult
 }
 
 /// Decides how many threads factor, and builds the schedule if they are to go by one.
-template <class T> Status AnalyzedSystem<T>::planThreads(const std::vector<unsigned int>& sizes)
+///
+/// @param inTurn  whether independent blocks alternate: threads that share them would write to the
+///                same cache lines
+template <class T>
+Status AnalyzedSystem<T>::planThreads(const std::vector<unsigned int>& sizes, bool inTurn)
 {
     analysis.multifrontal = false;
     analysis.threads = 1;
@@ -176,7 +181,7 @@ template <class T> Status AnalyzedSystem<T>::planThreads(const std::vector<unsig
         mapTree(data.eliminationTree, workPerNode(data.columnPattern, sizes), settings.threads);
     analysis.work = mapping.totalWork;
     analysis.makespan = mapping.makespan;
-    if (settings.factorization == Factorization::Automatic && !pays(mapping))
+    if (settings.factorization == Factorization::Automatic && (inTurn || !pays(mapping)))
         return {};
     analysis.threads = settings.threads;
     if (settings.factorization != Factorization::Multifrontal)

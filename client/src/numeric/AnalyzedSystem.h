@@ -54,7 +54,7 @@ private:
     Status build(const BlockMatrix<T>& A, const EarlyRule* rule);
     Status order(const EarlyRule* rule, OrderingResult& ordering);
     Status buildStructure(const BlockMatrix<T>& A, OrderingResult& ordering);
-    Status planThreads(const std::vector<unsigned int>& sizes);
+    Status planThreads(const std::vector<unsigned int>& sizes, bool inTurn);
     std::uint64_t countBytes(const BlockMatrix<T>& A, const FactorCounts& counts) const;
     std::uint64_t largestPanel() const;
 

@@ -277,8 +277,8 @@ Status orderBest(const OrderingInput& input, const EarlyRule* rule, ScratchPad& 
 }
 
 /// Takes a chain from both of its ends, block by block in turn, unless that costs too much. Each
-/// block of a chain waits for the one before it; so two are at work at a time, in factorizations on
-/// two threads and in solves on one. (A rotation of the elimination tree, Liu 1988.)
+/// block of a chain waits for the one before it; so two are at work at a time in the processor. (A
+/// rotation of the elimination tree, Liu 1988.)
 ///
 /// @return whether it did; the structure belongs to the order either way
 bool takeBothEnds(const OrderingInput& input, const EarlyRule* rule, ScratchPad& scratch,
@@ -380,6 +380,7 @@ Status computeOrdering(const OrderingInput& input, Ordering choice, const EarlyR
                        ScratchPad& scratch, OrderingResult& result)
 {
     result.earlyBlocks = 0;
+    result.inTurn = false;
     Status status = choose(input, choice, rule, scratch, result);
     if (!status.ok())
         return status;
@@ -387,8 +388,9 @@ Status computeOrdering(const OrderingInput& input, Ordering choice, const EarlyR
     buildStructure(input, scratch, result);
     if (choice == Ordering::User || choice == Ordering::Natural)
         return {};
-    if (result.method == OrderingMethod::ConstraintAware &&
-        takeBothEnds(input, rule, scratch, result))
+    result.inTurn = result.method == OrderingMethod::ConstraintAware &&
+                    takeBothEnds(input, rule, scratch, result);
+    if (result.inTurn)
         return {};
     applyPostOrder(result);
     buildStructure(input, scratch, result);

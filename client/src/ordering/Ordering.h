@@ -32,6 +32,7 @@ struct OrderingInput {
 struct OrderingResult {
     OrderingMethod method = OrderingMethod::Symamd;
     unsigned int earlyBlocks = 0; ///< trailing blocks before an ordinary one that they couple to
+    bool inTurn = false;          ///< whether blocks of two ends of a chain alternate
     Permutation permutation;      ///< P alone is in step
     SkeletonMatrix pattern;       ///< the input permuted by P; flags mark transposed entries
     EliminationTree tree;         ///< elimination tree of `pattern`
