@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <vector>
 
 using kyrOrvel::Orvel;
@@ -83,6 +84,35 @@ TYPED_TEST(FactorPathBits, EqualThePlainFactorizationOfADenseMatrixOfManyPanels)
             system.factorRows[r].push_back(c);
     }
     this->expectPlainBits(system);
+}
+
+// A wide panel with rows here and there in a later one, which it therefore changes by short runs of
+// columns, and with rows in pairs and alone below that.
+TYPED_TEST(FactorPathBits, EqualThePlainFactorizationWhereAPanelChangesScatteredColumns)
+{
+    for (std::uint64_t seed = 4001; seed <= 4030; ++seed) {
+        SCOPED_TRACE(seed);
+        Random random(seed);
+        const unsigned int wide = random.integer(14, 30);
+        const unsigned int n = wide + random.integer(6, 20);
+        System<TypeParam> system = this->system(random, n, {3, 3, 5, 6});
+        std::vector<unsigned int> changed;
+        for (unsigned int r = wide; r < n; ++r)
+            if (random.chance(0.6))
+                changed.push_back(r);
+        for (unsigned int r = 0; r < n; ++r) {
+            const bool couples =
+                r < wide || std::find(changed.begin(), changed.end(), r) != changed.end();
+            system.factorRows[r].clear();
+            for (unsigned int c = couples ? 0 : wide; c <= r; ++c)
+                system.factorRows[r].push_back(c);
+        }
+        system.rows = system.factorRows;
+        this->setValues(random, 0.3, system);
+        this->expectPlainBits(system);
+        if (this->HasFatalFailure())
+            return;
+    }
 }
 
 TYPED_TEST(FactorPathBits, KeepPivotsToBoundsAsThePlainOneDoes)
