@@ -205,7 +205,7 @@ std::uint64_t AnalyzedSystem<T>::countBytes(const BlockMatrix<T>& A,
     constexpr std::uint64_t kWord = sizeof(unsigned int);
     constexpr std::uint64_t kPerSlot = 2 * kWord + sizeof(T*); // column, tag, pointer
     constexpr std::uint64_t kPerRow = 3 * kWord;               // start, size, offset
-    constexpr std::uint64_t kVectors = 13; // pivots, their bounds and scales, right-hand sides ...
+    constexpr std::uint64_t kVectors = 14; // pivots, their bounds and scales, right-hand sides ...
     const std::uint64_t n = A.numBlockRows();
     const std::uint64_t matrixValues = data.matrix.valueCapacity;
     const std::uint64_t factors =
@@ -215,12 +215,14 @@ std::uint64_t AnalyzedSystem<T>::countBytes(const BlockMatrix<T>& A,
     const std::uint64_t structure = (2 * counts.blocks + A.numBlocks()) * kWord + n * 16 * kWord;
     const std::uint64_t square = std::uint64_t(largestBlock) * largestBlock;
     const std::uint64_t work = analysis.multifrontal ? 0 : 2 * square * sizeof(T); // of a block row
-    // The serial factorization remembers the pattern by rows and by columns, and reciprocals.
+    // The serial factorization remembers the pattern by rows and by columns, where the input's
+    // blocks go, and reciprocals.
     const std::uint64_t plan =
-        analysis.multifrontal ? 0
-                              : counts.blocks * (3 * kWord + 2 * sizeof(void*)) + n * 6 * kWord +
-                                    A.dimension() * sizeof(T) +
-                                    analysis.threads * (n * kWord + largestPanel() * sizeof(T));
+        analysis.multifrontal
+            ? 0
+            : counts.blocks * (3 * kWord + 2 * sizeof(void*)) + analysis.matrixBlocks * 2 * kWord +
+                  n * 7 * kWord + A.dimension() * sizeof(T) +
+                  analysis.threads * (n * kWord + largestPanel() * sizeof(T));
     return plan + factors + matrix + structure + work + kVectors * A.dimension() * sizeof(T) +
            m_schedule.bytes();
 }
