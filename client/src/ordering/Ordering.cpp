@@ -28,7 +28,7 @@ constexpr int kMaxRepairs = 4;
 constexpr double kWorthwhile = 0.95;
 
 /// What eliminating a chain from both ends may cost, in operations of eliminating it from one:
-/// constraints at the far end have to wait for both of their bodies.
+/// constraints that need both of their bodies may have to wait.
 constexpr double kBothEndsCost = 1.5;
 
 /// An order with that many times the blocks of another's factor is not looked at further: waiting
