@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdint>
 #include <vector>
 
 namespace kyrOrvel {
@@ -13,8 +12,6 @@ namespace kyrOrvel {
 namespace {
 
 using detail::SolveFactor;
-using detail::SolveReading;
-using detail::SolveTask;
 
 #include "detail/SolveRows.h"
 

@@ -13,7 +13,7 @@ template <class T> class PanelFactorizer {
     // Runs of columns that are this short on average are gathered, so that tiles are wide, unless
     // products are so few that the copies would show.
     static constexpr unsigned int kShortRun = 16;
-    static constexpr unsigned int kFewProducts = 72;
+    static constexpr unsigned int kLeastProducts = 72;
 
 public:
     explicit PanelFactorizer(const PanelFactorization<T>& task) : m(task) {}
@@ -173,7 +173,7 @@ private:
         m.runs[runs] = {columns, columns, 0};
         const unsigned int last = first + count - 1;
         const unsigned int products = m.offsets[last] + m.sizes[last] - m.offsets[first];
-        m_gather = runs > 1 && products >= kFewProducts && columns < kShortRun * runs;
+        m_gather = runs > 1 && products >= kLeastProducts && columns < kShortRun * runs;
     }
 
     /// The share of one block row, or two, for the first `end` packed columns.
@@ -238,8 +238,10 @@ private:
             for (const PackedRun* run = m.runs; run->from < end; ++run) {
                 const unsigned int to = run->to < end ? run->to : end;
                 T* const there = panel + run->at - run->from;
+                const T* const source = Gather ? there : dense;
+                T* const target = Gather ? dense : there;
                 for (unsigned int j = run->from; j < to; ++j)
-                    (Gather ? dense : there)[j] = (Gather ? there : dense)[j];
+                    target[j] = source[j];
             }
     }
 

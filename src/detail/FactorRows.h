@@ -33,6 +33,15 @@ template <int Size, class T, class V>
     }
 }
 
+/// A block of any size from its columns.
+template <class T, class V>
+inline void storeBlock(const V* columns, unsigned int rows, unsigned int size, T* block)
+{
+    for (unsigned int i = 0; i < rows; ++i)
+        for (unsigned int q = 0; q < size; ++q)
+            block[i * size + q] = columns[q][i];
+}
+
 /// A block row of at most Lanes scalar rows.
 template <class T, int Lanes> class AnyRow {
     using V = typename Vector<T, Lanes>::type;
@@ -104,17 +113,10 @@ private:
                           m.reciprocals + m.offsets[k]);
         for (unsigned int q = 0; m.pivotScales && q < s; ++q)
             m_scale += magnitudesBeyond<T>(-1, x[q] * scaled[q]);
-        store(x, m.L[slot], s);
-        store(scaled, m.S[slot], s);
+        storeBlock(x, m_rows, s, m.L[slot]);
+        storeBlock(scaled, m_rows, s, m.S[slot]);
         updateDiagonal(x, m.S[slot], s);
         updateLater<Size>(m, scaled, k, s);
-    }
-
-    void store(const V* x, T* block, unsigned int size) const
-    {
-        for (unsigned int i = 0; i < m_rows; ++i)
-            for (unsigned int q = 0; q < size; ++q)
-                block[i * size + q] = x[q][i];
     }
 
     /// A(r, r) -= L(r, k)·S(r, k)ᵀ
@@ -315,13 +317,9 @@ private:
                        m.reciprocals + m.offsets[k]);
         for (unsigned int q = 0; m.pivotScales && q < size; ++q)
             scale += magnitudesBeyond<T>(-1, x[q] * scaled[q]);
-        T* const L = m.L[slot];
         T* const S = m.S[slot];
-        for (unsigned int i = 0; i < Rows; ++i)
-            for (unsigned int q = 0; q < size; ++q) {
-                L[i * size + q] = x[q][i];
-                S[i * size + q] = scaled[q][i];
-            }
+        storeBlock(x, Rows, size, m.L[slot]);
+        storeBlock(scaled, Rows, size, S);
         for (unsigned int j = 0; j < Rows; ++j)
             for (unsigned int p = 0; p < size; ++p)
                 diagonal[j] -= x[p] * S[j * size + p];

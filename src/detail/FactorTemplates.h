@@ -12,6 +12,8 @@
 #include "FactorPanels.h"
 #include "FactorRows.h"
 #include "SolveRows.h"
+
+#include "SolvePasses.h"
 #include "UpdateFronts.h"
 
 template <class T> constexpr FactorFunctions<T> factorFunctions()

@@ -35,44 +35,21 @@ struct StoredProduct {
     {
         return stored;
     }
-    template <class T> static T pivot(T stored, const T* /*pivots*/, int /*column*/)
-    {
-        return stored;
-    }
 };
 
-/// Made of L and D on the way. A solve then reads L twice, but nothing else: where L and L·D do not
-/// fit into the caches near the processor, it takes 0.5 to 0.8 of the time; elsewhere up to 1.1.
+/// Made of L and D on the way: the pivots of the ones on its diagonal. A solve then reads L twice,
+/// but nothing else: where L and L·D do not fit into the caches near the processor, it takes 0.5 to
+/// 0.8 of the time; elsewhere up to 1.1.
 struct ProductOnTheWay {
     template <class T> static T product(T factor, const T* pivots, int column)
     {
         return factor * pivots[column];
-    }
-    template <class T> static T pivot(T /*one*/, const T* pivots, int column)
-    {
-        return pivots[column];
     }
 };
 
 /// Lets blocks be read when it is their turn.
 struct NothingAhead {
     template <class T> void operator()(const T*, std::size_t) const {}
-};
-
-/// Asks for memory four pages further on than what is being read, or as far before it. Processors
-/// look ahead on their own, but not beyond the end of a page.
-template <bool Forwards> struct Prefetch {
-    template <class T> void operator()(const T* values, std::size_t count) const
-    {
-        constexpr std::uintptr_t kDistance = 4 * 4096;
-        constexpr std::size_t kLine = 64;
-        const auto here = reinterpret_cast<std::uintptr_t>(values);
-        const std::uintptr_t there = Forwards ? here + kDistance : here - kDistance;
-        for (std::size_t offset = 0; offset < count * sizeof(T); offset += kLine)
-            // By number: a pointer must not leave its array.
-            __builtin_prefetch(
-                reinterpret_cast<const void*>(there + offset)); // NOLINT(performance-no-int-to-ptr)
-    }
 };
 
 /// y -= B·x, B m × n; y in registers.
@@ -136,6 +113,9 @@ template <class Product, int M, class T>
                 y[j] -= Product::product(B[static_cast<unsigned int>(i) * n + j], pivots, int(j)) *
                         x[i];
 }
+
+// Rows of other sizes: the plain loops again, as functions that are shared with the rest of the
+// program must not be compiled for newer processors.
 
 template <class T, class Filter>
 void forwardRowOfAnySize(const SolveFactor<T>& L, unsigned int r, T* x, Filter reads)
@@ -210,7 +190,7 @@ void backwardRowOfAnySize(const SolveFactor<T>& S, const T* pivots, unsigned int
     const unsigned int diagonal = S.rowStart[r + 1] - 1;
     const T* const F = S.blocks[diagonal];
     for (std::size_t i = m; i-- > 0;) {
-        xr[i] = xr[i] / Product::pivot(F[i * m + i], d, int(i));
+        xr[i] = xr[i] / Product::product(F[i * m + i], d, int(i));
         for (std::size_t j = 0; j < i; ++j)
             xr[j] -= xr[i] * Product::product(F[i * m + j], d, int(j));
     }
@@ -243,7 +223,7 @@ template <class Product, int M, class T, class Visitor, class Ahead>
 #pragma GCC unroll 8
     for (int done = 0; done < M; ++done) {
         const int i = M - 1 - done;
-        y[i] = y[i] / Product::pivot(F[i * M + i], d, i);
+        y[i] = y[i] / Product::product(F[i * M + i], d, i);
 #pragma GCC unroll 8
         for (int j = 0; j < i; ++j)
             y[j] -= y[i] * Product::product(F[i * M + j], d, j);
@@ -276,33 +256,4 @@ template <class Product, class T, class Visitor, class Ahead>
         });
     if (!fixed)
         backwardRowOfAnySize<Product>(S, pivots, r, x, writes);
-}
-
-template <class Product, class T, class Forwards, class Backwards>
-void solvePasses(const SolveTask<T>& task, const SolveFactor<T>& product, Forwards forwards,
-                 Backwards backwards)
-{
-    // Copies: for all that the compiler knows, x might be part of the task.
-    T* const x = task.x;
-    const SolveFactor<T> L = task.L;
-    const auto readsAll = [](unsigned int) { return true; };
-    for (unsigned int r = task.firstRow; r < L.numRows; ++r)
-        forwardRow(L, r, x, readsAll, forwards);
-    const SolveFactor<T> S = product;
-    const T* const pivots = task.pivots;
-    const auto tellNobody = [](unsigned int) {};
-    for (unsigned int r = S.numRows; r-- > 0;)
-        backwardRow<Product>(S, pivots, r, x, tellNobody, backwards);
-}
-
-template <class T> void solveRows(const SolveTask<T>& task)
-{
-    switch (task.reading) {
-    case SolveReading::FactorAlone:
-        return solvePasses<ProductOnTheWay>(task, task.L, Prefetch<true>(), Prefetch<false>());
-    case SolveReading::Far:
-        return solvePasses<StoredProduct>(task, task.S, Prefetch<true>(), Prefetch<false>());
-    default:
-        return solvePasses<StoredProduct>(task, task.S, NothingAhead(), NothingAhead());
-    }
 }

@@ -88,6 +88,7 @@ template <class T, int Count, int Rows>
 void subtractTileColumns(Tile<T>& tile, unsigned int columns)
 {
     constexpr unsigned int kWide = 64 / sizeof(T);
+    // A row is two vectors of 64 bytes or four smaller ones; half of the rows then fill registers.
     constexpr int kMostRows = kVectorBytes == 64 ? kTileRows : kTileRows / 2;
     if constexpr (Count * Rows <= kMostRows)
         subtractWideTiles<T, Count, Rows, 2 * kWide>(tile, columns);

@@ -41,8 +41,8 @@ TYPED_TEST(SolveBits, EqualsThePlainSolve)
     }
 }
 
-constexpr SolveReading kReadings[] = {SolveReading::Near, SolveReading::Far,
-                                      SolveReading::FactorAlone};
+constexpr SolveReading kReadings[] = {SolveReading::Automatic, SolveReading::Near,
+                                      SolveReading::Far, SolveReading::FactorAlone};
 
 /// The solve on every instruction set, reading the factors in every way.
 template <class T> class SolvePathBits : public support::FactorPaths<T> {
