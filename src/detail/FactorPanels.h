@@ -205,10 +205,10 @@ private:
         tile.strideC = packedStride<T>(end);
         T* const gathered = m.gathered;
         const std::size_t half = std::size_t(rows) * tile.strideC;
-        for (int f = 0; f < Count; ++f)
+        for (std::size_t f = 0; f < Count; ++f)
             copyRuns<true>(row[f], gathered + f * half, rows, tile.strideC, end);
         subtractTiles<Count>(tile, rows, m.packed, gathered, gathered + half, end);
-        for (int f = 0; f < Count; ++f)
+        for (std::size_t f = 0; f < Count; ++f)
             copyRuns<false>(row[f], gathered + f * half, rows, tile.strideC, end);
     }
 
