@@ -26,9 +26,9 @@ public:
 
     /// As addWeightedSquares for weights of which none is negative, and a number of scalars that
     /// the compiler knows.
-    template <int N> void addSquares(const T* v, const T* w)
+    template <std::size_t N> void addSquares(const T* v, const T* w)
     {
-        for (int q = 0; q < N; ++q)
+        for (std::size_t q = 0; q < N; ++q)
             addSquare(q % 4, v[q], w[q]);
     }
     void addSquares(const T* v, const T* w, std::size_t n)
