@@ -40,12 +40,21 @@ constexpr double kPanelsAbove = 0.6;
 
 template <class T> bool FactorPlan<T>::prepare(const OrvelData<T>& data)
 {
+    if (isVouchedFor(data))
+        return true;
+    m_isCurrent = false;
     if (!m_known || !isSamePattern(data)) {
         m_known = false; // should an allocation fail
         m_usable = takePattern(data);
         m_known = true;
     }
     return m_usable && takeInput(data.matrix);
+}
+
+/// Whether nothing but values has changed since the factors were laid out last.
+template <class T> bool FactorPlan<T>::isVouchedFor(const OrvelData<T>& data) const
+{
+    return m_isCurrent && data.onlyValuesChanged;
 }
 
 template <class T> bool FactorPlan<T>::isSamePattern(const OrvelData<T>& data) const
@@ -180,6 +189,8 @@ template <class T> bool FactorPlan<T>::findInputSlots(const SparseMatrix<T>& A)
 
 template <class T> void FactorPlan<T>::layOutFactors(OrvelData<T>& data)
 {
+    if (isVouchedFor(data))
+        return;
     if (!isLaidOut(data.factor) || !isLaidOut(data.scaledFactor)) {
         sizeFactors(data);
         for (unsigned int r = 0; r < m_numRows; ++r)
@@ -191,6 +202,7 @@ template <class T> void FactorPlan<T>::layOutFactors(OrvelData<T>& data)
     }
     std::fill_n(data.factor.blockTags, m_columns.size(), 0u);
     std::fill_n(data.scaledFactor.blockTags, m_columns.size(), 1u);
+    m_isCurrent = true;
 }
 
 template <class T> bool FactorPlan<T>::isLaidOut(const SparseMatrix<T>& factor) const

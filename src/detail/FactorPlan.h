@@ -19,7 +19,8 @@ namespace detail {
 template <class T> class FactorPlan {
 public:
     /// Brings the plan up to date with the factor pattern and the input of `data`; false if they
-    /// are none that a fast path can take. O(blocks) for a pattern that it knows.
+    /// are none that a fast path can take. O(blocks) for a pattern that it knows, O(1) for one that
+    /// the caller vouches for.
     bool prepare(const OrvelData<T>& data);
 
     /// Whether rows or panels are meant to be faster, or asked for.
@@ -39,6 +40,7 @@ public:
     const WorkShares& panelShares(unsigned int threads);
 
 private:
+    bool isVouchedFor(const OrvelData<T>& data) const;
     bool isSamePattern(const OrvelData<T>& data) const;
     bool takePattern(const OrvelData<T>& data);
     void takeColumns();
@@ -63,6 +65,7 @@ private:
 
     bool m_known = false; ///< whether the pattern below is whole
     bool m_usable = false;
+    bool m_isCurrent = false; ///< whether m_input and the factors' layout are as the data has them
     bool m_hasPanels = false; ///< whether m_panels is of this pattern
     unsigned int m_numRows = 0;
     std::vector<unsigned int> m_rowStart;

@@ -88,6 +88,49 @@ TYPED_TEST(Refactorize, RepeatedStepsGiveTheSameBits)
     }
 }
 
+TYPED_TEST(Refactorize, MatricesOfOnePatternInTurnAreFactoredByTheirOwnValues)
+{
+    for (unsigned int seed = 1; seed <= 20; ++seed) {
+        SCOPED_TRACE(seed);
+        Random random(seed);
+        const BlockMatrix<TypeParam> A = randomSystem<TypeParam>(random);
+        BlockMatrix<TypeParam> B = support::shuffledCopy(random, A);
+        for (unsigned int r = 0; r < B.firstTrailing(); ++r)
+            for (unsigned int i = 0; i < B.blockSize(r); ++i)
+                B.block(r, r)[i * B.blockSize(r) + i] += 1;
+        const auto b = random.scalars<TypeParam>(A.dimension());
+        BlockLDLT<TypeParam> own[2];
+        ASSERT_TRUE(own[0].compute(A).ok());
+        ASSERT_TRUE(own[1].compute(B).ok());
+        BlockLDLT<TypeParam> shared;
+        ASSERT_TRUE(shared.compute(A).ok());
+        ASSERT_EQ(shared.analysis().order, own[1].analysis().order);
+
+        for (const int which : {0, 1, 1, 0}) {
+            ASSERT_TRUE(shared.factorize(which == 0 ? A : B).ok());
+            const auto x = solve(shared, b);
+            const auto expected = solve(own[which], b);
+            ASSERT_TRUE(support::sameBits(x.data(), expected.data(), x.size()));
+        }
+    }
+}
+
+TYPED_TEST(Refactorize, MatrixThatWasMovedIsFactoredWhereItIsNow)
+{
+    Random random(5);
+    BlockMatrix<TypeParam> A = randomSystem<TypeParam>(random);
+    const auto b = random.scalars<TypeParam>(A.dimension());
+    BlockLDLT<TypeParam> solver;
+    ASSERT_TRUE(solver.compute(A).ok());
+    const auto x = solve(solver, b);
+
+    const BlockMatrix<TypeParam> moved = std::move(A);
+    ASSERT_TRUE(solver.factorize(moved).ok());
+
+    const auto again = solve(solver, b);
+    EXPECT_TRUE(support::sameBits(again.data(), x.data(), x.size()));
+}
+
 TYPED_TEST(Refactorize, AnotherOrderOfInsertionGivesTheSameBits)
 {
     for (unsigned int seed = 1; seed <= 50; ++seed) {
@@ -250,6 +293,28 @@ TYPED_TEST(PatternMismatch, OtherNumberOfRowsIsRefused)
 TYPED_TEST(PatternMismatch, OtherFirstTrailingIsRefused)
 {
     this->expectOtherBlocks(this->drawn({2, 2, 1}, 1, {{0, 0}, {1, 0}, {1, 1}, {2, 1}}));
+}
+
+TYPED_TEST(PatternMismatch, BlockAddedToTheMatrixFactoredLastIsNoticed)
+{
+    BlockMatrix<TypeParam> A = this->analysed();
+    BlockLDLT<TypeParam> solver;
+    ASSERT_TRUE(solver.compute(A).ok());
+    ASSERT_TRUE(solver.factorize(A).ok());
+    A.block(2, 0);
+
+    EXPECT_EQ(solver.factorize(A).code, StatusCode::PatternMismatch);
+    EXPECT_TRUE(solver.compute(A).ok());
+}
+
+TYPED_TEST(PatternMismatch, MatrixIsRecognizedAgainAfterOneOfAnotherPattern)
+{
+    const BlockMatrix<TypeParam> A = this->analysed();
+    BlockLDLT<TypeParam> solver;
+    ASSERT_TRUE(solver.compute(A).ok());
+
+    EXPECT_EQ(solver.factorize(BlockMatrix<TypeParam>({1})).code, StatusCode::PatternMismatch);
+    EXPECT_TRUE(solver.factorize(A).ok());
 }
 
 TYPED_TEST(PatternMismatch, BlockAddedToTheAnalysedMatrixItselfIsNoticed)

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <utility>
 #include <vector>
 
@@ -307,6 +308,32 @@ TYPED_TEST(BlockMatrixTest, ProductEqualsTheDenseOne)
         for (std::size_t i = 0; i < y.size(); ++i)
             ASSERT_EQ(static_cast<long double>(y[i]), expected[i]) << "row " << i;
     }
+}
+
+TYPED_TEST(BlockMatrixTest, HasAnIdentityThatNoOtherHas)
+{
+    const BlockMatrix<TypeParam> a({2, 3});
+    const BlockMatrix<TypeParam> b({2, 3});
+
+    EXPECT_NE(a.identity(), 0u);
+    EXPECT_NE(b.identity(), 0u);
+    EXPECT_NE(a.identity(), b.identity());
+    EXPECT_EQ(BlockMatrix<TypeParam>().identity(), 0u);
+}
+
+TYPED_TEST(BlockMatrixTest, TakesItsIdentityAlongWhenItIsMoved)
+{
+    BlockMatrix<TypeParam> a({2, 3});
+    const std::uint64_t identity = a.identity();
+
+    BlockMatrix<TypeParam> b(std::move(a));
+    EXPECT_EQ(b.identity(), identity);
+    EXPECT_EQ(a.identity(), 0u); // NOLINT(bugprone-use-after-move)
+
+    BlockMatrix<TypeParam> c({1});
+    c = std::move(b);
+    EXPECT_EQ(c.identity(), identity);
+    EXPECT_EQ(b.identity(), 0u); // NOLINT(bugprone-use-after-move)
 }
 
 TYPED_TEST(BlockMatrixTest, ProductOfNothingTouchesNothing)

@@ -1,5 +1,6 @@
 // What a factorization leaves in the containers of OrvelData: layout, marks, capacities, scratch.
 
+#include "support/Bits.h"
 #include "support/Scalars.h"
 #include "support/Systems.h"
 
@@ -304,6 +305,36 @@ TYPED_TEST(FactorSerialStorage, SmallerSystemKeepsTheCapacities)
     EXPECT_EQ(data.factor.blockCapacity, 2u);
     EXPECT_EQ(data.factor.valueCapacity, 64u + 32u);
     EXPECT_EQ(workArray(data)->size, 2u * 4 * 4 + 8);
+}
+
+TYPED_TEST(FactorSerialStorage, NewValuesAreFactoredTheSameWhereTheCallerVouchesForTheRest)
+{
+    for (std::uint64_t seed = 1; seed <= 30; ++seed) {
+        SCOPED_TRACE(seed);
+        support::Random random(seed);
+        const bool large = random.chance(0.3); // then it does not go by rows
+        auto system = support::dominantSystem<TypeParam>(random, 9, 0.3, 0, large ? 12 : 6);
+        const auto data = support::makeData(system);
+        data->onlyValuesChanged = 1; // also where nothing was factored before
+        Orvel::factorSerial(*data);
+        for (auto& [place, block] : system.blocks)
+            for (TypeParam& value : block)
+                value *= 2;
+        const auto expected = support::makeData(system);
+        Orvel::factorSerial(*expected);
+
+        for (unsigned long v = 0; v < data->matrix.valueCapacity; ++v)
+            data->matrix.values[v] *= 2;
+        Orvel::factorSerial(*data);
+
+        const auto& L = data->factor;
+        EXPECT_TRUE(support::sameBits(L.values, expected->factor.values, L.valueCapacity));
+        EXPECT_TRUE(support::sameBits(data->scaledFactor.values, expected->scaledFactor.values,
+                                      L.valueCapacity));
+        EXPECT_TRUE(support::sameBits(data->pivots.data, expected->pivots.data, data->pivots.size));
+        for (unsigned int slot = 0; slot < L.numBlocks; ++slot)
+            EXPECT_EQ(data->scaledFactor.blockTags[slot], 1u);
+    }
 }
 
 } // namespace

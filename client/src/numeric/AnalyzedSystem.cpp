@@ -84,9 +84,25 @@ Status AnalyzedSystem<T>::analyzeLater(const BlockMatrix<T>& A,
     return build(A, &rule);
 }
 
+template <class T> Status AnalyzedSystem<T>::recognize(const BlockMatrix<T>& A)
+{
+    if (m_knownIdentity != 0 && m_knownIdentity == A.identity() && m_knownBlocks == A.numBlocks())
+        return {};
+    m_knownIdentity = 0;
+    Status result = pattern.compare(A);
+    if (!result.ok())
+        return result;
+    scatter.link(A);
+    m_knownIdentity = A.identity();
+    m_knownBlocks = A.numBlocks();
+    return {};
+}
+
 template <class T> Status AnalyzedSystem<T>::build(const BlockMatrix<T>& A, const EarlyRule* rule)
 {
     analyzed = false;
+    m_knownIdentity = 0;
+    data.onlyValuesChanged = 0;
     OrderingResult ordering;
     Status result = order(rule, ordering);
     if (result.ok())

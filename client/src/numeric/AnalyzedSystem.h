@@ -45,6 +45,10 @@ public:
     /// @param unusable  per block
     Status analyzeLater(const BlockMatrix<T>& A, const std::vector<unsigned char>& unusable);
 
+    /// Whether A has the pattern that was analysed, PatternMismatch if not. O(1) for the matrix that
+    /// was asked about last, unless it has got new blocks since.
+    Status recognize(const BlockMatrix<T>& A);
+
     /// Whether trailing blocks stand before some of the ordinary blocks that they couple to, and
     /// may be moved.
     bool canOrderLater() const { return analysis.earlyBlocks > 0; }
@@ -59,6 +63,8 @@ private:
     std::uint64_t largestPanel() const;
 
     Schedule<T> m_schedule;
+    std::uint64_t m_knownIdentity = 0; ///< of the matrix that `scatter` is linked to, or 0
+    std::size_t m_knownBlocks = 0;     ///< that it had
 };
 
 } // namespace client

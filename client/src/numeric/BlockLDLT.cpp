@@ -83,9 +83,7 @@ template <class T> Status BlockLDLT<T>::Impl::factor(const BlockMatrix<T>& A)
     if (!analyzed)
         return callSequence("analyzePattern");
     takeIds(A);
-    Status result = system().pattern.compare(A);
-    if (result.ok())
-        result = load(A);
+    Status result = load(A);
     if (!result.ok())
         return result;
     PivotFailure<T> failure = factorOnce();
@@ -122,10 +120,13 @@ template <class T> Status BlockLDLT<T>::Impl::orderLater(const BlockMatrix<T>& A
     return result;
 }
 
-/// Copies A's values to where the solver wants them, and adds the compliances.
+/// Copies the values of A, if it has the pattern analysed, to where the solver wants them, and adds
+/// the compliances.
 template <class T> Status BlockLDLT<T>::Impl::load(const BlockMatrix<T>& A)
 {
-    const Status result = system().scatter.run(A);
+    Status result = system().recognize(A);
+    if (result.ok())
+        result = system().scatter.run(A);
     return result.ok() ? applyCompliance(A) : result;
 }
 
@@ -177,6 +178,7 @@ template <class T> PivotFailure<T> BlockLDLT<T>::Impl::factorOnce()
         Orvel::factorMF(d);
     } else {
         Orvel::factorParallel(d, system().analysis.threads);
+        d.onlyValuesChanged = 1; // next time, unless the pattern is analysed anew
     }
     if (d.pivotBounds)
         return pivotCheck.runBounded(d);

@@ -3,6 +3,7 @@
 #include "../OutOfMemory.h"
 
 #include <algorithm>
+#include <atomic>
 #include <numeric>
 
 namespace kyrOrvel {
@@ -11,6 +12,12 @@ namespace client {
 namespace {
 
 constexpr std::size_t kChunkSize = 4096;
+
+std::uint64_t newIdentity()
+{
+    static std::atomic<std::uint64_t> last{0};
+    return last.fetch_add(1, std::memory_order_relaxed) + 1;
+}
 
 template <class Entries> auto lowerBound(Entries& entries, unsigned int column)
 {
@@ -22,7 +29,7 @@ template <class Entries> auto lowerBound(Entries& entries, unsigned int column)
 
 template <class T>
 BlockMatrix<T>::BlockMatrix(std::vector<unsigned int> blockSizes, unsigned int firstTrailing)
-    : m_sizes(std::move(blockSizes)), m_rows(m_sizes.size())
+    : m_identity(newIdentity()), m_sizes(std::move(blockSizes)), m_rows(m_sizes.size())
 {
     m_firstTrailing = std::min(firstTrailing, numBlockRows());
     m_offsets.reserve(m_sizes.size() + 1);

@@ -32,6 +32,20 @@ std::size_t findNotFinite(const T* from, std::size_t m, std::size_t n, bool diag
     return m;
 }
 
+/// What to say of the first block that holds such a value.
+template <class T> Status firstNotFinite(const BlockMatrix<T>& A)
+{
+    for (unsigned int r = 0; r < A.numBlockRows(); ++r)
+        for (const auto& entry : A.row(r)) {
+            const std::size_t m = A.blockSize(r);
+            const std::size_t i =
+                findNotFinite(entry.values, m, A.blockSize(entry.column), entry.column == r);
+            if (i < m)
+                return notFinite(r, entry.column, i);
+        }
+    return {};
+}
+
 /// Copies scalars, and watches whether all are finite.
 template <class T> class FiniteCopy {
 public:
@@ -178,8 +192,8 @@ void ValueScatter<T>::prepare(const BlockMatrix<T>& A, const SkeletonMatrix& per
         acquireBlocks(permuted.rowStart, permuted.columnIndices, sizes, target);
     }
 
-    m_targets.clear();
-    m_targets.reserve(A.numBlocks());
+    m_moves.clear();
+    m_moves.reserve(A.numBlocks());
     for (unsigned int r = 0; r < A.numBlockRows(); ++r)
         for (const auto& entry : A.row(r)) {
             const unsigned int k = position[r];
@@ -188,23 +202,27 @@ void ValueScatter<T>::prepare(const BlockMatrix<T>& A, const SkeletonMatrix& per
             const unsigned int early = std::min(k, q);
             const unsigned int slot =
                 upper ? slotOf(target, early, late) : slotOf(target, late, early);
-            m_targets.push_back({target.blockData[slot], q > k});
+            m_moves.push_back({nullptr, target.blockData[slot], A.blockSize(r),
+                               A.blockSize(entry.column), k == q, q > k});
         }
+}
+
+template <class T> void ValueScatter<T>::link(const BlockMatrix<T>& A)
+{
+    auto move = m_moves.begin();
+    for (unsigned int r = 0; r < A.numBlockRows(); ++r)
+        for (const auto& entry : A.row(r))
+            (move++)->from = entry.values;
 }
 
 template <class T> Status ValueScatter<T>::run(const BlockMatrix<T>& A) const
 {
-    auto target = m_targets.begin();
-    for (unsigned int r = 0; r < A.numBlockRows(); ++r) {
-        const std::size_t m = A.blockSize(r);
-        for (const auto& entry : A.row(r)) {
-            const std::size_t n = A.blockSize(entry.column);
-            const bool diagonal = entry.column == r;
-            const auto copy = n == 3 ? copyAny<3, T> : n == 6 ? copyAny<6, T> : copyAny<0, T>;
-            if (!copy(entry.values, target->values, m, n, diagonal, target->transposed))
-                return notFinite(r, entry.column, findNotFinite(entry.values, m, n, diagonal));
-            ++target;
-        }
+    for (const Move& move : m_moves) {
+        const auto copy = move.columns == 3   ? copyAny<3, T>
+                          : move.columns == 6 ? copyAny<6, T>
+                                              : copyAny<0, T>;
+        if (!copy(move.from, move.to, move.rows, move.columns, move.diagonal, move.transposed))
+            return firstNotFinite(A);
     }
     return {};
 }

@@ -14,7 +14,7 @@ namespace kyrOrvel {
 namespace client {
 
 /// Copies the values of a BlockMatrix to where the solver's matrix, in elimination order, wants
-/// them. Made once per pattern.
+/// them. Made once per pattern, linked once per matrix that has it.
 template <class T> class ValueScatter {
 public:
     /// Lays out `target` on the permuted pattern and remembers where each block of A goes.
@@ -26,21 +26,30 @@ public:
                  const std::vector<unsigned int>& order, const std::vector<unsigned int>& position,
                  bool upper, SparseMatrix<T>& target);
 
-    /// Copies all values; A has the pattern it was prepared for. NotFinite, with the place, at the
-    /// first infinity or NaN. Allocates nothing when all is well.
+    /// Finds the values of A, which has the pattern it was prepared for. O(blocks), allocates
+    /// nothing.
+    void link(const BlockMatrix<T>& A);
+
+    /// Copies all values of A, the matrix linked last. NotFinite, with the place, at the first
+    /// infinity or NaN. Allocates nothing when all is well.
     Status run(const BlockMatrix<T>& A) const;
 
 private:
-    struct Target {
-        T* values;
-        bool transposed; ///< the block lies above the diagonal in elimination order
+    /// The way of a block.
+    struct Move {
+        const T* from;
+        T* to;
+        unsigned int rows; ///< in A
+        unsigned int columns;
+        bool diagonal;   ///< the lower triangle counts
+        bool transposed; ///< it lies above the diagonal in elimination order
     };
 
 public:
-    static constexpr std::size_t kBytesPerBlock = sizeof(Target);
+    static constexpr std::size_t kBytesPerBlock = sizeof(Move);
 
 private:
-    std::vector<Target> m_targets; ///< per block of A, row by row
+    std::vector<Move> m_moves; ///< per block of A, row by row
 };
 
 } // namespace client
