@@ -157,13 +157,13 @@ Status AnalyzedSystem<T>::buildStructure(const BlockMatrix<T>& A, OrderingResult
     for (const unsigned int block : analysis.order)
         sizes.push_back(A.blockSize(block));
     data.eliminationTree = ordering.tree;
-    const FactorStructure structure(ordering.pattern, data.eliminationTree, sizes);
-    const FactorCounts& counts = structure.counts();
+    const FactorCounts& counts = ordering.counts;
     if (counts.blocks > kMaxCount)
         return tooLarge("the factor's block pattern", counts.blocks, kMaxCount);
     if (counts.scalars + kValueSlack > kMaxCount)
         return tooLarge("the factor", counts.scalars, kMaxCount);
-    structure.fill(data.factorRowStart, data.factorColumns, data.columnPattern);
+    fillStructure(ordering.pattern, data.eliminationTree, ordering.columnBlocks,
+                  {data.factorRowStart, data.factorColumns, data.columnPattern});
     Status result = planThreads(sizes, ordering.inTurn);
     if (!result.ok())
         return result;

@@ -1,6 +1,6 @@
 #include "Ordering.h"
 
-#include "../symbolic/FactorStructure.h"
+#include "../symbolic/EliminationCounts.h"
 #include "ConstraintPlacement.h"
 #include "ConstraintSpace.h"
 #include "EarlyRule.h"
@@ -30,10 +30,6 @@ constexpr double kWorthwhile = 0.95;
 /// What eliminating a chain from both ends may cost, in operations of eliminating it from one:
 /// constraints that need both of their bodies may have to wait.
 constexpr double kBothEndsCost = 1.5;
-
-/// An order with that many times the blocks of another's factor is not looked at further: waiting
-/// for the hub of a large star would fill the matrix.
-constexpr std::uint64_t kHopeless = 8;
 
 using Order = std::vector<unsigned int>;
 
@@ -83,17 +79,6 @@ void buildStructure(const OrderingInput& input, ScratchPad& scratch, OrderingRes
                              result.permutation, scratch);
 }
 
-/// Renumbers the positions in post-order of the elimination tree. Coupled blocks keep their order
-/// among themselves, so fill-in and pivots stay what they are; but every subtree becomes a range of
-/// positions, which threads and caches like (Liu 1990).
-void applyPostOrder(OrderingResult& result)
-{
-    Permutation& permutation = result.permutation;
-    for (unsigned int k = 0; k < permutation.size; ++k)
-        permutation.Pi[result.tree.postOrder[k]] = permutation.P[k];
-    std::copy_n(permutation.Pi, permutation.size, permutation.P);
-}
-
 Order orderIn(const Permutation& permutation)
 {
     return Order(permutation.P, permutation.P + permutation.size);
@@ -116,9 +101,9 @@ void use(const Order& order, Permutation& permutation)
     std::copy(order.begin(), order.end(), permutation.P);
 }
 
-Status symamd(const OrderingInput& input, ScratchPad& scratch, OrderingResult& result)
+Status symamd(const OrderingInput& input, ScratchPad& scratch, Permutation& permutation)
 {
-    if (!Reordering::computeSymamdPermutation(input.pattern, result.permutation, scratch))
+    if (!Reordering::computeSymamdPermutation(input.pattern, permutation, scratch))
         return {StatusCode::OutOfMemory,
                 "the minimum degree ordering ran out of memory; no order was chosen", kNone, kNone};
     return {};
@@ -127,7 +112,7 @@ Status symamd(const OrderingInput& input, ScratchPad& scratch, OrderingResult& r
 /// Minimum degree, and what it takes to give every trailing block something to lean on.
 Status orderRepaired(const OrderingInput& input, ScratchPad& scratch, OrderingResult& result)
 {
-    Status status = symamd(input, scratch, result);
+    Status status = symamd(input, scratch, result.permutation);
     result.method = OrderingMethod::Symamd;
     if (!status.ok() || input.firstTrailing == input.pattern.numBlockRows)
         return status;
@@ -143,166 +128,165 @@ Status orderRepaired(const OrderingInput& input, ScratchPad& scratch, OrderingRe
     return status;
 }
 
-/// The factor's structure, up to that many blocks, for the order as it stands.
-FactorStructure structureOf(const OrderingInput& input, const OrderingResult& result,
-                            std::uint64_t maxBlocks = UINT64_MAX)
+/// Whether a factor has no more blocks than the matrix.
+bool hasNoFill(const OrderingInput& input, const FactorCounts& counts)
 {
-    std::vector<unsigned int> sizes;
-    sizes.reserve(result.permutation.size);
-    for (unsigned int k = 0; k < result.permutation.size; ++k)
-        sizes.push_back(input.sizes[result.permutation.P[k]]);
-    return FactorStructure(result.pattern, result.tree, sizes, maxBlocks);
+    return counts.blocks == input.pattern.rowStart[input.pattern.numBlockRows];
 }
 
-/// Operations and blocks of the factor that an order leads to, unless it has more than `maxBlocks`.
-/// Leaves `result` with its structure.
-FactorCounts countsOf(const OrderingInput& input, const Order& order, ScratchPad& scratch,
-                      OrderingResult& result, std::uint64_t maxBlocks = UINT64_MAX)
-{
-    use(order, result.permutation);
-    buildStructure(input, scratch, result);
-    return structureOf(input, result, maxBlocks).counts();
-}
+/// An order of all blocks that may be taken.
+struct Candidate {
+    Order order;
+    FactorCounts counts;
+    unsigned int earlyBlocks = 0; ///< trailing blocks before an ordinary one that they couple to
+};
 
-/// Whether trailing blocks may stay where early elimination put them: no structurally zero pivot,
-/// and no fill at all or clearly fewer operations than late elimination.
-bool earlyIsBetter(const OrderingInput& input, const Order& early, const Order& late,
-                   ScratchPad& scratch, OrderingResult& result)
-{
-    if (firstStructurallyZeroPivot(input, early) != kNone)
-        return false;
-    const FactorCounts counts = countsOf(input, early, scratch, result);
-    if (counts.blocks == input.pattern.rowStart[input.pattern.numBlockRows])
-        return true;
-    const FactorCounts ofLate = countsOf(input, late, scratch, result, kHopeless * counts.blocks);
-    return !ofLate.complete || static_cast<double>(counts.operations) <
-                                   kWorthwhile * static_cast<double>(ofLate.operations);
-}
-
-/// Places the trailing blocks of an order of all blocks.
+/// Places the trailing blocks of an order of all blocks: as the rule lets them stay early, if that
+/// gives no structurally zero pivot, and no fill at all or clearly fewer operations than late.
 Status placeConstraints(const OrderingInput& input, const Order& wanted, const EarlyRule* rule,
-                        ScratchPad& scratch, OrderingResult& result)
+                        EliminationCounts& counts, Candidate& placed)
 {
+    if (rule) {
+        ConstraintPlacement early(input, TrailingPlacement::AfterLast, rule);
+        if (early.run(wanted).ok() && early.earlyBlocks() > 0 &&
+            firstStructurallyZeroPivot(input, early.order()) == kNone)
+            placed = {early.order(), counts.count(early.order()), early.earlyBlocks()};
+    }
+    if (placed.earlyBlocks > 0 && hasNoFill(input, placed.counts))
+        return {};
     ConstraintPlacement late(input, TrailingPlacement::AfterLast, nullptr);
     Status status = late.run(wanted);
     if (!status.ok())
         return status;
-    result.earlyBlocks = 0;
-    if (rule) {
-        ConstraintPlacement early(input, TrailingPlacement::AfterLast, rule);
-        status = early.run(wanted);
-        if (status.ok() && early.earlyBlocks() > 0 &&
-            earlyIsBetter(input, early.order(), late.order(), scratch, result)) {
-            result.earlyBlocks = early.earlyBlocks();
-            use(early.order(), result.permutation);
-            return {};
-        }
-    }
-    use(late.order(), result.permutation);
+    const FactorCounts ofLate = counts.count(late.order());
+    if (placed.earlyBlocks == 0 ||
+        static_cast<double>(placed.counts.operations) >=
+            kWorthwhile * static_cast<double>(ofLate.operations))
+        placed = {late.order(), ofLate, 0};
     return {};
 }
 
 /// An order of the whole system with its trailing blocks placed, or one of the trailing blocks
 /// behind all ordinary ones, whichever has fewer operations.
 Status orderInSpaces(const OrderingInput& input, const OrderGraph& orderGraph,
-                     const EarlyRule* rule, ScratchPad& scratch, OrderingResult& result)
+                     const EarlyRule* rule, EliminationCounts& counts, Candidate& best)
 {
     Order wanted;
     Status status = orderGraph(input, wanted);
     if (status.ok())
-        status = placeConstraints(input, wanted, rule, scratch, result);
-    if (!status.ok())
+        status = placeConstraints(input, wanted, rule, counts, best);
+    if (!status.ok() || hasNoFill(input, best.counts))
         return status;
     const ConstraintSpace space(input);
     if (!space.isUsable())
         return {};
-    const Order placed = orderIn(result.permutation);
-    const FactorCounts counts = countsOf(input, placed, scratch, result);
-    if (counts.blocks == input.pattern.rowStart[input.pattern.numBlockRows])
-        return {}; // no fill-in at all
     status = space.order(input, orderGraph, wanted);
     if (!status.ok())
         return status;
-    const FactorCounts ofSpace =
-        countsOf(input, wanted, scratch, result, kHopeless * counts.blocks);
-    const bool better = ofSpace.complete && ofSpace.operations < counts.operations &&
-                        firstUnsafePosition(input, wanted.data()) == kNone;
-    if (better)
-        result.earlyBlocks = 0;
-    else
-        use(placed, result.permutation);
+    const FactorCounts ofSpace = counts.count(wanted);
+    if (ofSpace.operations < best.counts.operations &&
+        firstUnsafePosition(input, wanted.data()) == kNone)
+        best = {wanted, ofSpace, 0};
     return {};
 }
 
-Status orderConstraintAware(const OrderingInput& input, const EarlyRule* rule, ScratchPad& scratch,
-                            OrderingResult& result)
+void take(const Candidate& candidate, OrderingResult& result)
 {
-    result.method = OrderingMethod::ConstraintAware;
-    const auto minimumDegree = [&](const OrderingInput& graph, Order& order) {
-        Status status = symamd(graph, scratch, result);
-        if (status.ok())
-            order = orderIn(result.permutation);
-        return status;
-    };
-    return orderInSpaces(input, minimumDegree, rule, scratch, result);
+    use(candidate.order, result.permutation);
+    result.earlyBlocks = candidate.earlyBlocks;
 }
 
-Status orderByDissection(const OrderingInput& input, const EarlyRule* rule, ScratchPad& scratch,
-                         OrderingResult& result)
+Status findByMinimumDegree(const OrderingInput& input, const EarlyRule* rule, ScratchPad& scratch,
+                           EliminationCounts& counts, Candidate& best)
 {
+    Permutation permutation;
+    const auto minimumDegree = [&](const OrderingInput& graph, Order& order) {
+        Status status = symamd(graph, scratch, permutation);
+        if (status.ok())
+            order = orderIn(permutation);
+        return status;
+    };
+    return orderInSpaces(input, minimumDegree, rule, counts, best);
+}
+
+Status orderConstraintAware(const OrderingInput& input, const EarlyRule* rule, ScratchPad& scratch,
+                            EliminationCounts& counts, OrderingResult& result)
+{
+    Candidate best;
+    result.method = OrderingMethod::ConstraintAware;
+    Status status = findByMinimumDegree(input, rule, scratch, counts, best);
+    if (status.ok())
+        take(best, result);
+    return status;
+}
+
+Status orderByDissection(const OrderingInput& input, const EarlyRule* rule,
+                         EliminationCounts& counts, OrderingResult& result)
+{
+    Candidate best;
     result.method = OrderingMethod::NestedDissection;
-    return orderInSpaces(input, nestedDissection, rule, scratch, result);
+    Status status = orderInSpaces(input, nestedDissection, rule, counts, best);
+    if (status.ok())
+        take(best, result);
+    return status;
 }
 
 /// The better of the two, minimum degree if they are equal or if it is the only one there is.
 Status orderBest(const OrderingInput& input, const EarlyRule* rule, ScratchPad& scratch,
-                 OrderingResult& result)
+                 EliminationCounts& counts, OrderingResult& result)
 {
     if (!hasNestedDissection())
-        return orderConstraintAware(input, rule, scratch, result);
-    Status status = orderByDissection(input, rule, scratch, result);
+        return orderConstraintAware(input, rule, scratch, counts, result);
+    Candidate dissected;
+    Candidate byDegree;
+    Status status = orderInSpaces(input, nestedDissection, rule, counts, dissected);
+    if (status.ok())
+        status = findByMinimumDegree(input, rule, scratch, counts, byDegree);
     if (!status.ok())
         return status;
-    const Order dissected = orderIn(result.permutation);
-    const unsigned int earlyInDissected = result.earlyBlocks;
-    const std::uint64_t operations = countsOf(input, dissected, scratch, result).operations;
-    status = orderConstraintAware(input, rule, scratch, result);
-    if (!status.ok() ||
-        countsOf(input, orderIn(result.permutation), scratch, result).operations <= operations)
-        return status;
-    use(dissected, result.permutation);
-    result.earlyBlocks = earlyInDissected;
-    result.method = OrderingMethod::NestedDissection;
+    const bool better = byDegree.counts.operations <= dissected.counts.operations;
+    result.method = better ? OrderingMethod::ConstraintAware : OrderingMethod::NestedDissection;
+    take(better ? byDegree : dissected, result);
     return {};
 }
 
-/// Takes a chain from both of its ends, block by block in turn, unless that costs too much. Each
-/// block of a chain waits for the one before it; so two are at work at a time in the processor. (A
-/// rotation of the elimination tree, Liu 1988.)
+/// An order in which the two ends of a chain are eliminated side by side, if the order counted last
+/// is that of a chain and this does not cost too much. Each block of a chain waits for the one
+/// before it; so two are at work at a time in the processor. (A rotation of the elimination tree,
+/// Liu 1988.)
 ///
-/// @return whether it did; the structure belongs to the order either way
-bool takeBothEnds(const OrderingInput& input, const EarlyRule* rule, ScratchPad& scratch,
-                  OrderingResult& result)
+/// @return whether it is in `both`, and was counted last
+bool takeBothEnds(const OrderingInput& input, const EarlyRule* rule, EliminationCounts& counts,
+                  const Candidate& oneEnd, Candidate& both)
 {
-    if (!isPath(result.tree))
+    if (!isPath(counts.parents()))
         return false;
-    const Order oneEnd = orderIn(result.permutation);
-    const FactorCounts counts = structureOf(input, result).counts();
     ConstraintPlacement placement(input, TrailingPlacement::AfterLast,
-                                  result.earlyBlocks > 0 ? rule : nullptr);
-    if (!placement.run(fromBothEnds(oneEnd)).ok() ||
+                                  oneEnd.earlyBlocks > 0 ? rule : nullptr);
+    if (!placement.run(fromBothEnds(oneEnd.order)).ok() ||
         firstStructurallyZeroPivot(input, placement.order()) != kNone)
         return false;
-    const FactorCounts ofBoth =
-        countsOf(input, placement.order(), scratch, result, kHopeless * counts.blocks);
-    const bool better = ofBoth.complete && areTwoPaths(result.tree) &&
-                        static_cast<double>(ofBoth.operations) <
-                            kBothEndsCost * static_cast<double>(counts.operations);
-    use(better ? inTurn(placement.order(), result.tree) : oneEnd, result.permutation);
-    buildStructure(input, scratch, result);
-    if (better)
-        result.earlyBlocks = placement.earlyBlocks();
-    return better;
+    both = {placement.order(), counts.count(placement.order()), placement.earlyBlocks()};
+    return areTwoPaths(counts.parents()) &&
+           static_cast<double>(both.counts.operations) <
+               kBothEndsCost * static_cast<double>(oneEnd.counts.operations);
+}
+
+/// Takes an order with its positions renumbered such that the elimination tree and the factor stay
+/// the same.
+void takeRenumbered(const Candidate& candidate, const EliminationCounts& counts,
+                    const std::vector<unsigned int>& numbers, OrderingResult& result)
+{
+    const std::size_t n = numbers.size();
+    Order order(n);
+    result.columnBlocks.resize(n);
+    for (std::size_t k = 0; k < n; ++k) {
+        order[numbers[k]] = candidate.order[k];
+        result.columnBlocks[numbers[k]] = counts.columnBlocks()[k];
+    }
+    result.counts = candidate.counts;
+    result.earlyBlocks = candidate.earlyBlocks;
+    use(order, result.permutation);
 }
 
 bool isOrder(const Order& order, std::size_t n)
@@ -333,26 +317,26 @@ Status orderNaturally(const OrderingInput& input, OrderingResult& result)
 }
 
 Status choose(const OrderingInput& input, Ordering choice, const EarlyRule* rule,
-              ScratchPad& scratch, OrderingResult& result)
+              ScratchPad& scratch, EliminationCounts& counts, OrderingResult& result)
 {
     const bool trailing = input.firstTrailing < input.pattern.numBlockRows;
     switch (choice) {
     case Ordering::Automatic:
-        return trailing ? orderConstraintAware(input, rule, scratch, result)
+        return trailing ? orderConstraintAware(input, rule, scratch, counts, result)
                         : orderRepaired(input, scratch, result);
     case Ordering::ConstraintAware:
-        return orderConstraintAware(input, rule, scratch, result);
+        return orderConstraintAware(input, rule, scratch, counts, result);
     case Ordering::Symamd:
         return orderRepaired(input, scratch, result);
     case Ordering::NestedDissection:
-        return orderByDissection(input, rule, scratch, result);
+        return orderByDissection(input, rule, counts, result);
     case Ordering::Natural:
         return orderNaturally(input, result);
     case Ordering::User:
         result.method = OrderingMethod::User;
         return orderAsGiven(input, input.userOrder, result);
     case Ordering::Best:
-        return orderBest(input, rule, scratch, result);
+        return orderBest(input, rule, scratch, counts, result);
     }
     return {StatusCode::InvalidInput, "there is no such ordering", kNone, kNone};
 }
@@ -381,18 +365,27 @@ Status computeOrdering(const OrderingInput& input, Ordering choice, const EarlyR
 {
     result.earlyBlocks = 0;
     result.inTurn = false;
-    Status status = choose(input, choice, rule, scratch, result);
+    EliminationCounts counts(input.pattern, input.sizes);
+    Status status = choose(input, choice, rule, scratch, counts, result);
     if (!status.ok())
         return status;
     moveIsolatedLast(input.pattern, result.permutation);
-    buildStructure(input, scratch, result);
-    if (choice == Ordering::User || choice == Ordering::Natural)
-        return {};
-    result.inTurn = result.method == OrderingMethod::ConstraintAware &&
-                    takeBothEnds(input, rule, scratch, result);
-    if (result.inTurn)
-        return {};
-    applyPostOrder(result);
+    Candidate found{orderIn(result.permutation), {}, result.earlyBlocks};
+    found.counts = counts.count(found.order);
+    Candidate both;
+    if (choice == Ordering::User || choice == Ordering::Natural) {
+        std::vector<unsigned int> same(found.order.size());
+        std::iota(same.begin(), same.end(), 0u);
+        takeRenumbered(found, counts, same, result);
+    } else if (result.method == OrderingMethod::ConstraintAware &&
+               takeBothEnds(input, rule, counts, found, both)) {
+        takeRenumbered(both, counts, inTurn(counts.parents()), result);
+        result.inTurn = true;
+    } else {
+        // Every subtree becomes a range of positions, which threads and caches like (Liu 1990).
+        counts.count(found.order);
+        takeRenumbered(found, counts, counts.postOrder(), result);
+    }
     buildStructure(input, scratch, result);
     return {};
 }

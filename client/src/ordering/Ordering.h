@@ -1,6 +1,8 @@
 #ifndef KYRORVEL_CLIENT_ORDERING_H
 #define KYRORVEL_CLIENT_ORDERING_H
 
+#include "../symbolic/EliminationCounts.h"
+
 #include <kyrOrvelClient/Analysis>
 #include <kyrOrvelClient/Status>
 
@@ -9,6 +11,7 @@
 #include <kyrOrvel/ScratchPad>
 #include <kyrOrvel/SkeletonMatrix>
 
+#include <cstdint>
 #include <vector>
 
 namespace kyrOrvel {
@@ -36,6 +39,8 @@ struct OrderingResult {
     Permutation permutation;      ///< P alone is in step
     SkeletonMatrix pattern;       ///< the input permuted by P; flags mark transposed entries
     EliminationTree tree;         ///< elimination tree of `pattern`
+    FactorCounts counts;
+    std::vector<std::int64_t> columnBlocks; ///< of L, per position, the diagonal among them
 };
 
 /// Chooses an elimination order in which no trailing block is eliminated before something that
@@ -59,7 +64,7 @@ struct OrderingResult {
 /// the one with fewer operations wins, late on a tie of 5 %. Where ordinary blocks do not couple to
 /// each other, an order of the trailing blocks behind all of them competes too: as safe as late
 /// ones, and on nets, walls and heaps with a fifth of the operations. A chain is taken from both of
-/// its ends in turn. O(symamd + blocks of L).
+/// its ends in turn. O(symamd + blocks of the matrix), almost.
 ///
 /// A trailing block that couples to trailing blocks only is put behind one that is itself in place.
 /// Where that is not possible either, its first pivot is zero whatever the values: Singular, naming

@@ -17,12 +17,12 @@ constexpr double kHalf = 0.7;
 
 } // namespace
 
-bool isPath(const EliminationTree& tree)
+bool isPath(const std::vector<unsigned int>& parents)
 {
-    if (tree.numNodes < kShortest)
+    if (parents.size() < kShortest)
         return false;
-    for (unsigned int k = 0; k + 1 < tree.numNodes; ++k)
-        if (tree.parent[k] != k + 1)
+    for (unsigned int k = 0; k + 1 < parents.size(); ++k)
+        if (parents[k] != k + 1)
             return false;
     return true;
 }
@@ -35,40 +35,40 @@ std::vector<unsigned int> fromBothEnds(const std::vector<unsigned int>& order)
     return result;
 }
 
-bool areTwoPaths(const EliminationTree& tree)
+bool areTwoPaths(const std::vector<unsigned int>& parents)
 {
-    std::vector<unsigned int> height(tree.numNodes, 1); // children come before their parents
+    const auto n = static_cast<unsigned int>(parents.size());
+    std::vector<unsigned int> height(n, 1); // children come before their parents
     unsigned int longest = 0;
-    for (unsigned int k = 0; k < tree.numNodes; ++k) {
+    for (unsigned int k = 0; k < n; ++k) {
         longest = std::max(longest, height[k]);
-        if (tree.parent[k] != k)
-            height[tree.parent[k]] = std::max(height[tree.parent[k]], height[k] + 1);
+        if (parents[k] != k)
+            height[parents[k]] = std::max(height[parents[k]], height[k] + 1);
     }
-    return longest < kHalf * tree.numNodes;
+    return longest < kHalf * n;
 }
 
-std::vector<unsigned int> inTurn(const std::vector<unsigned int>& order,
-                                 const EliminationTree& tree)
+std::vector<unsigned int> inTurn(const std::vector<unsigned int>& parents)
 {
-    std::vector<unsigned int> waitsFor(tree.numNodes, 0);
-    for (unsigned int k = 0; k < tree.numNodes; ++k)
-        if (tree.parent[k] != k)
-            ++waitsFor[tree.parent[k]];
-    std::vector<unsigned int> ready; // in the order of the result
-    ready.reserve(order.size());
-    for (unsigned int k = 0; k < tree.numNodes; ++k)
+    const auto n = static_cast<unsigned int>(parents.size());
+    std::vector<unsigned int> waitsFor(n, 0);
+    for (unsigned int k = 0; k < n; ++k)
+        if (parents[k] != k)
+            ++waitsFor[parents[k]];
+    std::vector<unsigned int> ready;
+    ready.reserve(n);
+    for (unsigned int k = 0; k < n; ++k)
         if (waitsFor[k] == 0)
             ready.push_back(k);
     for (std::size_t next = 0; next < ready.size(); ++next) {
-        const unsigned int parent = tree.parent[ready[next]];
+        const unsigned int parent = parents[ready[next]];
         if (parent != ready[next] && --waitsFor[parent] == 0)
             ready.push_back(parent);
     }
-    std::vector<unsigned int> result;
-    result.reserve(order.size());
-    for (const unsigned int k : ready)
-        result.push_back(order[k]);
-    return result;
+    std::vector<unsigned int> numbers(n);
+    for (unsigned int i = 0; i < n; ++i)
+        numbers[ready[i]] = i;
+    return numbers;
 }
 
 } // namespace client

@@ -1,0 +1,180 @@
+#include "EliminationCounts.h"
+
+#include <cstddef>
+#include <numeric>
+
+namespace kyrOrvel {
+namespace client {
+
+EliminationCounts::EliminationCounts(const SkeletonMatrix& pattern,
+                                     const std::vector<unsigned int>& sizes)
+    : m_sizes(sizes), m_rowStart(static_cast<std::size_t>(pattern.numBlockRows) + 1, 0)
+{
+    const unsigned int n = pattern.numBlockRows;
+    const auto forEachCoupling = [&](auto f) {
+        for (unsigned int r = 0; r < n; ++r)
+            for (unsigned int e = pattern.rowStart[r]; e + 1 < pattern.rowStart[r + 1]; ++e)
+                f(r, pattern.columnIndices[e]);
+    };
+    forEachCoupling([&](unsigned int r, unsigned int c) {
+        ++m_rowStart[r + 1];
+        ++m_rowStart[c + 1];
+    });
+    std::partial_sum(m_rowStart.begin(), m_rowStart.end(), m_rowStart.begin());
+    m_columns.resize(m_rowStart.back());
+    m_start.assign(m_rowStart.begin(), m_rowStart.end()); // where the next one goes, for now
+    forEachCoupling([&](unsigned int r, unsigned int c) {
+        m_columns[m_start[r]++] = c;
+        m_columns[m_start[c]++] = r;
+    });
+    m_neighbours.resize(m_columns.size());
+    for (auto* const array : {&m_position, &m_parent, &m_ancestor, &m_subtree, &m_postOrder,
+                              &m_byPostOrder, &m_begin, &m_lastLeaf})
+        array->resize(n);
+    m_blocks.resize(n);
+    m_scalars.resize(n);
+}
+
+const FactorCounts& EliminationCounts::count(const std::vector<unsigned int>& order)
+{
+    if (order == m_order)
+        return m_counts;
+    m_order = order;
+    place(order);
+    findParents();
+    numberInPostOrder();
+    countColumns(order);
+    m_counts = {};
+    for (std::size_t k = 0; k < order.size(); ++k) {
+        const std::uint64_t width = m_sizes[order[k]];
+        const std::uint64_t height = static_cast<std::uint64_t>(m_scalars[k]) - width;
+        m_counts.blocks += static_cast<std::uint64_t>(m_blocks[k]);
+        m_counts.scalars += width * (width + height);
+        // Column k updates the lower triangle of its rows, solves against its own block, factors
+        // it.
+        m_counts.operations +=
+            width * (height * (height + 1) / 2 + height * width / 2) + width * width * width / 6;
+    }
+    return m_counts;
+}
+
+/// The neighbours of each position.
+void EliminationCounts::place(const std::vector<unsigned int>& order)
+{
+    const auto n = static_cast<unsigned int>(order.size());
+    for (unsigned int k = 0; k < n; ++k)
+        m_position[order[k]] = k;
+    unsigned int end = 0;
+    for (unsigned int k = 0; k < n; ++k) {
+        m_start[k] = end;
+        for (unsigned int e = m_rowStart[order[k]]; e < m_rowStart[order[k] + 1]; ++e)
+            m_neighbours[end++] = m_position[m_columns[e]];
+    }
+    m_start[n] = end;
+}
+
+/// The elimination tree, by shortened paths (Liu 1986).
+void EliminationCounts::findParents()
+{
+    const auto n = static_cast<unsigned int>(m_parent.size());
+    for (unsigned int k = 0; k < n; ++k) {
+        m_parent[k] = k;
+        m_ancestor[k] = kNone;
+        for (unsigned int e = m_start[k]; e < m_start[k + 1]; ++e)
+            for (unsigned int i = m_neighbours[e]; i < k;) { // kNone ends it, too
+                const unsigned int next = m_ancestor[i];
+                m_ancestor[i] = k;
+                if (next == kNone)
+                    m_parent[i] = k;
+                i = next;
+            }
+    }
+}
+
+/// Parents come after their children: subtrees are measured on the way up, and get their ranges of
+/// numbers on the way down.
+void EliminationCounts::numberInPostOrder()
+{
+    const auto n = static_cast<unsigned int>(m_parent.size());
+    m_subtree.assign(n, 1);
+    unsigned int roots = 0;
+    for (unsigned int k = 0; k < n; ++k) {
+        if (m_parent[k] == k) {
+            m_begin[k] = roots;
+            roots += m_subtree[k];
+        } else {
+            m_subtree[m_parent[k]] += m_subtree[k];
+        }
+    }
+    std::vector<unsigned int>& next = m_ancestor; // per node: where its next child's range begins
+    for (unsigned int k = n; k-- > 0;) {
+        if (m_parent[k] != k) {
+            m_begin[k] = next[m_parent[k]];
+            next[m_parent[k]] += m_subtree[k];
+        }
+        next[k] = m_begin[k];
+        m_postOrder[k] = m_begin[k] + m_subtree[k] - 1;
+        m_byPostOrder[m_postOrder[k]] = k;
+    }
+}
+
+/// Row i of L is a subtree with root i. To count it in each of its columns, its size is added at
+/// the leaves and taken away where two of them meet, and above the root; then everything is summed
+/// up the tree.
+void EliminationCounts::countColumns(const std::vector<unsigned int>& order)
+{
+    const auto n = static_cast<unsigned int>(order.size());
+    for (unsigned int k = 0; k < n; ++k) {
+        const bool leaf = m_subtree[k] == 1;
+        m_blocks[k] = leaf ? 1 : 0;
+        m_scalars[k] = leaf ? m_sizes[order[k]] : 0;
+        m_lastLeaf[k] = kNone;
+        m_ancestor[k] = k;
+    }
+    for (unsigned int p = 0; p < n; ++p) {
+        const unsigned int k = m_byPostOrder[p];
+        for (unsigned int e = m_start[k]; e < m_start[k + 1]; ++e) {
+            const unsigned int i = m_neighbours[e];
+            const unsigned int last = m_lastLeaf[i];
+            // Not a leaf of the row's subtree if one of that was in the subtree of k.
+            if (i < k || (last != kNone && m_postOrder[last] >= m_begin[k]))
+                continue;
+            m_lastLeaf[i] = k;
+            const std::int64_t size = m_sizes[order[i]];
+            ++m_blocks[k];
+            m_scalars[k] += size;
+            if (last != kNone) {
+                const unsigned int meeting = leastCommonAncestor(last);
+                --m_blocks[meeting];
+                m_scalars[meeting] -= size;
+            }
+        }
+        if (m_parent[k] != k) {
+            --m_blocks[m_parent[k]];
+            m_scalars[m_parent[k]] -= m_sizes[order[k]];
+            m_ancestor[k] = m_parent[k];
+        }
+    }
+    for (unsigned int k = 0; k < n; ++k)
+        if (m_parent[k] != k) {
+            m_blocks[m_parent[k]] += m_blocks[k];
+            m_scalars[m_parent[k]] += m_scalars[k];
+        }
+}
+
+/// Of a node that is finished and the one at hand: the root of what is finished of its tree.
+unsigned int EliminationCounts::leastCommonAncestor(unsigned int finished)
+{
+    unsigned int root = finished;
+    while (m_ancestor[root] != root)
+        root = m_ancestor[root];
+    while (m_ancestor[finished] != root && finished != root) {
+        const unsigned int next = m_ancestor[finished];
+        m_ancestor[finished] = root;
+        finished = next;
+    }
+    return root;
+}
+
+} // namespace client
+} // namespace kyrOrvel
