@@ -1,9 +1,7 @@
 #include "Ordering.h"
 
-#include "../symbolic/EliminationCounts.h"
+#include "CandidateOrders.h"
 #include "ConstraintPlacement.h"
-#include "ConstraintSpace.h"
-#include "EarlyRule.h"
 #include "NestedDissection.h"
 #include "StructuralRank.h"
 #include "TwoEnds.h"
@@ -14,6 +12,7 @@
 #include <cstdint>
 #include <numeric>
 #include <string>
+#include <utility>
 
 namespace kyrOrvel {
 namespace client {
@@ -23,13 +22,6 @@ namespace {
 /// Rounds of repair before single blocks are delayed instead. A repaired ordering changes the tree,
 /// which can make new leaves; two rounds settle every system seen.
 constexpr int kMaxRepairs = 4;
-
-/// Early elimination has to save that share of the operations: late elimination needs no luck.
-constexpr double kWorthwhile = 0.95;
-
-/// What eliminating a chain from both ends may cost, in operations of eliminating it from one:
-/// constraints that need both of their bodies may have to wait.
-constexpr double kBothEndsCost = 1.5;
 
 using Order = std::vector<unsigned int>;
 
@@ -55,20 +47,20 @@ bool repair(const OrderingInput& input, ScratchPad& scratch, OrderingResult& res
     return false;
 }
 
-/// Moves blocks that couple to nothing to the end. They may stand anywhere; a matrix whose first
-/// row couples to nothing would be mistaken for one in lower order.
-void moveIsolatedLast(const SkeletonMatrix& S, Permutation& permutation)
+/// Moves blocks that couple to nothing to the end; returns whether that changed the order. They may
+/// stand anywhere; a matrix whose first row couples to nothing would be mistaken for one in lower
+/// order.
+bool moveIsolatedLast(const SkeletonMatrix& S, Order& order)
 {
     std::vector<unsigned char> coupled(S.numBlockRows, 0);
     for (unsigned int r = 0; r < S.numBlockRows; ++r)
         for (unsigned int e = S.rowStart[r]; e + 1 < S.rowStart[r + 1]; ++e)
             coupled[r] = coupled[S.columnIndices[e]] = 1;
-    unsigned int next = 0;
-    for (const bool wanted : {true, false})
-        for (unsigned int k = 0; k < permutation.size; ++k)
-            if ((coupled[permutation.P[k]] != 0) == wanted)
-                permutation.Pi[next++] = permutation.P[k];
-    std::copy_n(permutation.Pi, permutation.size, permutation.P);
+    const auto isCoupled = [&](unsigned int block) { return coupled[block] != 0; };
+    if (std::is_partitioned(order.begin(), order.end(), isCoupled))
+        return false;
+    std::stable_partition(order.begin(), order.end(), isCoupled);
+    return true;
 }
 
 /// Builds the permuted pattern and its tree for the permutation as it stands: with no trailing
@@ -110,90 +102,27 @@ Status symamd(const OrderingInput& input, ScratchPad& scratch, Permutation& perm
 }
 
 /// Minimum degree, and what it takes to give every trailing block something to lean on.
-Status orderRepaired(const OrderingInput& input, ScratchPad& scratch, OrderingResult& result)
+Status orderRepaired(const OrderingInput& input, ScratchPad& scratch, OrderingResult& result,
+                     Order& order)
 {
     Status status = symamd(input, scratch, result.permutation);
     result.method = OrderingMethod::Symamd;
-    if (!status.ok() || input.firstTrailing == input.pattern.numBlockRows)
+    if (!status.ok())
         return status;
-    const Order wanted = orderIn(result.permutation);
-    result.method = OrderingMethod::SymamdRepaired;
-    if (repair(input, scratch, result))
+    order = orderIn(result.permutation);
+    if (input.firstTrailing == input.pattern.numBlockRows)
         return {};
+    result.method = OrderingMethod::SymamdRepaired;
+    if (repair(input, scratch, result)) {
+        order = orderIn(result.permutation);
+        return {};
+    }
     result.method = OrderingMethod::SymamdDelayed;
     ConstraintPlacement placement(input, TrailingPlacement::AfterFirst, nullptr);
-    status = placement.run(wanted);
+    status = placement.run(order);
     if (status.ok())
-        use(placement.order(), result.permutation);
+        order = placement.order();
     return status;
-}
-
-/// Whether a factor has no more blocks than the matrix.
-bool hasNoFill(const OrderingInput& input, const FactorCounts& counts)
-{
-    return counts.blocks == input.pattern.rowStart[input.pattern.numBlockRows];
-}
-
-/// An order of all blocks that may be taken.
-struct Candidate {
-    Order order;
-    FactorCounts counts;
-    unsigned int earlyBlocks = 0; ///< trailing blocks before an ordinary one that they couple to
-};
-
-/// Places the trailing blocks of an order of all blocks: as the rule lets them stay early, if that
-/// gives no structurally zero pivot, and no fill at all or clearly fewer operations than late.
-Status placeConstraints(const OrderingInput& input, const Order& wanted, const EarlyRule* rule,
-                        EliminationCounts& counts, Candidate& placed)
-{
-    if (rule) {
-        ConstraintPlacement early(input, TrailingPlacement::AfterLast, rule);
-        if (early.run(wanted).ok() && early.earlyBlocks() > 0 &&
-            firstStructurallyZeroPivot(input, early.order()) == kNone)
-            placed = {early.order(), counts.count(early.order()), early.earlyBlocks()};
-    }
-    if (placed.earlyBlocks > 0 && hasNoFill(input, placed.counts))
-        return {};
-    ConstraintPlacement late(input, TrailingPlacement::AfterLast, nullptr);
-    Status status = late.run(wanted);
-    if (!status.ok())
-        return status;
-    const FactorCounts ofLate = counts.count(late.order());
-    if (placed.earlyBlocks == 0 ||
-        static_cast<double>(placed.counts.operations) >=
-            kWorthwhile * static_cast<double>(ofLate.operations))
-        placed = {late.order(), ofLate, 0};
-    return {};
-}
-
-/// An order of the whole system with its trailing blocks placed, or one of the trailing blocks
-/// behind all ordinary ones, whichever has fewer operations.
-Status orderInSpaces(const OrderingInput& input, const OrderGraph& orderGraph,
-                     const EarlyRule* rule, EliminationCounts& counts, Candidate& best)
-{
-    Order wanted;
-    Status status = orderGraph(input, wanted);
-    if (status.ok())
-        status = placeConstraints(input, wanted, rule, counts, best);
-    if (!status.ok() || hasNoFill(input, best.counts))
-        return status;
-    const ConstraintSpace space(input);
-    if (!space.isUsable())
-        return {};
-    status = space.order(input, orderGraph, wanted);
-    if (!status.ok())
-        return status;
-    const FactorCounts ofSpace = counts.count(wanted);
-    if (ofSpace.operations < best.counts.operations &&
-        firstUnsafePosition(input, wanted.data()) == kNone)
-        best = {wanted, ofSpace, 0};
-    return {};
-}
-
-void take(const Candidate& candidate, OrderingResult& result)
-{
-    use(candidate.order, result.permutation);
-    result.earlyBlocks = candidate.earlyBlocks;
 }
 
 Status findByMinimumDegree(const OrderingInput& input, const EarlyRule* rule, ScratchPad& scratch,
@@ -209,82 +138,37 @@ Status findByMinimumDegree(const OrderingInput& input, const EarlyRule* rule, Sc
     return orderInSpaces(input, minimumDegree, rule, counts, best);
 }
 
-Status orderConstraintAware(const OrderingInput& input, const EarlyRule* rule, ScratchPad& scratch,
-                            EliminationCounts& counts, OrderingResult& result)
-{
-    Candidate best;
-    result.method = OrderingMethod::ConstraintAware;
-    Status status = findByMinimumDegree(input, rule, scratch, counts, best);
-    if (status.ok())
-        take(best, result);
-    return status;
-}
-
-Status orderByDissection(const OrderingInput& input, const EarlyRule* rule,
-                         EliminationCounts& counts, OrderingResult& result)
-{
-    Candidate best;
-    result.method = OrderingMethod::NestedDissection;
-    Status status = orderInSpaces(input, nestedDissection, rule, counts, best);
-    if (status.ok())
-        take(best, result);
-    return status;
-}
-
 /// The better of the two, minimum degree if they are equal or if it is the only one there is.
 Status orderBest(const OrderingInput& input, const EarlyRule* rule, ScratchPad& scratch,
-                 EliminationCounts& counts, OrderingResult& result)
+                 EliminationCounts& counts, OrderingResult& result, Candidate& best)
 {
-    if (!hasNestedDissection())
-        return orderConstraintAware(input, rule, scratch, counts, result);
-    Candidate dissected;
-    Candidate byDegree;
-    Status status = orderInSpaces(input, nestedDissection, rule, counts, dissected);
-    if (status.ok())
-        status = findByMinimumDegree(input, rule, scratch, counts, byDegree);
-    if (!status.ok())
+    result.method = OrderingMethod::ConstraintAware;
+    Status status = findByMinimumDegree(input, rule, scratch, counts, best);
+    if (!status.ok() || !hasNestedDissection())
         return status;
-    const bool better = byDegree.counts.operations <= dissected.counts.operations;
-    result.method = better ? OrderingMethod::ConstraintAware : OrderingMethod::NestedDissection;
-    take(better ? byDegree : dissected, result);
-    return {};
-}
-
-/// An order in which the two ends of a chain are eliminated side by side, if the order counted last
-/// is that of a chain and this does not cost too much. Each block of a chain waits for the one
-/// before it; so two are at work at a time in the processor. (A rotation of the elimination tree,
-/// Liu 1988.)
-///
-/// @return whether it is in `both`, and was counted last
-bool takeBothEnds(const OrderingInput& input, const EarlyRule* rule, EliminationCounts& counts,
-                  const Candidate& oneEnd, Candidate& both)
-{
-    if (!isPath(counts.parents()))
-        return false;
-    ConstraintPlacement placement(input, TrailingPlacement::AfterLast,
-                                  oneEnd.earlyBlocks > 0 ? rule : nullptr);
-    if (!placement.run(fromBothEnds(oneEnd.order)).ok() ||
-        firstStructurallyZeroPivot(input, placement.order()) != kNone)
-        return false;
-    both = {placement.order(), counts.count(placement.order()), placement.earlyBlocks()};
-    return areTwoPaths(counts.parents()) &&
-           static_cast<double>(both.counts.operations) <
-               kBothEndsCost * static_cast<double>(oneEnd.counts.operations);
+    Candidate dissected;
+    status = orderInSpaces(input, nestedDissection, rule, counts, dissected);
+    if (status.ok() &&
+        dissected.elimination.counts.operations < best.elimination.counts.operations) {
+        best = std::move(dissected);
+        result.method = OrderingMethod::NestedDissection;
+    }
+    return status;
 }
 
 /// Takes an order with its positions renumbered such that the elimination tree and the factor stay
 /// the same.
-void takeRenumbered(const Candidate& candidate, const EliminationCounts& counts,
-                    const std::vector<unsigned int>& numbers, OrderingResult& result)
+void takeRenumbered(const Candidate& candidate, const std::vector<unsigned int>& numbers,
+                    OrderingResult& result)
 {
     const std::size_t n = numbers.size();
     Order order(n);
     result.columnBlocks.resize(n);
     for (std::size_t k = 0; k < n; ++k) {
-        order[numbers[k]] = candidate.order[k];
-        result.columnBlocks[numbers[k]] = counts.columnBlocks()[k];
+        order[numbers[k]] = candidate.elimination.order[k];
+        result.columnBlocks[numbers[k]] = candidate.elimination.columnBlocks[k];
     }
-    result.counts = candidate.counts;
+    result.counts = candidate.elimination.counts;
     result.earlyBlocks = candidate.earlyBlocks;
     use(order, result.permutation);
 }
@@ -300,43 +184,35 @@ bool isOrder(const Order& order, std::size_t n)
     return order.size() == n;
 }
 
-Status orderAsGiven(const OrderingInput& input, const Order& order, OrderingResult& result)
-{
-    Status status = checkOrder(input, order);
-    if (status.ok())
-        use(order, result.permutation);
-    return status;
-}
-
-Status orderNaturally(const OrderingInput& input, OrderingResult& result)
-{
-    Order order(input.pattern.numBlockRows);
-    std::iota(order.begin(), order.end(), 0u);
-    result.method = OrderingMethod::Natural;
-    return orderAsGiven(input, order, result);
-}
-
 Status choose(const OrderingInput& input, Ordering choice, const EarlyRule* rule,
-              ScratchPad& scratch, EliminationCounts& counts, OrderingResult& result)
+              ScratchPad& scratch, EliminationCounts& counts, OrderingResult& result,
+              Candidate& found)
 {
-    const bool trailing = input.firstTrailing < input.pattern.numBlockRows;
+    Order& order = found.elimination.order;
     switch (choice) {
     case Ordering::Automatic:
-        return trailing ? orderConstraintAware(input, rule, scratch, counts, result)
-                        : orderRepaired(input, scratch, result);
+        if (input.firstTrailing == input.pattern.numBlockRows)
+            return orderRepaired(input, scratch, result, order);
+        [[fallthrough]];
     case Ordering::ConstraintAware:
-        return orderConstraintAware(input, rule, scratch, counts, result);
+        result.method = OrderingMethod::ConstraintAware;
+        return findByMinimumDegree(input, rule, scratch, counts, found);
     case Ordering::Symamd:
-        return orderRepaired(input, scratch, result);
+        return orderRepaired(input, scratch, result, order);
     case Ordering::NestedDissection:
-        return orderByDissection(input, rule, counts, result);
+        result.method = OrderingMethod::NestedDissection;
+        return orderInSpaces(input, nestedDissection, rule, counts, found);
     case Ordering::Natural:
-        return orderNaturally(input, result);
+        result.method = OrderingMethod::Natural;
+        order.resize(input.pattern.numBlockRows);
+        std::iota(order.begin(), order.end(), 0u);
+        return checkOrder(input, order);
     case Ordering::User:
         result.method = OrderingMethod::User;
-        return orderAsGiven(input, input.userOrder, result);
+        order = input.userOrder;
+        return checkOrder(input, order);
     case Ordering::Best:
-        return orderBest(input, rule, scratch, counts, result);
+        return orderBest(input, rule, scratch, counts, result, found);
     }
     return {StatusCode::InvalidInput, "there is no such ordering", kNone, kNone};
 }
@@ -363,28 +239,27 @@ Status checkOrder(const OrderingInput& input, const std::vector<unsigned int>& o
 Status computeOrdering(const OrderingInput& input, Ordering choice, const EarlyRule* rule,
                        ScratchPad& scratch, OrderingResult& result)
 {
-    result.earlyBlocks = 0;
-    result.inTurn = false;
     EliminationCounts counts(input.pattern, input.sizes);
-    Status status = choose(input, choice, rule, scratch, counts, result);
+    Candidate found;
+    Status status = choose(input, choice, rule, scratch, counts, result, found);
     if (!status.ok())
         return status;
-    moveIsolatedLast(input.pattern, result.permutation);
-    Candidate found{orderIn(result.permutation), {}, result.earlyBlocks};
-    found.counts = counts.count(found.order);
+    Elimination& elimination = found.elimination;
+    const bool moved = moveIsolatedLast(input.pattern, elimination.order);
+    if (moved || elimination.parents.size() != elimination.order.size())
+        elimination = counts.count(std::move(elimination.order));
     Candidate both;
-    if (choice == Ordering::User || choice == Ordering::Natural) {
-        std::vector<unsigned int> same(found.order.size());
+    result.inTurn = result.method == OrderingMethod::ConstraintAware &&
+                    takeBothEnds(input, rule, counts, found, both);
+    if (result.inTurn) {
+        takeRenumbered(both, inTurn(both.elimination.parents), result);
+    } else if (choice == Ordering::User || choice == Ordering::Natural) {
+        Order same(elimination.order.size());
         std::iota(same.begin(), same.end(), 0u);
-        takeRenumbered(found, counts, same, result);
-    } else if (result.method == OrderingMethod::ConstraintAware &&
-               takeBothEnds(input, rule, counts, found, both)) {
-        takeRenumbered(both, counts, inTurn(counts.parents()), result);
-        result.inTurn = true;
+        takeRenumbered(found, same, result);
     } else {
         // Every subtree becomes a range of positions, which threads and caches like (Liu 1990).
-        counts.count(found.order);
-        takeRenumbered(found, counts, counts.postOrder(), result);
+        takeRenumbered(found, elimination.postOrder, result);
     }
     buildStructure(input, scratch, result);
     return {};

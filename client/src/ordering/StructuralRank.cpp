@@ -34,6 +34,11 @@ public:
     {
         m_eliminated[block] = 1;
         unsigned int missing = m_input.sizes[block];
+        if (m_input.standsAlone[block] && missing > 0) { // its own columns are free
+            m_free[block] = 0;
+            m_units[m_start[block]] = missing; // a diagonal block comes first
+            return true;
+        }
         while (missing > 0) {
             const unsigned int moved = augment(block, missing);
             if (moved == 0)

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <numeric>
+#include <utility>
 
 namespace kyrOrvel {
 namespace client {
@@ -28,34 +29,31 @@ EliminationCounts::EliminationCounts(const SkeletonMatrix& pattern,
         m_columns[m_start[c]++] = r;
     });
     m_neighbours.resize(m_columns.size());
-    for (auto* const array : {&m_position, &m_parent, &m_ancestor, &m_subtree, &m_postOrder,
-                              &m_byPostOrder, &m_begin, &m_lastLeaf})
+    for (auto* const array :
+         {&m_position, &m_ancestor, &m_subtree, &m_byPostOrder, &m_begin, &m_lastLeaf})
         array->resize(n);
-    m_blocks.resize(n);
     m_scalars.resize(n);
 }
 
-const FactorCounts& EliminationCounts::count(const std::vector<unsigned int>& order)
+Elimination EliminationCounts::count(std::vector<unsigned int> order)
 {
-    if (order == m_order)
-        return m_counts;
-    m_order = order;
-    place(order);
-    findParents();
-    numberInPostOrder();
-    countColumns(order);
-    m_counts = {};
-    for (std::size_t k = 0; k < order.size(); ++k) {
-        const std::uint64_t width = m_sizes[order[k]];
+    Elimination result;
+    result.order = std::move(order);
+    place(result.order);
+    findParents(result.parents);
+    numberInPostOrder(result);
+    countColumns(result);
+    for (std::size_t k = 0; k < result.order.size(); ++k) {
+        const std::uint64_t width = m_sizes[result.order[k]];
         const std::uint64_t height = static_cast<std::uint64_t>(m_scalars[k]) - width;
-        m_counts.blocks += static_cast<std::uint64_t>(m_blocks[k]);
-        m_counts.scalars += width * (width + height);
+        result.counts.blocks += static_cast<std::uint64_t>(result.columnBlocks[k]);
+        result.counts.scalars += width * (width + height);
         // Column k updates the lower triangle of its rows, solves against its own block, factors
         // it.
-        m_counts.operations +=
+        result.counts.operations +=
             width * (height * (height + 1) / 2 + height * width / 2) + width * width * width / 6;
     }
-    return m_counts;
+    return result;
 }
 
 /// The neighbours of each position.
@@ -74,18 +72,19 @@ void EliminationCounts::place(const std::vector<unsigned int>& order)
 }
 
 /// The elimination tree, by shortened paths (Liu 1986).
-void EliminationCounts::findParents()
+void EliminationCounts::findParents(std::vector<unsigned int>& parents)
 {
-    const auto n = static_cast<unsigned int>(m_parent.size());
+    const auto n = static_cast<unsigned int>(m_position.size());
+    parents.resize(n);
     for (unsigned int k = 0; k < n; ++k) {
-        m_parent[k] = k;
+        parents[k] = k;
         m_ancestor[k] = kNone;
         for (unsigned int e = m_start[k]; e < m_start[k + 1]; ++e)
             for (unsigned int i = m_neighbours[e]; i < k;) { // kNone ends it, too
                 const unsigned int next = m_ancestor[i];
                 m_ancestor[i] = k;
                 if (next == kNone)
-                    m_parent[i] = k;
+                    parents[i] = k;
                 i = next;
             }
     }
@@ -93,40 +92,46 @@ void EliminationCounts::findParents()
 
 /// Parents come after their children: subtrees are measured on the way up, and get their ranges of
 /// numbers on the way down.
-void EliminationCounts::numberInPostOrder()
+void EliminationCounts::numberInPostOrder(Elimination& result)
 {
-    const auto n = static_cast<unsigned int>(m_parent.size());
+    const std::vector<unsigned int>& parents = result.parents;
+    const auto n = static_cast<unsigned int>(parents.size());
+    result.postOrder.resize(n);
     m_subtree.assign(n, 1);
     unsigned int roots = 0;
     for (unsigned int k = 0; k < n; ++k) {
-        if (m_parent[k] == k) {
+        if (parents[k] == k) {
             m_begin[k] = roots;
             roots += m_subtree[k];
         } else {
-            m_subtree[m_parent[k]] += m_subtree[k];
+            m_subtree[parents[k]] += m_subtree[k];
         }
     }
     std::vector<unsigned int>& next = m_ancestor; // per node: where its next child's range begins
     for (unsigned int k = n; k-- > 0;) {
-        if (m_parent[k] != k) {
-            m_begin[k] = next[m_parent[k]];
-            next[m_parent[k]] += m_subtree[k];
+        if (parents[k] != k) {
+            m_begin[k] = next[parents[k]];
+            next[parents[k]] += m_subtree[k];
         }
         next[k] = m_begin[k];
-        m_postOrder[k] = m_begin[k] + m_subtree[k] - 1;
-        m_byPostOrder[m_postOrder[k]] = k;
+        result.postOrder[k] = m_begin[k] + m_subtree[k] - 1;
+        m_byPostOrder[result.postOrder[k]] = k;
     }
 }
 
 /// Row i of L is a subtree with root i. To count it in each of its columns, its size is added at
 /// the leaves and taken away where two of them meet, and above the root; then everything is summed
 /// up the tree.
-void EliminationCounts::countColumns(const std::vector<unsigned int>& order)
+void EliminationCounts::countColumns(Elimination& result)
 {
+    const std::vector<unsigned int>& order = result.order;
+    const std::vector<unsigned int>& parents = result.parents;
+    std::vector<std::int64_t>& blocks = result.columnBlocks;
     const auto n = static_cast<unsigned int>(order.size());
+    blocks.resize(n);
     for (unsigned int k = 0; k < n; ++k) {
         const bool leaf = m_subtree[k] == 1;
-        m_blocks[k] = leaf ? 1 : 0;
+        blocks[k] = leaf ? 1 : 0;
         m_scalars[k] = leaf ? m_sizes[order[k]] : 0;
         m_lastLeaf[k] = kNone;
         m_ancestor[k] = k;
@@ -137,28 +142,28 @@ void EliminationCounts::countColumns(const std::vector<unsigned int>& order)
             const unsigned int i = m_neighbours[e];
             const unsigned int last = m_lastLeaf[i];
             // Not a leaf of the row's subtree if one of that was in the subtree of k.
-            if (i < k || (last != kNone && m_postOrder[last] >= m_begin[k]))
+            if (i < k || (last != kNone && result.postOrder[last] >= m_begin[k]))
                 continue;
             m_lastLeaf[i] = k;
             const std::int64_t size = m_sizes[order[i]];
-            ++m_blocks[k];
+            ++blocks[k];
             m_scalars[k] += size;
             if (last != kNone) {
                 const unsigned int meeting = leastCommonAncestor(last);
-                --m_blocks[meeting];
+                --blocks[meeting];
                 m_scalars[meeting] -= size;
             }
         }
-        if (m_parent[k] != k) {
-            --m_blocks[m_parent[k]];
-            m_scalars[m_parent[k]] -= m_sizes[order[k]];
-            m_ancestor[k] = m_parent[k];
+        if (parents[k] != k) {
+            --blocks[parents[k]];
+            m_scalars[parents[k]] -= m_sizes[order[k]];
+            m_ancestor[k] = parents[k];
         }
     }
     for (unsigned int k = 0; k < n; ++k)
-        if (m_parent[k] != k) {
-            m_blocks[m_parent[k]] += m_blocks[k];
-            m_scalars[m_parent[k]] += m_scalars[k];
+        if (parents[k] != k) {
+            blocks[parents[k]] += blocks[k];
+            m_scalars[parents[k]] += m_scalars[k];
         }
 }
 

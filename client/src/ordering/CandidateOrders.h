@@ -1,0 +1,34 @@
+#ifndef KYRORVEL_CLIENT_CANDIDATE_ORDERS_H
+#define KYRORVEL_CLIENT_CANDIDATE_ORDERS_H
+
+#include "ConstraintSpace.h"
+#include "Ordering.h"
+
+namespace kyrOrvel {
+namespace client {
+
+class EarlyRule;
+
+/// An order of all blocks that may be taken.
+struct Candidate {
+    Elimination elimination;
+    unsigned int earlyBlocks = 0; ///< trailing blocks before an ordinary one that they couple to
+};
+
+/// An order of the whole system with its trailing blocks placed, or one of the trailing blocks
+/// behind all ordinary ones, whichever has fewer operations.
+Status orderInSpaces(const OrderingInput& input, const OrderGraph& orderGraph,
+                     const EarlyRule* rule, EliminationCounts& counts, Candidate& best);
+
+/// An order in which the two ends of a chain are eliminated side by side, if `oneEnd` is that of a
+/// chain and this does not cost too much. Each block of a chain waits for the one before it; so two
+/// are at work at a time in the processor. (A rotation of the elimination tree, Liu 1988.)
+///
+/// @return whether there is one
+bool takeBothEnds(const OrderingInput& input, const EarlyRule* rule, EliminationCounts& counts,
+                  const Candidate& oneEnd, Candidate& both);
+
+} // namespace client
+} // namespace kyrOrvel
+
+#endif
