@@ -7,8 +7,9 @@ namespace kyrOrvel {
 namespace client {
 
 /// Orders the block graph by nested dissection, blocks weighted by their sizes (METIS; Karypis,
-/// Kumar 1998 SIAM J. Sci. Comput. 20(1) 359-392). The seed is fixed, so the same pattern gives the
-/// same order. InvalidInput in a build without METIS.
+/// Kumar 1998 SIAM J. Sci. Comput. 20(1) 359-392), several times where the factorization takes much
+/// longer than that. The seeds are fixed, so the same pattern gives the same order. InvalidInput in
+/// a build without METIS.
 Status nestedDissection(const OrderingInput& input, std::vector<unsigned int>& order);
 
 } // namespace client
