@@ -93,6 +93,11 @@ template <class T> struct KYRORVEL_HIDDEN BlockLDLT<T>::Impl {
     void solveWork();
     Status gather(const T* from, const char* what, std::vector<T>& to) const;
     Status checkSolution(const std::vector<T>& x) const;
+    struct Place {
+        unsigned int block = kNone; ///< in the user's order
+        unsigned int row = kNone;   ///< of the block
+    };
+    Place findNotFinite(const std::vector<T>& vector) const;
     void scatterTo(const std::vector<T>& from, T* to) const;
     T computeResidual(const std::vector<T>& x);
     void computeBackwardError(const std::vector<T>& x);

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 namespace kyrOrvel {
@@ -27,6 +28,41 @@ template <class T> int scaleExponent(const std::vector<T>& v)
         largest = std::max(largest, std::abs(x));
     const int needed = kEpsilonExponent - std::ilogb(*first);
     return std::max(0, std::min(needed, -kEpsilonExponent - std::ilogb(largest)));
+}
+
+/// Copies the scalars of a block: a few, for which a function takes longer to be called than to
+/// copy.
+template <class T> void copyBlock(const T* from, unsigned int size, T* to)
+{
+    switch (size) { // as most are
+    case 3:
+        std::memcpy(to, from, 3 * sizeof(T));
+        break;
+    case 5:
+        std::memcpy(to, from, 5 * sizeof(T));
+        break;
+    case 6:
+        std::memcpy(to, from, 6 * sizeof(T));
+        break;
+    default:
+        std::copy_n(from, size, to);
+    }
+}
+
+/// Zero times a value that is not finite is NaN. Whole vectors tell sooner than their elements.
+template <class T> bool areFinite(const std::vector<T>& v)
+{
+    constexpr std::size_t kLanes = 8; // that do not wait for each other
+    T zeros[kLanes] = {};
+    const T* const values = v.data();
+    const std::size_t n = v.size();
+    std::size_t i = 0;
+    for (; i + kLanes <= n; i += kLanes)
+        for (std::size_t lane = 0; lane < kLanes; ++lane)
+            zeros[lane] += values[i + lane] * T(0);
+    for (; i < n; ++i)
+        zeros[0] += values[i] * T(0);
+    return std::all_of(zeros, zeros + kLanes, [](T zero) { return zero == 0; });
 }
 
 template <class T> void scaleBy(int exponent, std::vector<T>& v)
@@ -279,33 +315,42 @@ template <class T>
 Status BlockLDLT<T>::Impl::gather(const T* from, const char* what, std::vector<T>& to) const
 {
     const SparseMatrix<T>& L = data().factor;
-    for (unsigned int k = 0; k < L.numBlockRows; ++k) {
-        const unsigned int block = system().analysis.order[k];
-        const T* const values = from + system().offsets[block];
-        for (unsigned int i = 0; i < L.blockSizes[k]; ++i) {
-            if (!std::isfinite(values[i]))
-                return {StatusCode::NotFinite,
-                        std::string("the ") + what + " holds an infinity or NaN in row " +
-                            std::to_string(i) + " of block " + std::to_string(block),
-                        block, i};
-            to[L.blockOffsets[k] + i] = values[i];
-        }
-    }
-    return {};
+    const unsigned int* const order = system().analysis.order.data();
+    const std::size_t* const offsets = system().offsets.data();
+    for (unsigned int k = 0; k < L.numBlockRows; ++k)
+        copyBlock(from + offsets[order[k]], L.blockSizes[k], to.data() + L.blockOffsets[k]);
+    const Place bad = findNotFinite(to);
+    if (bad.block == kNone)
+        return {};
+    return {StatusCode::NotFinite,
+            std::string("the ") + what + " holds an infinity or NaN in row " +
+                std::to_string(bad.row) + " of block " + std::to_string(bad.block),
+            bad.block, bad.row};
 }
 
 template <class T> Status BlockLDLT<T>::Impl::checkSolution(const std::vector<T>& x) const
 {
+    const Place bad = findNotFinite(x);
+    if (bad.block == kNone)
+        return {};
+    return {StatusCode::NotFinite,
+            "the solution overflows in row " + std::to_string(bad.row) + " of block " +
+                std::to_string(bad.block) + "; scale the system",
+            bad.block, bad.row};
+}
+
+/// The first value of a vector in elimination order that is not finite.
+template <class T>
+typename BlockLDLT<T>::Impl::Place
+BlockLDLT<T>::Impl::findNotFinite(const std::vector<T>& vector) const
+{
+    if (areFinite(vector))
+        return {};
     const SparseMatrix<T>& L = data().factor;
     for (unsigned int k = 0; k < L.numBlockRows; ++k)
         for (unsigned int i = 0; i < L.blockSizes[k]; ++i)
-            if (!std::isfinite(x[L.blockOffsets[k] + i])) {
-                const unsigned int block = system().analysis.order[k];
-                return {StatusCode::NotFinite,
-                        "the solution overflows in row " + std::to_string(i) + " of block " +
-                            std::to_string(block) + "; scale the system",
-                        block, i};
-            }
+            if (!std::isfinite(vector[L.blockOffsets[k] + i]))
+                return {system().analysis.order[k], i};
     return {};
 }
 
@@ -313,9 +358,10 @@ template <class T> Status BlockLDLT<T>::Impl::checkSolution(const std::vector<T>
 template <class T> void BlockLDLT<T>::Impl::scatterTo(const std::vector<T>& from, T* to) const
 {
     const SparseMatrix<T>& L = data().factor;
+    const unsigned int* const order = system().analysis.order.data();
+    const std::size_t* const offsets = system().offsets.data();
     for (unsigned int k = 0; k < L.numBlockRows; ++k)
-        std::copy_n(from.data() + L.blockOffsets[k], L.blockSizes[k],
-                    to + system().offsets[system().analysis.order[k]]);
+        copyBlock(from.data() + L.blockOffsets[k], L.blockSizes[k], to + offsets[order[k]]);
 }
 
 template <class T> const Status& BlockLDLT<T>::solve(const T* b, T* x)
