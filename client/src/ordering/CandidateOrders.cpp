@@ -20,15 +20,20 @@ constexpr double kWorthwhile = 0.95;
 /// constraints that need both of their bodies may have to wait.
 constexpr double kBothEndsCost = 1.5;
 
+/// Blocks of the factor per block of the matrix up to which no other order is looked for. Of 16,000
+/// systems with less, half would have been factored with 2 % fewer operations at the most, nine in
+/// ten with 9 %; it takes a quarter of the time of an analysis.
+constexpr double kLittleFill = 1.75;
+
 double operationsOf(const Candidate& candidate)
 {
     return static_cast<double>(candidate.elimination.counts.operations);
 }
 
-/// Whether a factor has no more blocks than the matrix.
-bool hasNoFill(const OrderingInput& input, const Candidate& candidate)
+/// Blocks of the factor per block of the matrix.
+double fillOf(const OrderingInput& input, const Candidate& candidate)
 {
-    return candidate.elimination.counts.blocks ==
+    return static_cast<double>(candidate.elimination.counts.blocks) /
            input.pattern.rowStart[input.pattern.numBlockRows];
 }
 
@@ -43,7 +48,7 @@ Status placeConstraints(const OrderingInput& input, const std::vector<unsigned i
             firstStructurallyZeroPivot(input, early.order()) == kNone)
             placed = {counts.count(early.order()), early.earlyBlocks()};
     }
-    if (placed.earlyBlocks > 0 && hasNoFill(input, placed))
+    if (placed.earlyBlocks > 0 && fillOf(input, placed) <= 1)
         return {};
     ConstraintPlacement placement(input, TrailingPlacement::AfterLast, nullptr);
     Status status = placement.run(wanted);
@@ -64,7 +69,7 @@ Status orderInSpaces(const OrderingInput& input, const OrderGraph& orderGraph,
     Status status = orderGraph(input, wanted);
     if (status.ok())
         status = placeConstraints(input, wanted, rule, counts, best);
-    if (!status.ok() || hasNoFill(input, best))
+    if (!status.ok() || fillOf(input, best) <= kLittleFill)
         return status;
     const ConstraintSpace space(input);
     if (!space.isUsable())

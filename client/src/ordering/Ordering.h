@@ -62,9 +62,9 @@ struct OrderingResult {
 ///
 /// Early is cheaper on trees, where it makes no fill at all; elsewhere both orders are built and
 /// the one with fewer operations wins, late on a tie of 5 %. Where ordinary blocks do not couple to
-/// each other, an order of the trailing blocks behind all of them competes too: as safe as late
-/// ones, and on nets, walls and heaps with a fifth of the operations. A chain is taken from both of
-/// its ends in turn. O(symamd + blocks of the matrix), almost.
+/// each other, an order of the trailing blocks behind all of them competes too unless there is
+/// little fill: as safe as late ones, and on nets, walls and heaps with a fifth of the operations.
+/// A chain is taken from both of its ends in turn. O(symamd + blocks of the matrix), almost.
 ///
 /// A trailing block that couples to trailing blocks only is put behind one that is itself in place.
 /// Where that is not possible either, its first pivot is zero whatever the values: Singular, naming
