@@ -45,8 +45,8 @@ public:
     /// @param unusable  per block
     Status analyzeLater(const BlockMatrix<T>& A, const std::vector<unsigned char>& unusable);
 
-    /// Whether A has the pattern that was analysed, PatternMismatch if not. O(1) for the matrix that
-    /// was asked about last, unless it has got new blocks since.
+    /// Whether A has the pattern that was analysed, PatternMismatch if not. O(1) for the matrix
+    /// that was asked about last, unless it has got new blocks since.
     Status recognize(const BlockMatrix<T>& A);
 
     /// Whether trailing blocks stand before some of the ordinary blocks that they couple to, and
