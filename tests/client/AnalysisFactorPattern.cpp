@@ -5,6 +5,7 @@
 
 #include <kyrOrvel/Orvel>
 #include <kyrOrvelClient/BlockLDLT>
+#include <kyrOrvelClient/Scenes>
 
 #include <gtest/gtest.h>
 
@@ -99,6 +100,27 @@ TEST(FactorPattern, EqualsDenseSymbolicElimination)
     }
 }
 
+void expectCountsOfTheBlocks(const BlockMatrix<double>& A, const BlockLDLT<double>& solver)
+{
+    const Words& order = solver.analysis().order;
+    std::uint64_t blocks = 0;
+    std::uint64_t scalars = 0;
+    const Rows rows = expectedFactorRows(A, order);
+    for (unsigned int r = 0; r < rows.size(); ++r)
+        for (const unsigned int c : rows[r]) {
+            ++blocks;
+            scalars += std::uint64_t(A.blockSize(order[r])) * A.blockSize(order[c]);
+        }
+    std::uint64_t matrixBlocks = A.numBlockRows();
+    for (unsigned int r = 0; r < A.numBlockRows(); ++r)
+        for (const auto& entry : A.row(r))
+            matrixBlocks += entry.column != r;
+
+    EXPECT_EQ(solver.analysis().matrixBlocks, matrixBlocks);
+    EXPECT_EQ(solver.analysis().factorBlocks, blocks);
+    EXPECT_EQ(solver.analysis().factorScalars, scalars);
+}
+
 TEST(FactorPattern, CountsAreThoseOfItsBlocks)
 {
     for (unsigned int seed = 1; seed <= 200; ++seed) {
@@ -107,25 +129,27 @@ TEST(FactorPattern, CountsAreThoseOfItsBlocks)
         const BlockMatrix<double> A = randomMatrix(random);
         BlockLDLT<double> solver;
         ASSERT_TRUE(solver.analyzePattern(A).ok());
-        const Words& order = solver.analysis().order;
 
-        std::uint64_t blocks = 0;
-        std::uint64_t scalars = 0;
-        const Rows rows = expectedFactorRows(A, order);
-        for (unsigned int r = 0; r < rows.size(); ++r)
-            for (const unsigned int c : rows[r]) {
-                ++blocks;
-                scalars += std::uint64_t(A.blockSize(order[r])) * A.blockSize(order[c]);
-            }
-        std::uint64_t matrixBlocks = A.numBlockRows();
-        for (unsigned int r = 0; r < A.numBlockRows(); ++r)
-            for (const auto& entry : A.row(r))
-                matrixBlocks += entry.column != r;
-
-        EXPECT_EQ(solver.analysis().matrixBlocks, matrixBlocks);
-        EXPECT_EQ(solver.analysis().factorBlocks, blocks);
-        EXPECT_EQ(solver.analysis().factorScalars, scalars);
+        expectCountsOfTheBlocks(A, solver);
     }
+}
+
+TEST(FactorPattern, CountsAreThoseOfItsBlocksInEveryOrdering)
+{
+    using namespace kyrOrvel::client;
+    const Scene scenes[] = {makeChain(40),  makeRopeBridge(6),  makeTracks(12), makeNet(7),
+                            makeWall(4, 3), makeRagdollPile(2), makeLattice(5), makePoseGraph(60)};
+    for (const Scene& scene : scenes)
+        for (const Ordering ordering :
+             {Ordering::ConstraintAware, Ordering::Symamd, Ordering::Natural, Ordering::Best}) {
+            SCOPED_TRACE(scene.matrix.numBlockRows());
+            SCOPED_TRACE(int(ordering));
+            BlockLDLT<double> solver;
+            solver.setOrdering(ordering);
+            ASSERT_TRUE(solver.analyzePattern(scene.matrix).ok()) << solver.info().message;
+
+            expectCountsOfTheBlocks(scene.matrix, solver);
+        }
 }
 
 // Row i of a dense L needs i pairs for its diagonal and j for its entry in column j: m³/6 in all.
