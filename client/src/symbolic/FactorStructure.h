@@ -14,8 +14,8 @@ namespace client {
 struct FactorStructure {
     std::vector<unsigned int>& rowStart;
     std::vector<unsigned int>& rowColumns; ///< columns ascending, the diagonal last
-    SkeletonMatrix&
-        columns; ///< list k names k, then every row r > k with a block L(r, k), ascending
+    /// List k names k, then every row r > k with a block L(r, k), ascending.
+    SkeletonMatrix& columns;
 };
 
 /// Fills both patterns, whose blocks together must fit 32 bits.
