@@ -48,6 +48,28 @@ TYPED_TEST(FactorPathBits, EqualThePlainFactorization)
     }
 }
 
+TYPED_TEST(FactorPathBits, EqualThePlainFactorizationWhereTheInputLacksDiagonalBlocks)
+{
+    for (std::uint64_t seed = 5001; seed <= 5100; ++seed) {
+        SCOPED_TRACE(seed);
+        Random random(seed);
+        const bool large = random.chance(0.2);
+        System<TypeParam> system = large
+                                       ? this->system(random, random.integer(2, 12), {3, 9, 12})
+                                       : this->system(random, random.integer(2, 20), {3, 5, 6, 4});
+        for (unsigned int r = 0; r < system.numRows(); ++r)
+            // A row without any block has no size.
+            if (system.rows[r].size() > 1 && random.chance(0.3)) {
+                std::vector<unsigned int>& columns = system.rows[r];
+                columns.erase(std::remove(columns.begin(), columns.end(), r), columns.end());
+                system.blocks.erase({r, r});
+            }
+        this->expectPlainBits(system);
+        if (this->HasFatalFailure())
+            return;
+    }
+}
+
 // Blocks beyond what rows take, tiles with all kinds of edges, panels that have to be split.
 TYPED_TEST(FactorPathBits, EqualThePlainFactorizationWithLargeBlocks)
 {
