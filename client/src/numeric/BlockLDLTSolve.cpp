@@ -1,5 +1,6 @@
 #include "BlockLDLTImpl.h"
 
+#include "FourSums.h"
 #include "MatrixWalk.h"
 #include "Residual.h"
 
@@ -52,17 +53,9 @@ template <class T> void copyBlock(const T* from, unsigned int size, T* to)
 /// Zero times a value that is not finite is NaN. Whole vectors tell sooner than their elements.
 template <class T> bool areFinite(const std::vector<T>& v)
 {
-    constexpr std::size_t kLanes = 8; // that do not wait for each other
-    T zeros[kLanes] = {};
-    const T* const values = v.data();
-    const std::size_t n = v.size();
-    std::size_t i = 0;
-    for (; i + kLanes <= n; i += kLanes)
-        for (std::size_t lane = 0; lane < kLanes; ++lane)
-            zeros[lane] += values[i + lane] * T(0);
-    for (; i < n; ++i)
-        zeros[0] += values[i] * T(0);
-    return std::all_of(zeros, zeros + kLanes, [](T zero) { return zero == 0; });
+    FourSums<T> sums;
+    sums.addTimesZero(v.data(), v.size());
+    return sums.total() == 0;
 }
 
 template <class T> void scaleBy(int exponent, std::vector<T>& v)

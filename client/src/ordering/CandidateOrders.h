@@ -7,8 +7,6 @@
 namespace kyrOrvel {
 namespace client {
 
-class EarlyRule;
-
 /// An order of all blocks that may be taken.
 struct Candidate {
     Elimination elimination;

@@ -1,6 +1,7 @@
 #include "NestedDissection.h"
 
 #ifdef KYRORVEL_HAVE_METIS
+#include "../symbolic/BothTriangles.h"
 #include "../symbolic/EliminationCounts.h"
 
 #include <metis.h>
@@ -36,37 +37,16 @@ constexpr double kAlike = 0.03;
 /// Separators to choose from at each of the first steps, which METIS does on large graphs alone.
 constexpr idx_t kSeparators = 2;
 
-/// The whole graph, each edge from both ends.
 struct BlockGraph {
-    std::vector<idx_t> start;
-    std::vector<idx_t> neighbours;
+    explicit BlockGraph(const OrderingInput& input) : couplings(input.pattern)
+    {
+        for (const unsigned int size : input.sizes)
+            weights.push_back(size > 0 ? static_cast<idx_t>(size) : 1);
+    }
+
+    BothTriangles<idx_t> couplings;
     std::vector<idx_t> weights;
 };
-
-BlockGraph graphOf(const OrderingInput& input)
-{
-    const SkeletonMatrix& S = input.pattern;
-    const std::size_t n = S.numBlockRows;
-    BlockGraph graph{std::vector<idx_t>(n + 1, 0), {}, {}};
-    const auto forEachEdge = [&](auto f) {
-        for (unsigned int r = 0; r < n; ++r)
-            for (unsigned int e = S.rowStart[r]; e + 1 < S.rowStart[r + 1]; ++e) {
-                f(r, S.columnIndices[e]);
-                f(S.columnIndices[e], r);
-            }
-    };
-    forEachEdge([&](unsigned int from, unsigned int /*to*/) { ++graph.start[from + 1]; });
-    for (std::size_t r = 0; r < n; ++r)
-        graph.start[r + 1] += graph.start[r];
-    graph.neighbours.resize(static_cast<std::size_t>(graph.start[n]));
-    std::vector<idx_t> next(graph.start.begin(), graph.start.end() - 1);
-    forEachEdge([&](unsigned int from, unsigned int to) {
-        graph.neighbours[static_cast<std::size_t>(next[from]++)] = static_cast<idx_t>(to);
-    });
-    for (const unsigned int size : input.sizes)
-        graph.weights.push_back(size > 0 ? static_cast<idx_t>(size) : 1);
-    return graph;
-}
 
 /// METIS draws from the random numbers of the C library, whose state the process shares: two
 /// orderings at a time would disturb each other's.
@@ -114,8 +94,8 @@ bool dissect(BlockGraph& graph, idx_t seed, std::vector<unsigned int>& order)
     const std::lock_guard<std::mutex> lock(metisMutex());
     const RandomNumbersAside aside;
     const int result =
-        METIS_NodeND(&n, graph.start.data(), graph.neighbours.data(), graph.weights.data(), options,
-                     permutation.data(), inverse.data());
+        METIS_NodeND(&n, graph.couplings.start.data(), graph.couplings.neighbours.data(),
+                     graph.weights.data(), options, permutation.data(), inverse.data());
     order.assign(permutation.begin(), permutation.end());
     return result == METIS_OK;
 }
@@ -137,21 +117,21 @@ Status nestedDissection(const OrderingInput& input, std::vector<unsigned int>& o
                 kNone, kNone};
     order.resize(input.pattern.numBlockRows);
     std::iota(order.begin(), order.end(), 0u);
-    BlockGraph graph = graphOf(input);
-    if (graph.neighbours.empty())
+    BlockGraph graph(input);
+    if (graph.couplings.neighbours.empty())
         return {};
     if (!dissect(graph, 1, order))
         return outOfMemory();
     EliminationCounts counts(input.pattern, input.sizes);
     auto fewest = static_cast<double>(counts.count(order).counts.operations);
     const double entries = input.pattern.rowStart[input.pattern.numBlockRows];
-    bool alike = fewest < kLongFactorization * entries;
+    bool enough = fewest < kLongFactorization * entries;
     std::vector<unsigned int> other;
-    for (idx_t seed = 2; seed <= kMostTries && !alike; ++seed) {
+    for (idx_t seed = 2; seed <= kMostTries && !enough; ++seed) {
         if (!dissect(graph, seed, other))
             return outOfMemory();
         const auto operations = static_cast<double>(counts.count(other).counts.operations);
-        alike = std::abs(operations - fewest) < kAlike * fewest;
+        enough = std::abs(operations - fewest) < kAlike * fewest;
         if (operations < fewest) {
             fewest = operations;
             order.swap(other);

@@ -1,7 +1,6 @@
 #include "EliminationCounts.h"
 
 #include <cstddef>
-#include <numeric>
 #include <utility>
 
 namespace kyrOrvel {
@@ -9,26 +8,11 @@ namespace client {
 
 EliminationCounts::EliminationCounts(const SkeletonMatrix& pattern,
                                      const std::vector<unsigned int>& sizes)
-    : m_sizes(sizes), m_rowStart(static_cast<std::size_t>(pattern.numBlockRows) + 1, 0)
+    : m_sizes(sizes), m_graph(pattern)
 {
-    const unsigned int n = pattern.numBlockRows;
-    const auto forEachCoupling = [&](auto f) {
-        for (unsigned int r = 0; r < n; ++r)
-            for (unsigned int e = pattern.rowStart[r]; e + 1 < pattern.rowStart[r + 1]; ++e)
-                f(r, pattern.columnIndices[e]);
-    };
-    forEachCoupling([&](unsigned int r, unsigned int c) {
-        ++m_rowStart[r + 1];
-        ++m_rowStart[c + 1];
-    });
-    std::partial_sum(m_rowStart.begin(), m_rowStart.end(), m_rowStart.begin());
-    m_columns.resize(m_rowStart.back());
-    m_start.assign(m_rowStart.begin(), m_rowStart.end()); // where the next one goes, for now
-    forEachCoupling([&](unsigned int r, unsigned int c) {
-        m_columns[m_start[r]++] = c;
-        m_columns[m_start[c]++] = r;
-    });
-    m_neighbours.resize(m_columns.size());
+    const std::size_t n = pattern.numBlockRows;
+    m_start.resize(n + 1);
+    m_neighbours.resize(m_graph.neighbours.size());
     for (auto* const array :
          {&m_position, &m_ancestor, &m_subtree, &m_byPostOrder, &m_begin, &m_lastLeaf})
         array->resize(n);
@@ -65,8 +49,8 @@ void EliminationCounts::place(const std::vector<unsigned int>& order)
     unsigned int end = 0;
     for (unsigned int k = 0; k < n; ++k) {
         m_start[k] = end;
-        for (unsigned int e = m_rowStart[order[k]]; e < m_rowStart[order[k] + 1]; ++e)
-            m_neighbours[end++] = m_position[m_columns[e]];
+        for (unsigned int e = m_graph.start[order[k]]; e < m_graph.start[order[k] + 1]; ++e)
+            m_neighbours[end++] = m_position[m_graph.neighbours[e]];
     }
     m_start[n] = end;
 }

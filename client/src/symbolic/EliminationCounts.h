@@ -1,6 +1,8 @@
 #ifndef KYRORVEL_CLIENT_ELIMINATION_COUNTS_H
 #define KYRORVEL_CLIENT_ELIMINATION_COUNTS_H
 
+#include "BothTriangles.h"
+
 #include <kyrOrvel/SkeletonMatrix>
 
 #include <cstdint>
@@ -46,10 +48,7 @@ private:
     unsigned int leastCommonAncestor(unsigned int finished);
 
     const std::vector<unsigned int>& m_sizes;
-    // Of the pattern, both triangles, without the diagonal.
-    std::vector<unsigned int> m_rowStart;
-    std::vector<unsigned int> m_columns;
-
+    const BothTriangles<unsigned int> m_graph;
     std::vector<unsigned int> m_position;
     std::vector<unsigned int> m_start;      ///< of the neighbours of each position
     std::vector<unsigned int> m_neighbours; ///< positions
