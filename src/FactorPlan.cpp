@@ -20,6 +20,11 @@ namespace {
 // number of threads.
 template <class T> constexpr double kFewProducts = sizeof(T) == sizeof(double) ? 4.5 : 3.2;
 
+// Rows need what lies far behind them again and again. In a factor larger than the caches they take
+// from the same time as panels to twice as long (nets of 80 to 100 knots a side).
+constexpr double kFewBeyondCaches = 3.2;
+constexpr std::size_t kCaches = std::size_t(20) << 20; ///< bytes of L
+
 /// Scalar columns of a panel. Wider ones move less data per product, until they no longer fit into
 /// the cache of a core; they are also fewer, for threads to share. In factors of hundreds of
 /// megabytes the first counts for more: a lattice of 20³ gains an eighth, an elastic cube of 24³ a
@@ -232,7 +237,8 @@ template <class T> bool FactorPlan<T>::goesByRows() const
         return schedule == FactorSchedule::Rows;
     const double meanSize = static_cast<double>(m_reciprocals.size()) / m_numRows;
     const double values = static_cast<double>(m_numValues);
-    return m_products <= kFewProducts<T> * values * meanSize * meanSize;
+    const double few = m_numValues * sizeof(T) > kCaches ? kFewBeyondCaches : kFewProducts<T>;
+    return m_products <= few * values * meanSize * meanSize;
 }
 
 template <class T> void FactorPlan<T>::beginRows(unsigned int threads)
