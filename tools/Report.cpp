@@ -83,6 +83,8 @@ std::string describeOrder(const Analysis& analysis)
                   std::to_string(analysis.earlyBlocks) + " of them behind the first"
             : ", trailing blocks behind the ordinary blocks that they couple to";
     switch (analysis.method) {
+    case OrderingMethod::MinimumFill:
+        return "minimum fill";
     case OrderingMethod::Symamd:
         return "minimum degree";
     case OrderingMethod::SymamdRepaired:
@@ -90,7 +92,7 @@ std::string describeOrder(const Analysis& analysis)
     case OrderingMethod::SymamdDelayed:
         return "minimum degree, trailing blocks behind a coupled ordinary block";
     case OrderingMethod::ConstraintAware:
-        return "minimum degree" + placed;
+        return "minimum fill" + placed;
     case OrderingMethod::NestedDissection:
         return "nested dissection" + placed;
     case OrderingMethod::Natural:

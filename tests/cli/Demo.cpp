@@ -23,7 +23,7 @@ std::string masked(const std::string& report)
         if (line.find("fill-in") != std::string::npos)
             line.replace(34, line.find(" of them") - 34, "#");
         if (line.find("ordering") != std::string::npos)
-            line = line.substr(0, line.find(" degree"));
+            line = line.substr(0, line.find(" fill"));
         text += line + "\n";
     }
     return text;

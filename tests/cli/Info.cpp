@@ -26,7 +26,7 @@ TEST(Info, BlocksAreFoundByStructure)
                        "  blocks of L                  4  0 of them fill-in\n"
                        "  scalars of L                13\n"
                        "  operations                  12  multiply-subtract pairs, about\n"
-                       "  ordering                        minimum degree, trailing blocks behind "
+                       "  ordering                        minimum fill, trailing blocks behind "
                        "the ordinary blocks that they couple to\n");
 }
 
@@ -51,7 +51,7 @@ TEST(Info, FillInIsCounted)
                        "  blocks of L                  9  1 of them fill-in\n"
                        "  scalars of L                 9\n"
                        "  operations                   9  multiply-subtract pairs, about\n"
-                       "  ordering                        minimum degree\n");
+                       "  ordering                        minimum fill\n");
 }
 
 TEST(Info, SidecarIsUsed)
@@ -72,7 +72,7 @@ TEST(Info, SidecarIsUsed)
                   "  blocks of L                  3  0 of them fill-in\n"
                   "  scalars of L                 3\n"
                   "  operations                   1  multiply-subtract pairs, about\n"
-                  "  ordering                        minimum degree, trailing blocks behind "
+                  "  ordering                        minimum fill, trailing blocks behind "
                   "the ordinary blocks that they couple to\n");
 }
 

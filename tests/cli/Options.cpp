@@ -37,7 +37,7 @@ TEST(Options, SolveReportsInJson)
                   "  \"fillBlocks\": 0,\n"
                   "  \"factorScalars\": 4,\n"
                   "  \"operations\": 1,\n"
-                  "  \"ordering\": \"minimum degree\",\n"
+                  "  \"ordering\": \"minimum fill\",\n"
                   "  \"refinements\": 0,\n"
                   "  \"relativeResidual\": 0.0,\n"
                   "  \"backwardError\": 0.0\n"

@@ -69,7 +69,7 @@ TEST(Scene, SolveReportsAsForAFile)
               "  blocks of L                  1  0 of them fill-in\n"
               "  scalars of L                36\n"
               "  operations                  36  multiply-subtract pairs, about\n"
-              "  ordering                        minimum degree\n"
+              "  ordering                        minimum fill\n"
               "  refinements                  0\n"
               "  relative residual      6.9e-19  |b - A x| / |b|\n"
               "  backward error         2.1e-19  |b - A x| / (|A| |x| + |b|)\n");

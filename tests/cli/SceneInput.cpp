@@ -39,7 +39,7 @@ TEST(SceneInput, IsNamedWithItsSizes)
               "  blocks of L                  1  0 of them fill-in\n"
               "  scalars of L                36\n"
               "  operations                  36  multiply-subtract pairs, about\n"
-              "  ordering                        minimum degree\n");
+              "  ordering                        minimum fill\n");
 }
 
 TEST(SceneInput, IsWhatAFileOfItWouldBe)

@@ -67,7 +67,7 @@ TEST(Solve, ReportShowsSizesFillAndAccuracy)
                        "  blocks of L                  1  0 of them fill-in\n"
                        "  scalars of L                 4\n"
                        "  operations                   1  multiply-subtract pairs, about\n"
-                       "  ordering                        minimum degree\n"
+                       "  ordering                        minimum fill\n"
                        "  refinements                  0\n"
                        "  relative residual      0.0e+00  |b - A x| / |b|\n"
                        "  backward error         0.0e+00  |b - A x| / (|A| |x| + |b|)\n");

@@ -231,17 +231,18 @@ TYPED_TEST(CaptureReplay, OtherStatusIsFound)
     EXPECT_FALSE(report.same());
 }
 
-/// Three bodies of 3 in a row, each linked to the next by two joints of 1 row. On the first of the
-/// two bodies their rows are independent, or the same.
+/// Four bodies of 3 in a row, each linked to the next by a joint of 1 row, the first two by another
+/// one. On the second body the rows of these two are independent, or the same.
 BlockMatrix<double> twiceLinked(bool independent)
 {
-    BlockMatrix<double> A({3, 3, 3, 1, 1, 1, 1}, 3);
-    for (unsigned int b = 0; b < 3; ++b)
+    BlockMatrix<double> A({3, 3, 3, 3, 1, 1, 1, 1}, 4);
+    for (unsigned int b = 0; b < 4; ++b)
         for (unsigned int i = 0; i < 3; ++i)
             A.block(b, b)[4 * i] = 2;
     for (unsigned int j = 0; j < 4; ++j) {
-        A.block(3 + j, j / 2)[independent ? j % 2 : 0] = 1;
-        A.block(3 + j, j / 2 + 1)[j % 2] = -1;
+        const unsigned int body = j == 0 ? 0 : j - 1;
+        A.block(4 + j, body)[j % 2] = 1;
+        A.block(4 + j, body + 1)[independent ? j % 2 : 0] = -1;
     }
     return A;
 }

@@ -1,6 +1,7 @@
 #include "ConstraintSpace.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <numeric>
 
@@ -12,79 +13,83 @@ namespace {
 /// The pattern may have that many pairs for each entry of the system's.
 constexpr std::uint64_t kMostPairsPerEntry = 16;
 
+constexpr std::uint64_t kMostPairs = 0x7FFFFFFF; ///< each is in the graph twice
+
+template <class F> void forEachNeighbour(const BlockGraph& graph, unsigned int block, F f)
+{
+    for (unsigned int e = graph.start[block]; e < graph.start[block + 1]; ++e)
+        f(graph.neighbours[e]);
+}
+
 } // namespace
 
-ConstraintSpace::ConstraintSpace(const OrderingInput& input) : m_firstTrailing(input.firstTrailing)
+ConstraintSpace::ConstraintSpace(const OrderingInput& input, const BlockGraph& couplings)
+    : m_firstTrailing(std::min(input.firstTrailing, input.pattern.numBlockRows)),
+      m_sizes(input.sizes.begin() + m_firstTrailing, input.sizes.end())
 {
-    const unsigned int n = input.pattern.numBlockRows;
-    m_usable = m_firstTrailing > 0 && m_firstTrailing < n && isSmall(input);
+    m_usable =
+        m_firstTrailing > 0 && !m_sizes.empty() && isSmall(couplings) && isSafe(input, couplings);
     if (m_usable)
-        buildPattern(input);
+        build(couplings);
 }
 
 /// Whether no two ordinary blocks couple and the pattern is not too large.
-bool ConstraintSpace::isSmall(const OrderingInput& input) const
+bool ConstraintSpace::isSmall(const BlockGraph& couplings) const
 {
-    const SkeletonMatrix& S = input.pattern;
-    std::vector<std::uint64_t> couplings(m_firstTrailing, 0);
-    for (unsigned int r = 0; r < S.numBlockRows; ++r)
-        for (unsigned int e = S.rowStart[r]; e + 1 < S.rowStart[r + 1]; ++e) {
-            if (r < m_firstTrailing)
-                return false;
-            if (S.columnIndices[e] < m_firstTrailing)
-                ++couplings[S.columnIndices[e]];
-        }
     std::uint64_t pairs = 0;
-    for (const std::uint64_t count : couplings)
+    for (unsigned int b = 0; b < m_firstTrailing; ++b) {
+        bool amongOrdinary = false;
+        forEachNeighbour(couplings, b,
+                         [&](unsigned int c) { amongOrdinary |= c < m_firstTrailing; });
+        if (amongOrdinary)
+            return false;
+        const std::uint64_t count = couplings.start[b + 1] - couplings.start[b];
         pairs += count * count / 2;
-    return pairs <= kMostPairsPerEntry * S.rowStart[S.numBlockRows];
+    }
+    const std::uint64_t entries = couplings.neighbours.size() / 2 + couplings.start.size() - 1;
+    return pairs + entries <= std::min(kMostPairsPerEntry * entries, kMostPairs);
 }
 
-void ConstraintSpace::buildPattern(const OrderingInput& input)
+/// Whether every trailing block has a pivot once all ordinary ones are eliminated.
+bool ConstraintSpace::isSafe(const OrderingInput& input, const BlockGraph& couplings) const
 {
-    const SkeletonMatrix& S = input.pattern;
-    const unsigned int count = S.numBlockRows - m_firstTrailing;
-    std::vector<std::vector<unsigned int>> onBody(m_firstTrailing); // trailing blocks, ascending
-    std::vector<unsigned int> columns;
-    std::vector<unsigned int> starts(1, 0);
-    std::vector<unsigned int> seen(count, kNone);
+    for (unsigned int t = m_firstTrailing; t < input.pattern.numBlockRows; ++t) {
+        bool safe = input.standsAlone[t] != 0;
+        forEachNeighbour(couplings, t, [&](unsigned int c) { safe |= c < m_firstTrailing; });
+        if (!safe)
+            return false;
+    }
+    return true;
+}
+
+void ConstraintSpace::build(const BlockGraph& couplings)
+{
+    const auto count = static_cast<unsigned int>(m_sizes.size());
+    std::vector<unsigned int> seenBy(count, kNone);
+    m_graph.start.reserve(std::size_t(count) + 1);
     for (unsigned int t = 0; t < count; ++t) {
-        const unsigned int r = t + m_firstTrailing;
-        const auto add = [&](unsigned int other) {
-            if (seen[other] != t) {
-                seen[other] = t;
-                columns.push_back(other);
+        seenBy[t] = t;
+        const auto add = [&](unsigned int block) {
+            const unsigned int other = block - m_firstTrailing;
+            if (seenBy[other] != t) {
+                seenBy[other] = t;
+                m_graph.neighbours.push_back(other);
             }
         };
-        for (unsigned int e = S.rowStart[r]; e + 1 < S.rowStart[r + 1]; ++e) {
-            const unsigned int c = S.columnIndices[e];
-            if (c >= m_firstTrailing) {
-                add(c - m_firstTrailing);
-                continue;
-            }
-            for (const unsigned int other : onBody[c])
-                add(other);
-            onBody[c].push_back(t);
-        }
-        std::sort(columns.begin() + starts.back(), columns.end());
-        columns.push_back(t);
-        starts.push_back(static_cast<unsigned int>(columns.size()));
+        forEachNeighbour(couplings, t + m_firstTrailing, [&](unsigned int c) {
+            if (c < m_firstTrailing)
+                forEachNeighbour(couplings, c, add);
+            else
+                add(c);
+        });
+        m_graph.start.push_back(static_cast<unsigned int>(m_graph.neighbours.size()));
     }
-    m_pattern.allocateMemory(count, starts.back());
-    m_pattern.numBlockRows = count;
-    std::copy(starts.begin(), starts.end(), m_pattern.rowStart);
-    std::copy(columns.begin(), columns.end(), m_pattern.columnIndices);
 }
 
-Status ConstraintSpace::order(const OrderingInput& input, const OrderGraph& orderGraph,
-                              std::vector<unsigned int>& order) const
+Status ConstraintSpace::order(const OrderGraph& orderGraph, std::vector<unsigned int>& order) const
 {
-    const std::vector<unsigned int> sizes(input.sizes.begin() + m_firstTrailing, input.sizes.end());
-    const std::vector<unsigned char> standsAlone(sizes.size(), 1);
-    const OrderingInput trailing{m_pattern, m_pattern.numBlockRows, standsAlone, sizes,
-                                 input.userOrder};
     std::vector<unsigned int> found;
-    Status status = orderGraph(trailing, found);
+    Status status = orderGraph({m_graph, m_sizes, false}, found);
     if (!status.ok())
         return status;
     order.resize(m_firstTrailing);

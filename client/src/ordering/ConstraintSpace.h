@@ -1,9 +1,8 @@
 #ifndef KYRORVEL_CLIENT_CONSTRAINT_SPACE_H
 #define KYRORVEL_CLIENT_CONSTRAINT_SPACE_H
 
+#include "../symbolic/BlockGraph.h"
 #include "Ordering.h"
-
-#include <kyrOrvel/SkeletonMatrix>
 
 #include <functional>
 #include <vector>
@@ -11,8 +10,15 @@
 namespace kyrOrvel {
 namespace client {
 
-/// Orders a graph: fills in an order of the blocks of an input without trailing ones.
-using OrderGraph = std::function<Status(const OrderingInput&, std::vector<unsigned int>&)>;
+/// What an ordering is asked to order.
+struct GraphToOrder {
+    const BlockGraph& couplings;
+    const std::vector<unsigned int>& sizes; ///< scalars of each block
+    bool isWishList;                        ///< whether some of the blocks will be moved afterwards
+};
+
+/// Orders a graph.
+using OrderGraph = std::function<Status(const GraphToOrder&, std::vector<unsigned int>&)>;
 
 /// The pattern that the trailing blocks have among themselves once all ordinary blocks are
 /// eliminated: G·M⁻¹·Gᵀ. Where ordinary blocks do not couple to each other, as rigid bodies do not,
@@ -21,24 +27,27 @@ using OrderGraph = std::function<Status(const OrderingInput&, std::vector<unsign
 class ConstraintSpace {
 public:
     /// O(entries + entries of the pattern).
-    explicit ConstraintSpace(const OrderingInput& input);
+    ///
+    /// @param couplings  of the whole system
+    ConstraintSpace(const OrderingInput& input, const BlockGraph& couplings);
 
-    /// False if ordinary blocks couple to each other, if there are none or no trailing ones, or if
-    /// the pattern would be much larger than the system's: an ordinary block with very many
-    /// couplings is better eliminated late.
+    /// False if ordinary blocks couple to each other, if there are none or no trailing ones, if the
+    /// pattern would be much larger than the system's (an ordinary block with very many couplings
+    /// is better eliminated late), or if some trailing block has to wait for another one.
     bool isUsable() const { return m_usable; }
 
     /// All ordinary blocks, then the trailing ones in the order that `orderGraph` finds.
-    Status order(const OrderingInput& input, const OrderGraph& orderGraph,
-                 std::vector<unsigned int>& order) const;
+    Status order(const OrderGraph& orderGraph, std::vector<unsigned int>& order) const;
 
 private:
-    bool isSmall(const OrderingInput& input) const;
-    void buildPattern(const OrderingInput& input);
+    bool isSmall(const BlockGraph& couplings) const;
+    bool isSafe(const OrderingInput& input, const BlockGraph& couplings) const;
+    void build(const BlockGraph& couplings);
 
-    bool m_usable = false;
     unsigned int m_firstTrailing;
-    SkeletonMatrix m_pattern;
+    std::vector<unsigned int> m_sizes; ///< of the trailing blocks
+    BlockGraph m_graph;
+    bool m_usable = false;
 };
 
 } // namespace client

@@ -1,7 +1,6 @@
 #include "NestedDissection.h"
 
 #ifdef KYRORVEL_HAVE_METIS
-#include "../symbolic/BothTriangles.h"
 #include "../symbolic/EliminationCounts.h"
 
 #include <metis.h>
@@ -37,14 +36,17 @@ constexpr double kAlike = 0.03;
 /// Separators to choose from at each of the first steps, which METIS does on large graphs alone.
 constexpr idx_t kSeparators = 2;
 
-struct BlockGraph {
-    explicit BlockGraph(const OrderingInput& input) : couplings(input.pattern)
+struct MetisGraph {
+    explicit MetisGraph(const GraphToOrder& graph)
+        : start(graph.couplings.start.begin(), graph.couplings.start.end()),
+          neighbours(graph.couplings.neighbours.begin(), graph.couplings.neighbours.end())
     {
-        for (const unsigned int size : input.sizes)
+        for (const unsigned int size : graph.sizes)
             weights.push_back(size > 0 ? static_cast<idx_t>(size) : 1);
     }
 
-    BothTriangles<idx_t> couplings;
+    std::vector<idx_t> start;
+    std::vector<idx_t> neighbours;
     std::vector<idx_t> weights;
 };
 
@@ -82,7 +84,7 @@ Status outOfMemory()
 }
 
 /// Dissects the graph with one sequence of random numbers; false if memory is exhausted.
-bool dissect(BlockGraph& graph, idx_t seed, std::vector<unsigned int>& order)
+bool dissect(MetisGraph& graph, idx_t seed, std::vector<unsigned int>& order)
 {
     auto n = static_cast<idx_t>(graph.weights.size());
     std::vector<idx_t> permutation(graph.weights.size());
@@ -94,8 +96,8 @@ bool dissect(BlockGraph& graph, idx_t seed, std::vector<unsigned int>& order)
     const std::lock_guard<std::mutex> lock(metisMutex());
     const RandomNumbersAside aside;
     const int result =
-        METIS_NodeND(&n, graph.couplings.start.data(), graph.couplings.neighbours.data(),
-                     graph.weights.data(), options, permutation.data(), inverse.data());
+        METIS_NodeND(&n, graph.start.data(), graph.neighbours.data(), graph.weights.data(), options,
+                     permutation.data(), inverse.data());
     order.assign(permutation.begin(), permutation.end());
     return result == METIS_OK;
 }
@@ -107,28 +109,28 @@ bool hasNestedDissection()
     return true;
 }
 
-Status nestedDissection(const OrderingInput& input, std::vector<unsigned int>& order)
+Status nestedDissection(const GraphToOrder& graph, std::vector<unsigned int>& order)
 {
-    const std::uint64_t ends =
-        2 * std::uint64_t(input.pattern.rowStart[input.pattern.numBlockRows]);
-    if (ends > std::uint64_t(std::numeric_limits<idx_t>::max()))
+    const std::size_t n = graph.sizes.size();
+    const std::size_t ends = graph.couplings.neighbours.size();
+    if (ends > std::size_t(std::numeric_limits<idx_t>::max()))
         return {StatusCode::TooLarge,
                 "the block pattern is too large for nested dissection; choose another ordering",
                 kNone, kNone};
-    order.resize(input.pattern.numBlockRows);
+    order.resize(n);
     std::iota(order.begin(), order.end(), 0u);
-    BlockGraph graph(input);
-    if (graph.couplings.neighbours.empty())
+    if (ends == 0)
         return {};
-    if (!dissect(graph, 1, order))
+    MetisGraph metis(graph);
+    if (!dissect(metis, 1, order))
         return outOfMemory();
-    EliminationCounts counts(input.pattern, input.sizes);
+    EliminationCounts counts(graph.couplings, graph.sizes);
     auto fewest = static_cast<double>(counts.count(order).counts.operations);
-    const double entries = input.pattern.rowStart[input.pattern.numBlockRows];
+    const auto entries = static_cast<double>(n + ends / 2);
     bool enough = fewest < kLongFactorization * entries;
     std::vector<unsigned int> other;
     for (idx_t seed = 2; seed <= kMostTries && !enough; ++seed) {
-        if (!dissect(graph, seed, other))
+        if (!dissect(metis, seed, other))
             return outOfMemory();
         const auto operations = static_cast<double>(counts.count(other).counts.operations);
         enough = std::abs(operations - fewest) < kAlike * fewest;
@@ -147,7 +149,7 @@ bool hasNestedDissection()
     return false;
 }
 
-Status nestedDissection(const OrderingInput& /*input*/, std::vector<unsigned int>& /*order*/)
+Status nestedDissection(const GraphToOrder& /*graph*/, std::vector<unsigned int>& /*order*/)
 {
     return {StatusCode::InvalidInput,
             "this build has no nested dissection; install METIS and build again, or choose another "

@@ -1,7 +1,7 @@
 #ifndef KYRORVEL_CLIENT_NESTED_DISSECTION_H
 #define KYRORVEL_CLIENT_NESTED_DISSECTION_H
 
-#include "Ordering.h"
+#include "ConstraintSpace.h"
 
 namespace kyrOrvel {
 namespace client {
@@ -10,7 +10,7 @@ namespace client {
 /// Kumar 1998 SIAM J. Sci. Comput. 20(1) 359-392), several times where the factorization takes much
 /// longer than that. The seeds are fixed, so the same pattern gives the same order. InvalidInput in
 /// a build without METIS.
-Status nestedDissection(const OrderingInput& input, std::vector<unsigned int>& order);
+Status nestedDissection(const GraphToOrder& graph, std::vector<unsigned int>& order);
 
 } // namespace client
 } // namespace kyrOrvel

@@ -2,6 +2,7 @@
 
 #include "CandidateOrders.h"
 #include "ConstraintPlacement.h"
+#include "MinimumFill.h"
 #include "NestedDissection.h"
 #include "StructuralRank.h"
 #include "TwoEnds.h"
@@ -10,6 +11,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <numeric>
 #include <string>
 #include <utility>
@@ -59,7 +61,11 @@ bool moveIsolatedLast(const SkeletonMatrix& S, Order& order)
     const auto isCoupled = [&](unsigned int block) { return coupled[block] != 0; };
     if (std::is_partitioned(order.begin(), order.end(), isCoupled))
         return false;
-    std::stable_partition(order.begin(), order.end(), isCoupled);
+    Order moved;
+    moved.reserve(order.size());
+    std::copy_if(order.begin(), order.end(), std::back_inserter(moved), isCoupled);
+    std::remove_copy_if(order.begin(), order.end(), std::back_inserter(moved), isCoupled);
+    order = std::move(moved);
     return true;
 }
 
@@ -125,29 +131,35 @@ Status orderRepaired(const OrderingInput& input, ScratchPad& scratch, OrderingRe
     return status;
 }
 
-Status findByMinimumDegree(const OrderingInput& input, const EarlyRule* rule, ScratchPad& scratch,
-                           EliminationCounts& counts, Candidate& best)
+/// Sizes would mislead where trailing blocks are moved behind larger ones, which they tie together.
+Status orderByFill(const GraphToOrder& graph, Order& order)
 {
-    Permutation permutation;
-    const auto minimumDegree = [&](const OrderingInput& graph, Order& order) {
-        Status status = symamd(graph, scratch, permutation);
-        if (status.ok())
-            order = orderIn(permutation);
-        return status;
-    };
-    return orderInSpaces(input, minimumDegree, rule, counts, best);
+    order =
+        minimumFill(graph.couplings, graph.isWishList ? Order(graph.sizes.size(), 1) : graph.sizes);
+    return {};
 }
 
-/// The better of the two, minimum degree if they are equal or if it is the only one there is.
-Status orderBest(const OrderingInput& input, const EarlyRule* rule, ScratchPad& scratch,
+Status orderConstraintAware(const OrderingInput& input, const BlockGraph& couplings,
+                            const EarlyRule* rule, EliminationCounts& counts,
+                            OrderingResult& result, Candidate& best)
+{
+    result.method = input.firstTrailing < input.pattern.numBlockRows
+                        ? OrderingMethod::ConstraintAware
+                        : OrderingMethod::MinimumFill;
+    return orderInSpaces(input, couplings, orderByFill, Comparison::WhereDoubtful, rule, counts,
+                         best);
+}
+
+/// The better of the two, minimum fill if they are equal or if it is the only one there is.
+Status orderBest(const OrderingInput& input, const BlockGraph& couplings, const EarlyRule* rule,
                  EliminationCounts& counts, OrderingResult& result, Candidate& best)
 {
-    result.method = OrderingMethod::ConstraintAware;
-    Status status = findByMinimumDegree(input, rule, scratch, counts, best);
+    Status status = orderConstraintAware(input, couplings, rule, counts, result, best);
     if (!status.ok() || !hasNestedDissection())
         return status;
     Candidate dissected;
-    status = orderInSpaces(input, nestedDissection, rule, counts, dissected);
+    status = orderInSpaces(input, couplings, nestedDissection, Comparison::Always, rule, counts,
+                           dissected);
     if (status.ok() &&
         dissected.elimination.counts.operations < best.elimination.counts.operations) {
         best = std::move(dissected);
@@ -184,24 +196,21 @@ bool isOrder(const Order& order, std::size_t n)
     return order.size() == n;
 }
 
-Status choose(const OrderingInput& input, Ordering choice, const EarlyRule* rule,
-              ScratchPad& scratch, EliminationCounts& counts, OrderingResult& result,
-              Candidate& found)
+Status choose(const OrderingInput& input, const BlockGraph& couplings, Ordering choice,
+              const EarlyRule* rule, ScratchPad& scratch, EliminationCounts& counts,
+              OrderingResult& result, Candidate& found)
 {
     Order& order = found.elimination.order;
     switch (choice) {
     case Ordering::Automatic:
-        if (input.firstTrailing == input.pattern.numBlockRows)
-            return orderRepaired(input, scratch, result, order);
-        [[fallthrough]];
     case Ordering::ConstraintAware:
-        result.method = OrderingMethod::ConstraintAware;
-        return findByMinimumDegree(input, rule, scratch, counts, found);
+        return orderConstraintAware(input, couplings, rule, counts, result, found);
     case Ordering::Symamd:
         return orderRepaired(input, scratch, result, order);
     case Ordering::NestedDissection:
         result.method = OrderingMethod::NestedDissection;
-        return orderInSpaces(input, nestedDissection, rule, counts, found);
+        return orderInSpaces(input, couplings, nestedDissection, Comparison::Always, rule, counts,
+                             found);
     case Ordering::Natural:
         result.method = OrderingMethod::Natural;
         order.resize(input.pattern.numBlockRows);
@@ -212,7 +221,7 @@ Status choose(const OrderingInput& input, Ordering choice, const EarlyRule* rule
         order = input.userOrder;
         return checkOrder(input, order);
     case Ordering::Best:
-        return orderBest(input, rule, scratch, counts, result, found);
+        return orderBest(input, couplings, rule, counts, result, found);
     }
     return {StatusCode::InvalidInput, "there is no such ordering", kNone, kNone};
 }
@@ -239,9 +248,10 @@ Status checkOrder(const OrderingInput& input, const std::vector<unsigned int>& o
 Status computeOrdering(const OrderingInput& input, Ordering choice, const EarlyRule* rule,
                        ScratchPad& scratch, OrderingResult& result)
 {
-    EliminationCounts counts(input.pattern, input.sizes);
+    const BlockGraph couplings(input.pattern);
+    EliminationCounts counts(couplings, input.sizes);
     Candidate found;
-    Status status = choose(input, choice, rule, scratch, counts, result, found);
+    Status status = choose(input, couplings, choice, rule, scratch, counts, result, found);
     if (!status.ok())
         return status;
     Elimination& elimination = found.elimination;

@@ -33,7 +33,7 @@ struct OrderingInput {
 
 /// An elimination order with the structure that belongs to it.
 struct OrderingResult {
-    OrderingMethod method = OrderingMethod::Symamd;
+    OrderingMethod method = OrderingMethod::MinimumFill;
     unsigned int earlyBlocks = 0; ///< trailing blocks before an ordinary one that they couple to
     bool inTurn = false;          ///< whether blocks of two ends of a chain alternate
     Permutation permutation;      ///< P alone is in step
@@ -46,7 +46,7 @@ struct OrderingResult {
 /// Chooses an elimination order in which no trailing block is eliminated before something that
 /// gives it pivots; Analysis explains the choices.
 ///
-/// The default with trailing blocks is constraint-aware: a minimum degree order of all blocks, in
+/// The default with trailing blocks is constraint-aware: a minimum fill order of all blocks, in
 /// which every trailing block is moved to directly behind the last ordinary block that it couples
 /// to, unless the rule lets it stay early. Then
 ///
@@ -64,7 +64,8 @@ struct OrderingResult {
 /// the one with fewer operations wins, late on a tie of 5 %. Where ordinary blocks do not couple to
 /// each other, an order of the trailing blocks behind all of them competes too unless there is
 /// little fill: as safe as late ones, and on nets, walls and heaps with a fifth of the operations.
-/// A chain is taken from both of its ends in turn. O(symamd + blocks of the matrix), almost.
+/// Where there are many loops it is the only one. A chain is taken from both of its ends in turn.
+/// O(minimum fill + blocks of the matrix), almost.
 ///
 /// A trailing block that couples to trailing blocks only is put behind one that is itself in place.
 /// Where that is not possible either, its first pivot is zero whatever the values: Singular, naming

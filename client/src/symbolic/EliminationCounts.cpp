@@ -6,11 +6,11 @@
 namespace kyrOrvel {
 namespace client {
 
-EliminationCounts::EliminationCounts(const SkeletonMatrix& pattern,
+EliminationCounts::EliminationCounts(const BlockGraph& graph,
                                      const std::vector<unsigned int>& sizes)
-    : m_sizes(sizes), m_graph(pattern)
+    : m_graph(graph), m_sizes(sizes)
 {
-    const std::size_t n = pattern.numBlockRows;
+    const std::size_t n = sizes.size();
     m_start.resize(n + 1);
     m_neighbours.resize(m_graph.neighbours.size());
     for (auto* const array :

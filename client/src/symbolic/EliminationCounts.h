@@ -1,9 +1,7 @@
 #ifndef KYRORVEL_CLIENT_ELIMINATION_COUNTS_H
 #define KYRORVEL_CLIENT_ELIMINATION_COUNTS_H
 
-#include "BothTriangles.h"
-
-#include <kyrOrvel/SkeletonMatrix>
+#include "BlockGraph.h"
 
 #include <cstdint>
 #include <vector>
@@ -33,9 +31,9 @@ struct Elimination {
 /// sets not ranked, that takes O(e·log n) for e entries at worst, and hardly more than O(e).
 class EliminationCounts {
 public:
-    /// @param pattern  lower triangle by rows, diagonal last
-    /// @param sizes    scalar size of each block; must live as long as this object
-    EliminationCounts(const SkeletonMatrix& pattern, const std::vector<unsigned int>& sizes);
+    /// @param graph  of the pattern; it and the sizes must live as long as this object
+    /// @param sizes  scalar size of each block
+    EliminationCounts(const BlockGraph& graph, const std::vector<unsigned int>& sizes);
 
     /// @param order  of all blocks
     Elimination count(std::vector<unsigned int> order);
@@ -47,8 +45,8 @@ private:
     void countColumns(Elimination& result);
     unsigned int leastCommonAncestor(unsigned int finished);
 
+    const BlockGraph& m_graph;
     const std::vector<unsigned int>& m_sizes;
-    const BothTriangles<unsigned int> m_graph;
     std::vector<unsigned int> m_position;
     std::vector<unsigned int> m_start;      ///< of the neighbours of each position
     std::vector<unsigned int> m_neighbours; ///< positions
