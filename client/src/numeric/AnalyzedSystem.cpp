@@ -126,8 +126,9 @@ template <class T> Status AnalyzedSystem<T>::order(const EarlyRule* rule, Orderi
     SkeletonMatrix skeleton;
     pattern.fillSkeleton(skeleton);
     const std::vector<unsigned char> standsAlone = pattern.standsAlone();
-    const OrderingInput input{skeleton, pattern.firstTrailing(), standsAlone, pattern.sizes(),
-                              settings.userOrder};
+    const BlockGraph graph(skeleton);
+    const OrderingInput input{skeleton,    graph,           pattern.firstTrailing(),
+                              standsAlone, pattern.sizes(), settings.userOrder};
     Status result = computeOrdering(input, settings.ordering, rule, data.scratch, ordering);
     if (!result.ok())
         return result;

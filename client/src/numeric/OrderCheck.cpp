@@ -15,9 +15,10 @@ Status checkOrder(const BlockMatrix<T>& A, const std::vector<unsigned int>& orde
         SkeletonMatrix skeleton;
         pattern.fillSkeleton(skeleton);
         const std::vector<unsigned char> standsAlone = pattern.standsAlone();
-        Status status = checkOrder(
-            OrderingInput{skeleton, pattern.firstTrailing(), standsAlone, pattern.sizes(), order},
-            order);
+        const BlockGraph graph(skeleton);
+        Status status = checkOrder(OrderingInput{skeleton, graph, pattern.firstTrailing(),
+                                                 standsAlone, pattern.sizes(), order},
+                                   order);
         if (status.block != kNone)
             status.id = A.id(status.block);
         return status;

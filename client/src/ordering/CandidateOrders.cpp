@@ -49,8 +49,12 @@ Status placeConstraints(const OrderingInput& input, const std::vector<unsigned i
 {
     if (rule) {
         ConstraintPlacement early(input, TrailingPlacement::AfterLast, rule);
-        if (early.run(wanted).ok() && early.earlyBlocks() > 0 &&
-            firstStructurallyZeroPivot(input, early.order()) == kNone)
+        const bool fits = early.run(wanted).ok();
+        if (fits && early.earlyBlocks() == 0) { // as without the rule
+            placed = {counts.count(early.order()), 0};
+            return {};
+        }
+        if (fits && firstStructurallyZeroPivot(input, early.order()) == kNone)
             placed = {counts.count(early.order()), early.earlyBlocks()};
     }
     if (placed.earlyBlocks > 0 && fillOf(input, placed) <= 1)
@@ -79,10 +83,10 @@ bool isNone(const Candidate& candidate)
 }
 
 /// An order of the trailing blocks behind all ordinary ones: none if that is not possible.
-Status orderConstraints(const OrderingInput& input, const BlockGraph& couplings,
-                        const OrderGraph& orderGraph, EliminationCounts& counts, Candidate& found)
+Status orderConstraints(const OrderingInput& input, const OrderGraph& orderGraph,
+                        EliminationCounts& counts, Candidate& found)
 {
-    const ConstraintSpace space(input, couplings);
+    const ConstraintSpace space(input);
     if (!space.isUsable())
         return {};
     std::vector<unsigned int> order;
@@ -94,25 +98,28 @@ Status orderConstraints(const OrderingInput& input, const BlockGraph& couplings,
 
 } // namespace
 
-Status orderInSpaces(const OrderingInput& input, const BlockGraph& couplings,
-                     const OrderGraph& orderGraph, Comparison comparison, const EarlyRule* rule,
-                     EliminationCounts& counts, Candidate& best)
+Status orderInSpaces(const OrderingInput& input, const OrderGraph& orderGraph, Comparison comparison,
+                     const EarlyRule* rule, EliminationCounts& counts, Candidate& best)
 {
     const bool guess = comparison == Comparison::WhereDoubtful && hasManyLoops(input);
     if (guess) {
-        Status status = orderConstraints(input, couplings, orderGraph, counts, best);
+        Status status = orderConstraints(input, orderGraph, counts, best);
         if (!status.ok() || !isNone(best))
             return status;
     }
     std::vector<unsigned int> wanted;
     const bool isWishList = input.firstTrailing < input.pattern.numBlockRows;
-    Status status = orderGraph({couplings, input.sizes, isWishList}, wanted);
+    Status status = orderGraph({input.graph, input.sizes, isWishList}, wanted);
+    if (status.ok() && !isWishList) {
+        best = {counts.count(std::move(wanted)), 0};
+        return {};
+    }
     if (status.ok())
         status = placeConstraints(input, wanted, rule, counts, best);
     if (!status.ok() || guess || fillOf(input, best) <= kLittleFill)
         return status;
     Candidate inSpace;
-    status = orderConstraints(input, couplings, orderGraph, counts, inSpace);
+    status = orderConstraints(input, orderGraph, counts, inSpace);
     if (!isNone(inSpace) && operationsOf(inSpace) < operationsOf(best))
         best = std::move(inSpace);
     return status;

@@ -23,14 +23,14 @@ template <class F> void forEachNeighbour(const BlockGraph& graph, unsigned int b
 
 } // namespace
 
-ConstraintSpace::ConstraintSpace(const OrderingInput& input, const BlockGraph& couplings)
+ConstraintSpace::ConstraintSpace(const OrderingInput& input)
     : m_firstTrailing(std::min(input.firstTrailing, input.pattern.numBlockRows)),
       m_sizes(input.sizes.begin() + m_firstTrailing, input.sizes.end())
 {
     m_usable =
-        m_firstTrailing > 0 && !m_sizes.empty() && isSmall(couplings) && isSafe(input, couplings);
+        m_firstTrailing > 0 && !m_sizes.empty() && isSmall(input.graph) && isSafe(input);
     if (m_usable)
-        build(couplings);
+        build(input.graph);
 }
 
 /// Whether no two ordinary blocks couple and the pattern is not too large.
@@ -51,11 +51,11 @@ bool ConstraintSpace::isSmall(const BlockGraph& couplings) const
 }
 
 /// Whether every trailing block has a pivot once all ordinary ones are eliminated.
-bool ConstraintSpace::isSafe(const OrderingInput& input, const BlockGraph& couplings) const
+bool ConstraintSpace::isSafe(const OrderingInput& input) const
 {
     for (unsigned int t = m_firstTrailing; t < input.pattern.numBlockRows; ++t) {
         bool safe = input.standsAlone[t] != 0;
-        forEachNeighbour(couplings, t, [&](unsigned int c) { safe |= c < m_firstTrailing; });
+        forEachNeighbour(input.graph, t, [&](unsigned int c) { safe |= c < m_firstTrailing; });
         if (!safe)
             return false;
     }

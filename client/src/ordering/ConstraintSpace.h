@@ -27,9 +27,7 @@ using OrderGraph = std::function<Status(const GraphToOrder&, std::vector<unsigne
 class ConstraintSpace {
 public:
     /// O(entries + entries of the pattern).
-    ///
-    /// @param couplings  of the whole system
-    ConstraintSpace(const OrderingInput& input, const BlockGraph& couplings);
+    explicit ConstraintSpace(const OrderingInput& input);
 
     /// False if ordinary blocks couple to each other, if there are none or no trailing ones, if the
     /// pattern would be much larger than the system's (an ordinary block with very many couplings
@@ -41,7 +39,7 @@ public:
 
 private:
     bool isSmall(const BlockGraph& couplings) const;
-    bool isSafe(const OrderingInput& input, const BlockGraph& couplings) const;
+    bool isSafe(const OrderingInput& input) const;
     void build(const BlockGraph& couplings);
 
     unsigned int m_firstTrailing;

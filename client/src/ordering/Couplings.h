@@ -3,7 +3,6 @@
 
 #include "Ordering.h"
 
-#include <cstddef>
 #include <vector>
 
 namespace kyrOrvel {
@@ -28,19 +27,19 @@ public:
     /// Calls f(t) for every trailing block t that may follow `block`.
     template <class F> void forEachLeaning(unsigned int block, F f) const
     {
-        for (std::size_t e = m_start[block]; e < m_start[block + 1]; ++e)
-            f(m_leaning[e]);
+        for (unsigned int e = m_graph.start[block]; e < m_graph.start[block + 1]; ++e) {
+            const unsigned int t = m_graph.neighbours[e];
+            if (isTrailing(t) && (!isTrailing(block) || m_numOrdinary[t - m_firstTrailing] == 0))
+                f(t);
+        }
     }
 
 private:
     bool isTrailing(unsigned int block) const { return block >= m_firstTrailing; }
 
-    template <class F> void forEachSupport(const OrderingInput& input, F f) const;
-
+    const BlockGraph& m_graph;
     unsigned int m_firstTrailing;
     std::vector<unsigned int> m_numOrdinary; ///< per trailing block: ordinary couplings
-    std::vector<std::size_t> m_start;
-    std::vector<unsigned int> m_leaning;
 };
 
 } // namespace client

@@ -52,13 +52,11 @@ bool repair(const OrderingInput& input, ScratchPad& scratch, OrderingResult& res
 /// Moves blocks that couple to nothing to the end; returns whether that changed the order. They may
 /// stand anywhere; a matrix whose first row couples to nothing would be mistaken for one in lower
 /// order.
-bool moveIsolatedLast(const SkeletonMatrix& S, Order& order)
+bool moveIsolatedLast(const BlockGraph& graph, Order& order)
 {
-    std::vector<unsigned char> coupled(S.numBlockRows, 0);
-    for (unsigned int r = 0; r < S.numBlockRows; ++r)
-        for (unsigned int e = S.rowStart[r]; e + 1 < S.rowStart[r + 1]; ++e)
-            coupled[r] = coupled[S.columnIndices[e]] = 1;
-    const auto isCoupled = [&](unsigned int block) { return coupled[block] != 0; };
+    const auto isCoupled = [&](unsigned int block) {
+        return graph.start[block] < graph.start[block + 1];
+    };
     if (std::is_partitioned(order.begin(), order.end(), isCoupled))
         return false;
     Order moved;
@@ -139,26 +137,26 @@ Status orderByFill(const GraphToOrder& graph, Order& order)
     return {};
 }
 
-Status orderConstraintAware(const OrderingInput& input, const BlockGraph& couplings,
+Status orderConstraintAware(const OrderingInput& input,
                             const EarlyRule* rule, EliminationCounts& counts,
                             OrderingResult& result, Candidate& best)
 {
     result.method = input.firstTrailing < input.pattern.numBlockRows
                         ? OrderingMethod::ConstraintAware
                         : OrderingMethod::MinimumFill;
-    return orderInSpaces(input, couplings, orderByFill, Comparison::WhereDoubtful, rule, counts,
+    return orderInSpaces(input, orderByFill, Comparison::WhereDoubtful, rule, counts,
                          best);
 }
 
 /// The better of the two, minimum fill if they are equal or if it is the only one there is.
-Status orderBest(const OrderingInput& input, const BlockGraph& couplings, const EarlyRule* rule,
+Status orderBest(const OrderingInput& input, const EarlyRule* rule,
                  EliminationCounts& counts, OrderingResult& result, Candidate& best)
 {
-    Status status = orderConstraintAware(input, couplings, rule, counts, result, best);
+    Status status = orderConstraintAware(input, rule, counts, result, best);
     if (!status.ok() || !hasNestedDissection())
         return status;
     Candidate dissected;
-    status = orderInSpaces(input, couplings, nestedDissection, Comparison::Always, rule, counts,
+    status = orderInSpaces(input, nestedDissection, Comparison::Always, rule, counts,
                            dissected);
     if (status.ok() &&
         dissected.elimination.counts.operations < best.elimination.counts.operations) {
@@ -196,7 +194,7 @@ bool isOrder(const Order& order, std::size_t n)
     return order.size() == n;
 }
 
-Status choose(const OrderingInput& input, const BlockGraph& couplings, Ordering choice,
+Status choose(const OrderingInput& input, Ordering choice,
               const EarlyRule* rule, ScratchPad& scratch, EliminationCounts& counts,
               OrderingResult& result, Candidate& found)
 {
@@ -204,12 +202,12 @@ Status choose(const OrderingInput& input, const BlockGraph& couplings, Ordering 
     switch (choice) {
     case Ordering::Automatic:
     case Ordering::ConstraintAware:
-        return orderConstraintAware(input, couplings, rule, counts, result, found);
+        return orderConstraintAware(input, rule, counts, result, found);
     case Ordering::Symamd:
         return orderRepaired(input, scratch, result, order);
     case Ordering::NestedDissection:
         result.method = OrderingMethod::NestedDissection;
-        return orderInSpaces(input, couplings, nestedDissection, Comparison::Always, rule, counts,
+        return orderInSpaces(input, nestedDissection, Comparison::Always, rule, counts,
                              found);
     case Ordering::Natural:
         result.method = OrderingMethod::Natural;
@@ -221,7 +219,7 @@ Status choose(const OrderingInput& input, const BlockGraph& couplings, Ordering 
         order = input.userOrder;
         return checkOrder(input, order);
     case Ordering::Best:
-        return orderBest(input, couplings, rule, counts, result, found);
+        return orderBest(input, rule, counts, result, found);
     }
     return {StatusCode::InvalidInput, "there is no such ordering", kNone, kNone};
 }
@@ -248,14 +246,13 @@ Status checkOrder(const OrderingInput& input, const std::vector<unsigned int>& o
 Status computeOrdering(const OrderingInput& input, Ordering choice, const EarlyRule* rule,
                        ScratchPad& scratch, OrderingResult& result)
 {
-    const BlockGraph couplings(input.pattern);
-    EliminationCounts counts(couplings, input.sizes);
+    EliminationCounts counts(input.graph, input.sizes);
     Candidate found;
-    Status status = choose(input, couplings, choice, rule, scratch, counts, result, found);
+    Status status = choose(input, choice, rule, scratch, counts, result, found);
     if (!status.ok())
         return status;
     Elimination& elimination = found.elimination;
-    const bool moved = moveIsolatedLast(input.pattern, elimination.order);
+    const bool moved = moveIsolatedLast(input.graph, elimination.order);
     if (moved || elimination.parents.size() != elimination.order.size())
         elimination = counts.count(std::move(elimination.order));
     Candidate both;

@@ -1,6 +1,7 @@
 #ifndef KYRORVEL_CLIENT_ORDERING_H
 #define KYRORVEL_CLIENT_ORDERING_H
 
+#include "../symbolic/BlockGraph.h"
 #include "../symbolic/EliminationCounts.h"
 
 #include <kyrOrvelClient/Analysis>
@@ -23,6 +24,7 @@ class EarlyRule;
 /// class.
 struct OrderingInput {
     const SkeletonMatrix& pattern;
+    const BlockGraph& graph; ///< of the pattern
     unsigned int firstTrailing;
     /// Per block: whether a pivot of its own is to be expected, because it has a diagonal block or
     /// no rows. Such a trailing block needs nothing before it if it couples to no ordinary block.

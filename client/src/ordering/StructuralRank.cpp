@@ -144,11 +144,38 @@ private:
     std::vector<unsigned int> m_heldColumn;  ///< per row: the column it holds through which
 };
 
+/// Whether every trailing block can trade its columns for as many of blocks before it that it couples
+/// to, each of these its own for no more than it has. Then all have rows and columns, at any step;
+/// most orders show it at once.
+bool allCanTrade(const OrderingInput& input, const std::vector<unsigned int>& order)
+{
+    const BlockGraph& graph = input.graph;
+    std::vector<unsigned int> spare(order.size(), 0); ///< of the blocks so far: columns not traded
+    for (const unsigned int block : order) {
+        unsigned int missing = input.sizes[block];
+        if (input.standsAlone[block]) {
+            spare[block] = missing;
+            continue;
+        }
+        for (unsigned int e = graph.start[block]; missing > 0 && e < graph.start[block + 1]; ++e) {
+            unsigned int& columns = spare[graph.neighbours[e]];
+            const unsigned int traded = std::min(columns, missing);
+            columns -= traded;
+            missing -= traded;
+        }
+        if (missing > 0)
+            return false;
+    }
+    return true;
+}
+
 } // namespace
 
 unsigned int firstStructurallyZeroPivot(const OrderingInput& input,
                                         const std::vector<unsigned int>& order)
 {
+    if (allCanTrade(input, order))
+        return kNone;
     RowAssignment assignment(input);
     for (const unsigned int block : order)
         if (!assignment.add(block))
