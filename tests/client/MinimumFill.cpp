@@ -205,6 +205,12 @@ TEST(MinimumFill, TakesFewerOperationsThanMinimumDegreeOnLattices)
     EXPECT_LT(shareOfSymamd(makePoseGraph(1000).matrix), 1.1);
 }
 
+// There, two orders are made, which differ by a quarter.
+TEST(MinimumFill, TakesTheBetterOfTwoOrdersWhereFactorizationsAreLong)
+{
+    EXPECT_LT(shareOfSymamd(kyrOrvel::client::makeElasticity(20).matrix), 1.0);
+}
+
 TEST(MinimumFill, TakesFewerOperationsThanMinimumDegreeOnRandomGraphs)
 {
     double ours = 0;

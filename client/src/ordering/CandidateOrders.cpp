@@ -98,8 +98,9 @@ Status orderConstraints(const OrderingInput& input, const OrderGraph& orderGraph
 
 } // namespace
 
-Status orderInSpaces(const OrderingInput& input, const OrderGraph& orderGraph, Comparison comparison,
-                     const EarlyRule* rule, EliminationCounts& counts, Candidate& best)
+Status orderInSpaces(const OrderingInput& input, const OrderGraph& orderGraph,
+                     Comparison comparison, const EarlyRule* rule, EliminationCounts& counts,
+                     Candidate& best)
 {
     const bool guess = comparison == Comparison::WhereDoubtful && hasManyLoops(input);
     if (guess) {

@@ -18,8 +18,9 @@ enum class Comparison { Always, WhereDoubtful };
 /// An order of the whole system with its trailing blocks placed, or one of the trailing blocks
 /// behind all ordinary ones, whichever has fewer operations. Where there is no doubt for an order
 /// with little fill, the other one is not made.
-Status orderInSpaces(const OrderingInput& input, const OrderGraph& orderGraph, Comparison comparison,
-                     const EarlyRule* rule, EliminationCounts& counts, Candidate& best);
+Status orderInSpaces(const OrderingInput& input, const OrderGraph& orderGraph,
+                     Comparison comparison, const EarlyRule* rule, EliminationCounts& counts,
+                     Candidate& best);
 
 /// An order in which the two ends of a chain are eliminated side by side, if `oneEnd` is that of a
 /// chain and this does not cost too much. Each block of a chain waits for the one before it; so two

@@ -27,8 +27,7 @@ ConstraintSpace::ConstraintSpace(const OrderingInput& input)
     : m_firstTrailing(std::min(input.firstTrailing, input.pattern.numBlockRows)),
       m_sizes(input.sizes.begin() + m_firstTrailing, input.sizes.end())
 {
-    m_usable =
-        m_firstTrailing > 0 && !m_sizes.empty() && isSmall(input.graph) && isSafe(input);
+    m_usable = m_firstTrailing > 0 && !m_sizes.empty() && isSmall(input.graph) && isSafe(input);
     if (m_usable)
         build(input.graph);
 }
@@ -46,7 +45,7 @@ bool ConstraintSpace::isSmall(const BlockGraph& couplings) const
         const std::uint64_t count = couplings.start[b + 1] - couplings.start[b];
         pairs += count * count / 2;
     }
-    const std::uint64_t entries = couplings.neighbours.size() / 2 + couplings.start.size() - 1;
+    const std::uint64_t entries = couplings.numEntries();
     return pairs + entries <= std::min(kMostPairsPerEntry * entries, kMostPairs);
 }
 

@@ -90,7 +90,7 @@ private:
 
 class QuotientGraph {
 public:
-    QuotientGraph(const BlockGraph& graph, const Words& weights)
+    QuotientGraph(const BlockGraph& graph, const Words& weights, FirstOfEqual first)
         : m_lists(graph.neighbours),
           m_begin(graph.start.begin(), graph.start.end() - 1),
           m_size(m_begin.size()),
@@ -119,7 +119,8 @@ public:
             }
             m_remaining += m_weight[i];
         }
-        for (unsigned int i = n; i-- > 0;) { // of those that cost the same, the first goes first
+        for (unsigned int k = 0; k < n; ++k) { // the last of those that cost the same goes first
+            const unsigned int i = first == FirstOfEqual::Lowest ? n - 1 - k : k;
             if (m_weight[i] == 0)
                 continue;
             for (std::size_t p = m_begin[i]; p < m_begin[i] + m_size[i]; ++p) {
@@ -130,12 +131,12 @@ public:
         }
     }
 
-    Words order()
+    FillOrder order()
     {
         while (m_remaining > 0)
             eliminate(m_queue.takeCheapest());
         m_order.insert(m_order.end(), m_late.begin(), m_late.end());
-        return std::move(m_order);
+        return {std::move(m_order), m_operations};
     }
 
 private:
@@ -155,17 +156,26 @@ private:
 
     void eliminate(unsigned int pivot)
     {
+        const std::int64_t before = m_remaining;
         m_remaining -= m_weight[pivot];
         m_weight[pivot] = 0;
         formClique(pivot);
         measureOverlaps(pivot);
         updateMembers(pivot);
+        countOperations(static_cast<double>(before - m_remaining),
+                        static_cast<double>(m_degree[pivot]));
         m_largest = std::max(m_largest, m_degree[pivot]);
         m_stamp += m_largest + 1;
         mergeEqualMembers(pivot);
         queueMembers(pivot);
         for (unsigned int i = pivot; i != kNone; i = m_follower[i])
             m_order.push_back(i);
+    }
+
+    /// Columns that update the triangle of their rows, solve against their own, factor it.
+    void countOperations(double columns, double rows)
+    {
+        m_operations += columns * (rows * (rows + columns) / 2 + columns * columns / 6);
     }
 
     /// All that the pivot couples to becomes a clique, into which the pivot's older ones dissolve.
@@ -368,6 +378,7 @@ private:
     std::int64_t m_stamp = 2; ///< marks from here on are of now
     std::int64_t m_largest = 0;
     std::int64_t m_remaining = 0; ///< weight
+    double m_operations = 0;
 
     Words m_follower; ///< in the order
     Words m_lastFollower;
@@ -382,10 +393,10 @@ private:
 
 } // namespace
 
-std::vector<unsigned int> minimumFill(const BlockGraph& graph,
-                                      const std::vector<unsigned int>& weights)
+FillOrder minimumFill(const BlockGraph& graph, const std::vector<unsigned int>& weights,
+                      FirstOfEqual first)
 {
-    return QuotientGraph(graph, weights).order();
+    return QuotientGraph(graph, weights, first).order();
 }
 
 } // namespace client

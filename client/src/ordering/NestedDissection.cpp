@@ -126,7 +126,7 @@ Status nestedDissection(const GraphToOrder& graph, std::vector<unsigned int>& or
         return outOfMemory();
     EliminationCounts counts(graph.couplings, graph.sizes);
     auto fewest = static_cast<double>(counts.count(order).counts.operations);
-    const auto entries = static_cast<double>(n + ends / 2);
+    const auto entries = static_cast<double>(graph.couplings.numEntries());
     bool enough = fewest < kLongFactorization * entries;
     std::vector<unsigned int> other;
     for (idx_t seed = 2; seed <= kMostTries && !enough; ++seed) {

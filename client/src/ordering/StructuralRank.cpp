@@ -144,9 +144,9 @@ private:
     std::vector<unsigned int> m_heldColumn;  ///< per row: the column it holds through which
 };
 
-/// Whether every trailing block can trade its columns for as many of blocks before it that it couples
-/// to, each of these its own for no more than it has. Then all have rows and columns, at any step;
-/// most orders show it at once.
+/// Whether every trailing block can trade its columns for as many of blocks before it that it
+/// couples to, each of these its own for no more than it has. Then all have rows and columns, at
+/// any step; most orders show it at once.
 bool allCanTrade(const OrderingInput& input, const std::vector<unsigned int>& order)
 {
     const BlockGraph& graph = input.graph;

@@ -1,7 +1,5 @@
 #include "BlockGraph.h"
 
-#include <cstddef>
-
 namespace kyrOrvel {
 namespace client {
 

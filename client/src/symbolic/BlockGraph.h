@@ -3,6 +3,7 @@
 
 #include <kyrOrvel/SkeletonMatrix>
 
+#include <cstddef>
 #include <vector>
 
 namespace kyrOrvel {
@@ -14,6 +15,9 @@ struct BlockGraph {
 
     /// @param lower  lower triangle by rows, diagonal last
     explicit BlockGraph(const SkeletonMatrix& lower);
+
+    /// Of the lower triangle, the diagonal included.
+    std::size_t numEntries() const { return start.size() - 1 + neighbours.size() / 2; }
 
     std::vector<unsigned int> start{0}; ///< one more than blocks
     std::vector<unsigned int> neighbours;
