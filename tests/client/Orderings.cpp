@@ -138,6 +138,38 @@ TEST(ConstraintAwareOrdering, WeakJointDoesNotDelayTheOthers)
     EXPECT_EQ(solver.analysis().earlyBlocks, 298u);
 }
 
+TEST(ConstraintAwareOrdering, WhereThereAreManyLoopsEveryJointWaitsForItsBodies)
+{
+    using namespace kyrOrvel::client;
+    for (const BlockMatrix<double>& A : {makeNet(6).matrix, makeWall(5, 4).matrix,
+                                         makeRopeBridge(12).matrix, makeTracks(20).matrix}) {
+        BlockLDLT<double> solver;
+
+        ASSERT_TRUE(solver.analyzePattern(A).ok()) << solver.info().message;
+
+        const Words& position = solver.analysis().position;
+        EXPECT_EQ(solver.analysis().earlyBlocks, 0u);
+        for (unsigned int t = A.firstTrailing(); t < A.numBlockRows(); ++t)
+            for (const auto& entry : A.row(t))
+                EXPECT_LE(position[entry.column], position[t]);
+    }
+}
+
+// The joints cannot be ordered by themselves then: what they share is not only their bodies.
+TEST(ConstraintAwareOrdering, LoopsOfBodiesThatCoupleToEachOtherAreOrderedAsAWhole)
+{
+    BlockMatrix<double> A = kyrOrvel::client::makeNet(6).matrix;
+    *A.block(1, 0) = 1e-3;
+    BlockLDLT<double> solver;
+
+    ASSERT_TRUE(solver.compute(A).ok()) << solver.info().message;
+
+    const std::vector<double> b(A.dimension(), 1);
+    std::vector<double> x(b.size());
+    ASSERT_TRUE(solver.solve(b.data(), x.data()).ok());
+    EXPECT_LT(support::backwardError(A, x, b), 1e-14);
+}
+
 TEST(NaturalOrdering, IsAsNumbered)
 {
     const BlockMatrix<double> A = tree({0, 0, 1, 1});

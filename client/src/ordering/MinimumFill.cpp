@@ -21,7 +21,7 @@ constexpr double kManyNeighbours = 10;
 
 /// What the youngest clique counts for: not all of it, since the degrees are upper bounds. With
 /// nothing of it, neighbours are counted instead of couplings; with all of it, elastic cubes take a
-/// fourteenth more operations, nets, walls, heaps, tracks, lattices and pose graphs the same.
+/// fourteenth more operations, other scenes about the same.
 constexpr double kShareOfClique = 0.9;
 
 /// Nodes by what they cost, the latest first among those that cost about the same: within an
