@@ -117,6 +117,7 @@ double unexplained(const BlockMatrix<double>& A, const Status& status)
 TEST_P(SomeMechanisms, WithOneJointTooManyNameOneWhoseRemovalHelps)
 {
     unsigned int told = 0;
+    unsigned int roughly = 0;
     forEachSeed([&](Random& random) {
         const Mechanism mechanism = support::redundantMechanism(random);
         if (mechanism.bodies.empty())
@@ -130,7 +131,9 @@ TEST_P(SomeMechanisms, WithOneJointTooManyNameOneWhoseRemovalHelps)
         ASSERT_EQ(status.code, StatusCode::Singular);
         ASSERT_GE(status.block, A.firstTrailing()) << status.message;
         ASSERT_LT(status.block, A.numBlockRows());
-        ASSERT_LT(unexplained(A, status), 1e-4) << status.message; // 3e-5 was seen
+        const double share = unexplained(A, status);
+        ASSERT_LT(share, 1e-4) << status.message; // 3e-5 was seen
+        roughly += share > 1e-6;
         Mechanism rest = mechanism;
         rest.joints.erase(rest.joints.begin() + (status.block - A.firstTrailing()));
         if (!support::isIndependent(rest, 1e-4))
@@ -139,6 +142,7 @@ TEST_P(SomeMechanisms, WithOneJointTooManyNameOneWhoseRemovalHelps)
         ASSERT_TRUE(solver.compute(B).ok()) << solver.info().message;
     });
     EXPECT_GT(told, 700u);
+    EXPECT_LE(roughly, 1u);
 }
 
 TEST_P(SomeMechanisms, WithRedundantJointsFactorWithoutThoseThatAreFound)

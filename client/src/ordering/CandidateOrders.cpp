@@ -98,12 +98,11 @@ Status orderConstraints(const OrderingInput& input, const OrderGraph& orderGraph
 
 } // namespace
 
-Status orderInSpaces(const OrderingInput& input, const OrderGraph& orderGraph,
-                     Comparison comparison, const EarlyRule* rule, EliminationCounts& counts,
-                     Candidate& best)
+Status orderInSpaces(const OrderingInput& input, const OrderGraph& orderGraph, ManyLoops manyLoops,
+                     const EarlyRule* rule, EliminationCounts& counts, Candidate& best)
 {
-    const bool guess = comparison == Comparison::WhereDoubtful && hasManyLoops(input);
-    if (guess) {
+    const bool decided = manyLoops == ManyLoops::Decide && hasManyLoops(input);
+    if (decided) {
         Status status = orderConstraints(input, orderGraph, counts, best);
         if (!status.ok() || !isNone(best))
             return status;
@@ -117,7 +116,7 @@ Status orderInSpaces(const OrderingInput& input, const OrderGraph& orderGraph,
     }
     if (status.ok())
         status = placeConstraints(input, wanted, rule, counts, best);
-    if (!status.ok() || guess || fillOf(input, best) <= kLittleFill)
+    if (!status.ok() || decided || fillOf(input, best) <= kLittleFill)
         return status;
     Candidate inSpace;
     status = orderConstraints(input, orderGraph, counts, inSpace);

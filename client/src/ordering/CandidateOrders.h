@@ -13,14 +13,17 @@ struct Candidate {
     unsigned int earlyBlocks = 0; ///< trailing blocks before an ordinary one that they couple to
 };
 
-enum class Comparison { Always, WhereDoubtful };
+/// What many loops in a system say.
+enum class ManyLoops {
+    Decide, ///< that the trailing blocks behind all ordinary ones are best: no other order is made
+    Compare ///< nothing
+};
 
 /// An order of the whole system with its trailing blocks placed, or one of the trailing blocks
-/// behind all ordinary ones, whichever has fewer operations. Where there is no doubt for an order
-/// with little fill, the other one is not made.
-Status orderInSpaces(const OrderingInput& input, const OrderGraph& orderGraph,
-                     Comparison comparison, const EarlyRule* rule, EliminationCounts& counts,
-                     Candidate& best);
+/// behind all ordinary ones, whichever has fewer operations. The second is not made where the first
+/// has little fill.
+Status orderInSpaces(const OrderingInput& input, const OrderGraph& orderGraph, ManyLoops manyLoops,
+                     const EarlyRule* rule, EliminationCounts& counts, Candidate& best);
 
 /// An order in which the two ends of a chain are eliminated side by side, if `oneEnd` is that of a
 /// chain and this does not cost too much. Each block of a chain waits for the one before it; so two

@@ -15,16 +15,10 @@ constexpr std::uint64_t kMostPairsPerEntry = 16;
 
 constexpr std::uint64_t kMostPairs = 0x7FFFFFFF; ///< each is in the graph twice
 
-template <class F> void forEachNeighbour(const BlockGraph& graph, unsigned int block, F f)
-{
-    for (unsigned int e = graph.start[block]; e < graph.start[block + 1]; ++e)
-        f(graph.neighbours[e]);
-}
-
 } // namespace
 
 ConstraintSpace::ConstraintSpace(const OrderingInput& input)
-    : m_firstTrailing(std::min(input.firstTrailing, input.pattern.numBlockRows)),
+    : m_firstTrailing(input.firstTrailing),
       m_sizes(input.sizes.begin() + m_firstTrailing, input.sizes.end())
 {
     m_usable = m_firstTrailing > 0 && !m_sizes.empty() && isSmall(input.graph) && isSafe(input);
@@ -38,8 +32,8 @@ bool ConstraintSpace::isSmall(const BlockGraph& couplings) const
     std::uint64_t pairs = 0;
     for (unsigned int b = 0; b < m_firstTrailing; ++b) {
         bool amongOrdinary = false;
-        forEachNeighbour(couplings, b,
-                         [&](unsigned int c) { amongOrdinary |= c < m_firstTrailing; });
+        couplings.forEachNeighbour(b,
+                                   [&](unsigned int c) { amongOrdinary |= c < m_firstTrailing; });
         if (amongOrdinary)
             return false;
         const std::uint64_t count = couplings.start[b + 1] - couplings.start[b];
@@ -54,7 +48,7 @@ bool ConstraintSpace::isSafe(const OrderingInput& input) const
 {
     for (unsigned int t = m_firstTrailing; t < input.pattern.numBlockRows; ++t) {
         bool safe = input.standsAlone[t] != 0;
-        forEachNeighbour(input.graph, t, [&](unsigned int c) { safe |= c < m_firstTrailing; });
+        input.graph.forEachNeighbour(t, [&](unsigned int c) { safe |= c < m_firstTrailing; });
         if (!safe)
             return false;
     }
@@ -75,9 +69,9 @@ void ConstraintSpace::build(const BlockGraph& couplings)
                 m_graph.neighbours.push_back(other);
             }
         };
-        forEachNeighbour(couplings, t + m_firstTrailing, [&](unsigned int c) {
+        couplings.forEachNeighbour(t + m_firstTrailing, [&](unsigned int c) {
             if (c < m_firstTrailing)
-                forEachNeighbour(couplings, c, add);
+                couplings.forEachNeighbour(c, add);
             else
                 add(c);
         });

@@ -9,9 +9,10 @@ Couplings::Couplings(const OrderingInput& input)
       m_numOrdinary(input.sizes.size() - input.firstTrailing, 0)
 {
     for (unsigned int b = 0; b < m_firstTrailing; ++b)
-        for (unsigned int e = m_graph.start[b]; e < m_graph.start[b + 1]; ++e)
-            if (isTrailing(m_graph.neighbours[e]))
-                ++m_numOrdinary[m_graph.neighbours[e] - m_firstTrailing];
+        m_graph.forEachNeighbour(b, [&](unsigned int t) {
+            if (isTrailing(t))
+                ++m_numOrdinary[t - m_firstTrailing];
+        });
 }
 
 std::vector<unsigned int> Couplings::needs(const OrderingInput& input,

@@ -27,11 +27,10 @@ public:
     /// Calls f(t) for every trailing block t that may follow `block`.
     template <class F> void forEachLeaning(unsigned int block, F f) const
     {
-        for (unsigned int e = m_graph.start[block]; e < m_graph.start[block + 1]; ++e) {
-            const unsigned int t = m_graph.neighbours[e];
+        m_graph.forEachNeighbour(block, [&](unsigned int t) {
             if (isTrailing(t) && (!isTrailing(block) || m_numOrdinary[t - m_firstTrailing] == 0))
                 f(t);
-        }
+        });
     }
 
 private:

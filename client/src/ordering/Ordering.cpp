@@ -101,22 +101,14 @@ void use(const Order& order, Permutation& permutation)
     std::copy(order.begin(), order.end(), permutation.P);
 }
 
-Status symamd(const OrderingInput& input, ScratchPad& scratch, Permutation& permutation)
-{
-    if (!Reordering::computeSymamdPermutation(input.pattern, permutation, scratch))
-        return {StatusCode::OutOfMemory,
-                "the minimum degree ordering ran out of memory; no order was chosen", kNone, kNone};
-    return {};
-}
-
 /// Minimum degree, and what it takes to give every trailing block something to lean on.
 Status orderRepaired(const OrderingInput& input, ScratchPad& scratch, OrderingResult& result,
                      Order& order)
 {
-    Status status = symamd(input, scratch, result.permutation);
+    if (!Reordering::computeSymamdPermutation(input.pattern, result.permutation, scratch))
+        return {StatusCode::OutOfMemory,
+                "the minimum degree ordering ran out of memory; no order was chosen", kNone, kNone};
     result.method = OrderingMethod::Symamd;
-    if (!status.ok())
-        return status;
     order = orderIn(result.permutation);
     if (input.firstTrailing == input.pattern.numBlockRows)
         return {};
@@ -127,7 +119,7 @@ Status orderRepaired(const OrderingInput& input, ScratchPad& scratch, OrderingRe
     }
     result.method = OrderingMethod::SymamdDelayed;
     ConstraintPlacement placement(input, TrailingPlacement::AfterFirst, nullptr);
-    status = placement.run(order);
+    Status status = placement.run(order);
     if (status.ok())
         order = placement.order();
     return status;
@@ -156,7 +148,7 @@ Status orderConstraintAware(const OrderingInput& input, const EarlyRule* rule,
     result.method = input.firstTrailing < input.pattern.numBlockRows
                         ? OrderingMethod::ConstraintAware
                         : OrderingMethod::MinimumFill;
-    return orderInSpaces(input, orderByFill, Comparison::WhereDoubtful, rule, counts, best);
+    return orderInSpaces(input, orderByFill, ManyLoops::Decide, rule, counts, best);
 }
 
 /// The better of the two, minimum fill if they are equal or if it is the only one there is.
@@ -167,7 +159,7 @@ Status orderBest(const OrderingInput& input, const EarlyRule* rule, EliminationC
     if (!status.ok() || !hasNestedDissection())
         return status;
     Candidate dissected;
-    status = orderInSpaces(input, nestedDissection, Comparison::Always, rule, counts, dissected);
+    status = orderInSpaces(input, nestedDissection, ManyLoops::Compare, rule, counts, dissected);
     if (status.ok() &&
         dissected.elimination.counts.operations < best.elimination.counts.operations) {
         best = std::move(dissected);
@@ -217,7 +209,7 @@ Status choose(const OrderingInput& input, Ordering choice, const EarlyRule* rule
         return orderRepaired(input, scratch, result, order);
     case Ordering::NestedDissection:
         result.method = OrderingMethod::NestedDissection;
-        return orderInSpaces(input, nestedDissection, Comparison::Always, rule, counts, found);
+        return orderInSpaces(input, nestedDissection, ManyLoops::Compare, rule, counts, found);
     case Ordering::Natural:
         result.method = OrderingMethod::Natural;
         order.resize(input.pattern.numBlockRows);

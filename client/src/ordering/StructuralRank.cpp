@@ -149,7 +149,6 @@ private:
 /// any step; most orders show it at once.
 bool allCanTrade(const OrderingInput& input, const std::vector<unsigned int>& order)
 {
-    const BlockGraph& graph = input.graph;
     std::vector<unsigned int> spare(order.size(), 0); ///< of the blocks so far: columns not traded
     for (const unsigned int block : order) {
         unsigned int missing = input.sizes[block];
@@ -157,12 +156,11 @@ bool allCanTrade(const OrderingInput& input, const std::vector<unsigned int>& or
             spare[block] = missing;
             continue;
         }
-        for (unsigned int e = graph.start[block]; missing > 0 && e < graph.start[block + 1]; ++e) {
-            unsigned int& columns = spare[graph.neighbours[e]];
-            const unsigned int traded = std::min(columns, missing);
-            columns -= traded;
+        input.graph.forEachNeighbour(block, [&](unsigned int other) {
+            const unsigned int traded = std::min(spare[other], missing);
+            spare[other] -= traded;
             missing -= traded;
-        }
+        });
         if (missing > 0)
             return false;
     }

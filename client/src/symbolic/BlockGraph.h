@@ -19,6 +19,13 @@ struct BlockGraph {
     /// Of the lower triangle, the diagonal included.
     std::size_t numEntries() const { return start.size() - 1 + neighbours.size() / 2; }
 
+    /// Calls f(b) for every block b that `block` couples to.
+    template <class F> void forEachNeighbour(unsigned int block, F f) const
+    {
+        for (unsigned int e = start[block]; e < start[block + 1]; ++e)
+            f(neighbours[e]);
+    }
+
     std::vector<unsigned int> start{0}; ///< one more than blocks
     std::vector<unsigned int> neighbours;
 };

@@ -49,8 +49,8 @@ void EliminationCounts::place(const std::vector<unsigned int>& order)
     unsigned int end = 0;
     for (unsigned int k = 0; k < n; ++k) {
         m_start[k] = end;
-        for (unsigned int e = m_graph.start[order[k]]; e < m_graph.start[order[k] + 1]; ++e)
-            m_neighbours[end++] = m_position[m_graph.neighbours[e]];
+        m_graph.forEachNeighbour(
+            order[k], [&](unsigned int other) { m_neighbours[end++] = m_position[other]; });
     }
     m_start[n] = end;
 }
