@@ -117,12 +117,11 @@ template <class T> bool factorFast(OrvelData<T>& data, unsigned int threads)
     zeroedWork(data, largestSquare(data.matrix));
     plan.layOutFactors(data);
     sizePivots(data);
-    if (plan.goesByRows()) {
+    if (plan.goesByRows())
         factorByRows(data, plan, *functions, std::max(threads, 1u));
-        data.hasPivotScales = data.pivotScales != nullptr;
-    } else {
+    else
         factorByPanels(data, plan, *functions, std::max(threads, 1u));
-    }
+    data.hasPivotScales = data.pivotScales != nullptr;
     data.scaledIsProduct = 1;
     data.factored = 1;
     return true;

@@ -15,15 +15,13 @@ namespace {
 // Rows are faster than panels up to some products per scalar of L, over the square of the blocks'
 // size: rows of larger blocks fill their lanes better. Panels gain from the shorter scalars of
 // float, rows hardly do. Measured on nets, lattices, elastic cubes, heaps, walls, where it tells
-// within a few percent. That several threads do better by panels must not count: rows leave scales
-// of the pivots, which differ in their last bits from estimates, and no verdict may depend on the
-// number of threads.
-template <class T> constexpr double kFewProducts = sizeof(T) == sizeof(double) ? 4.5 : 3.2;
+// within a few percent.
+template <class T> constexpr double kFewProducts = sizeof(T) == sizeof(double) ? 3.4 : 2.8;
 
 // Rows need what lies far behind them again and again. In a factor larger than the caches they take
-// from the same time as panels to twice as long (nets of 80 to 100 knots a side).
-constexpr double kFewBeyondCaches = 3.2;
-constexpr std::size_t kCaches = std::size_t(20) << 20; ///< bytes of L
+// up to twice as long as panels (nets of 70 to 100 knots a side).
+constexpr double kFewBeyondCaches = 2.6;
+constexpr std::size_t kCaches = std::size_t(10) << 20; ///< bytes of L
 
 /// Scalar columns of a panel. Wider ones move less data per product, until they no longer fit into
 /// the cache of a core; they are also fewer, for threads to share. In factors of hundreds of
@@ -175,6 +173,7 @@ template <class T> bool FactorPlan<T>::takeInput(const SparseMatrix<T>& A)
 template <class T> bool FactorPlan<T>::findInputSlots(const SparseMatrix<T>& A)
 {
     m_inputRowStart.clear(); // unless all of it is found
+    m_hasPanelInput = false;
     m_inputSlots.clear();
     m_input.assign(m_columns.size(), nullptr);
     for (unsigned int r = 0; r < m_numRows; ++r) {
@@ -264,7 +263,11 @@ template <class T> void FactorPlan<T>::beginPanels(unsigned int threads)
         m_panels.make(m_sizes, offsets, m_columnStart, m_columnEntries,
                       wide ? kWidePanel : kPanelWidth);
         m_hasPanels = true;
+        m_hasPanelInput = false;
     }
+    if (!m_hasPanelInput)
+        m_panels.takeInput(m_inputRowStart, m_inputColumns, m_inputSlots);
+    m_hasPanelInput = true;
     m_panels.makeRoomFor(threads);
     if (threads > 1)
         m_finished.assign(m_panels.numPanels(), 0);
@@ -284,7 +287,6 @@ RowFactorization<T> FactorPlan<T>::rowTask(const OrvelData<T>& data, unsigned in
 {
     RowFactorization<T> task;
     takeCommon(data, task);
-    task.pivotScales = data.pivotScales;
     task.columns = m_columns.data();
     task.done = m_done.data();
     task.workAt = m_rowRooms[thread].workAt.data();
@@ -315,6 +317,7 @@ template <class T> void FactorPlan<T>::takeCommon(const OrvelData<T>& data, Fact
     task.pivots = data.pivots.data;
     task.reciprocals = m_reciprocals.data();
     task.bounds = {data.pivotBounds, data.pivotsKeepSigns != 0};
+    task.pivotScales = data.pivotScales;
     task.columnStart = m_columnStart.data();
     task.columnEntries = m_columnEntries.data();
 }

@@ -7,7 +7,7 @@ namespace detail {
 
 namespace {
 
-/// The factorization keeps 8 rows of a block in lanes.
+/// The factorization keeps 8 rows in lanes, twice as many at the most.
 constexpr std::size_t kLanes = 8;
 
 } // namespace
@@ -120,7 +120,26 @@ void PanelPlan<T>::makeRoom(const std::vector<unsigned int>& sizes,
     room.triangle.resize(widest * widest + kSpareScalars);
     room.packed.resize(packed + kSpareScalars);
     room.gathered.resize(kMostGatheredRows * gathered + kSpareScalars);
-    room.lanes.resize(kLanes * *std::max_element(sizes.begin(), sizes.end()));
+    room.lanes.resize(2 * kLanes *
+                      std::max<std::size_t>(widest, *std::max_element(sizes.begin(), sizes.end())));
+}
+
+template <class T>
+void PanelPlan<T>::takeInput(const std::vector<unsigned int>& rowStart,
+                             const std::vector<unsigned int>& columns,
+                             const std::vector<unsigned int>& slots)
+{
+    m_inputStart.assign(std::size_t(numPanels()) + 2, 0);
+    m_inputs.resize(columns.size());
+    for (const unsigned int c : columns)
+        ++m_inputStart[m_panelOf[c] + 2];
+    for (unsigned int panel = 0; panel < numPanels(); ++panel)
+        m_inputStart[panel + 2] += m_inputStart[panel + 1];
+    for (unsigned int r = 0; r + 1 < rowStart.size(); ++r)
+        for (unsigned int a = rowStart[r]; a < rowStart[r + 1]; ++a)
+            m_inputs[m_inputStart[m_panelOf[columns[a]] + 1]++] = {r, columns[a], slots[a]};
+    const InputEntry last = m_inputs.empty() ? InputEntry{} : m_inputs.back();
+    m_inputs.insert(m_inputs.end(), kInputsAhead, last);
 }
 
 template <class T> void PanelPlan<T>::makeRoomFor(unsigned int threads)
@@ -135,6 +154,8 @@ template <class T> void PanelPlan<T>::fill(PanelFactorization<T>& task, unsigned
     task.panelStart = m_panelStart.data();
     task.sourceStart = m_sourceStart.data();
     task.sources = m_sources.data();
+    task.inputStart = m_inputStart.data();
+    task.inputs = m_inputs.data();
     task.position = room.position.data();
     task.packedAt = room.packedAt.data();
     task.runs = room.runs.data();

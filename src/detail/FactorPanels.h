@@ -23,18 +23,20 @@ public:
         for (unsigned int u = 0; u < m.numUnits; ++u) {
             const unsigned int panel = m.units[u];
             enter(panel);
-            load();
+            load(panel);
             for (unsigned int s = m.sourceStart[panel]; s < m.sourceStart[panel + 1]; ++s) {
                 if (m.finished)
                     waitUntilSet(m.finished[m.sources[s].panel]);
                 subtract(m.sources[s]);
             }
             for (unsigned int c = m_first; c < m_end; ++c) {
-                finishRow(c, m.rowStart[c + 1] - 1 - (c - m_first));
+                const unsigned int slot = m.rowStart[c + 1] - 1 - (c - m_first);
+                finishRow(c, slot);
                 finishDiagonal(c);
+                if (m.pivotScales)
+                    addOwnTerms(m, c, slot, m_first);
             }
-            for (unsigned int e = m_below; e < m_lastEntry; ++e)
-                finishRow(m.columnEntries[e].row, m.columnEntries[e].slot);
+            finishBelow();
             if (m.finished)
                 __atomic_store_n(m.finished + panel, 1, __ATOMIC_RELEASE);
         }
@@ -54,7 +56,7 @@ private:
     }
 
     /// The input on the panel's rows; fill-in zero.
-    void load()
+    void load(unsigned int panel)
     {
         unsigned int rows = 0;
         for (unsigned int c = m_first; c < m_end; ++c) {
@@ -64,7 +66,6 @@ private:
         for (unsigned int e = m_below; e < m_lastEntry; ++e) {
             const ColumnEntry entry = m.columnEntries[e];
             // Of the rows' slots, which are all over these arrays: nets of 100 gain a twentieth.
-            __builtin_prefetch(m.input + entry.slot);
             __builtin_prefetch(m.L + entry.slot);
             __builtin_prefetch(m.S + entry.slot);
             m.position[entry.row] = rows;
@@ -73,34 +74,44 @@ private:
         const std::size_t count = std::size_t(rows) * m_width;
         for (std::size_t v = 0; v < count; ++v)
             m.panel[v] = T(0);
-        for (unsigned int c = m_first; c < m_end; ++c) {
-            const unsigned int diagonal = m.rowStart[c + 1] - 1;
-            loadBlocks(c, diagonal - (c - m_first), c - m_first);
-            loadTransposed(c, m.input[diagonal]);
+        for (unsigned int i = 0; m.pivotScales && i < m_width; ++i)
+            m.pivotScales[m.offsets[m_first] + i] = T(0);
+        for (unsigned int i = m.inputStart[panel]; i < m.inputStart[panel + 1]; ++i) {
+            const InputEntry entry = m.inputs[i];
+            prefetchInput(m.inputs + i);
+            if (entry.row == entry.column)
+                loadTransposed(entry.row, m.input[entry.slot]);
+            else
+                loadBlock(entry, m.input[entry.slot]);
         }
-        for (unsigned int e = m_below; e < m_lastEntry; ++e)
-            loadBlocks(m.columnEntries[e].row, m.columnEntries[e].slot, m_end - m_first);
     }
 
-    void loadBlocks(unsigned int r, unsigned int slot, unsigned int count)
+    /// What lies some entries ahead, and pointers to what lies twice as far: the input is in the
+    /// order of rows, and a panel's is all over it. Nets of 100 gain a fourteenth.
+    void prefetchInput(const InputEntry* entry) const
     {
-        T* to = rowOf(r);
-        for (unsigned int b = 0; b < count; ++b) {
-            const unsigned int p = m.sizes[m_first + b];
-            if (const T* from = m.input[slot + b])
-                for (unsigned int i = 0; i < m.sizes[r]; ++i)
-                    for (unsigned int q = 0; q < p; ++q)
-                        to[std::size_t(i) * m_width + q] = *from++;
-            to += p;
-        }
+        __builtin_prefetch(m.input + entry[kInputsAhead].slot);
+        const auto* const block =
+            reinterpret_cast<const char*>(m.input[entry[kInputsAhead / 2].slot]);
+        for (unsigned int b = 0; b < 256; b += 64)
+            __builtin_prefetch(block + b);
+    }
+
+    void loadBlock(InputEntry entry, const T* from)
+    {
+        T* const to = rowOf(entry.row) + columnOf(entry.column);
+        const unsigned int p = m.sizes[entry.column];
+        for (unsigned int i = 0; i < m.sizes[entry.row]; ++i)
+            for (unsigned int q = 0; q < p; ++q)
+                to[std::size_t(i) * m_width + q] = *from++;
     }
 
     void loadTransposed(unsigned int c, const T* from)
     {
-        if (!from)
-            return;
         T* const to = rowOf(c) + columnOf(c);
         const unsigned int n = m.sizes[c];
+        for (unsigned int i = 0; m.pivotScales && i < n; ++i)
+            addMagnitude(m.pivotScales[m.offsets[c] + i], from[i * (n + 1)]);
         for (unsigned int i = 0; i < n; ++i)
             for (unsigned int q = 0; q < n; ++q)
                 to[std::size_t(q) * m_width + i] = *from++;
@@ -116,16 +127,19 @@ private:
         const ColumnEntry* const entries = m.columnEntries;
         unsigned int e = source.first;
         for (; e < source.end; ++e) // rows of the panel itself end with their diagonal block
-            subtractRows<1>(entries + e, first, count, m.packedAt[e - source.first + 1], stride);
+            subtractRows<1>(entries + e, 1, first, count, m.packedAt[e - source.first + 1], stride);
         while (e < source.last) {
-            const bool pair = e + 1 < source.last &&
-                              m.sizes[entries[e].row] == m.sizes[entries[e + 1].row] &&
-                              2 * m.sizes[entries[e].row] <= kTileRows;
-            if (pair)
-                subtractRows<2>(entries + e, first, count, columns, stride);
-            else
-                subtractRows<1>(entries + e, first, count, columns, stride);
-            e += pair ? 2 : 1;
+            const unsigned int height = m.sizes[entries[e].row];
+            unsigned int end = e + 1;
+            while (end < source.last && m.sizes[entries[end].row] == height)
+                ++end;
+            if (2 * height <= kTileRows) {
+                const unsigned int pairs = (end - e) / 2;
+                subtractRows<2>(entries + e, pairs, first, count, columns, stride);
+                e += 2 * pairs;
+            }
+            subtractRows<1>(entries + e, end - e, first, count, columns, stride);
+            e = end;
         }
     }
 
@@ -143,15 +157,7 @@ private:
         const unsigned int stride = packedStride<T>(columns);
         for (unsigned int e = source.first; e < source.end; ++e) {
             const ColumnEntry entry = m.columnEntries[e];
-            const unsigned int n = m.sizes[entry.row];
-            T* to = m.packed + m.packedAt[e - source.first];
-            for (unsigned int b = 0; b < count; ++b) {
-                const T* const from = m.L[entry.slot + b];
-                const unsigned int s = m.sizes[first + b];
-                for (unsigned int q = 0; q < s; ++q, to += stride)
-                    for (unsigned int j = 0; j < n; ++j)
-                        to[j] = from[j * s + q];
-            }
+            packBlockRow(m, entry, first, count, m.packed + m.packedAt[e - source.first], stride);
         }
         return columns;
     }
@@ -176,21 +182,31 @@ private:
         m_gather = runs > 1 && products >= kLeastProducts && columns < kShortRun * runs;
     }
 
-    /// The share of one block row, or two, for the first `end` packed columns.
+    /// The share of some block rows of one height, by ones or by pairs, for the first `end` packed
+    /// columns.
+    ///
+    /// @param units  how many ones or pairs
     template <int Count>
-    void subtractRows(const ColumnEntry* entry, unsigned int first, unsigned int count,
-                      unsigned int end, unsigned int stride)
+    void subtractRows(const ColumnEntry* entry, unsigned int units, unsigned int first,
+                      unsigned int count, unsigned int end, unsigned int stride)
     {
+        if (units == 0)
+            return;
         const unsigned int rows = m.sizes[entry->row];
-        if (m_gather && Count * rows <= kMostGatheredRows)
-            return subtractGathered<Count>(entry, first, count, end, stride);
-        T* row[2];
-        Tile<T> tile = beginTile<Count>(entry, first, count, stride, row);
-        tile.strideC = m_width;
-        for (const PackedRun* run = m.runs; run->from < end; ++run) {
-            const unsigned int to = run->to < end ? run->to : end;
-            subtractTiles<Count>(tile, rows, m.packed + run->from, row[0] + run->at,
-                                 row[1] + run->at, to - run->from);
+        const bool gather = m_gather && Count * rows <= kMostGatheredRows;
+        for (; units > 0; --units, entry += Count) {
+            if (gather) {
+                subtractGathered<Count>(entry, first, count, end, stride);
+                continue;
+            }
+            T* row[2];
+            Tile<T> tile = beginTile<Count>(entry, first, count, stride, row);
+            tile.strideC = m_width;
+            for (const PackedRun* run = m.runs; run->from < end; ++run) {
+                const unsigned int to = run->to < end ? run->to : end;
+                subtractTiles<Count>(tile, rows, m.packed + run->from, row[0] + run->at,
+                                     row[1] + run->at, to - run->from);
+            }
         }
     }
 
@@ -259,6 +275,48 @@ private:
             subtractTileRows<T, Count, int(kRows)>(tile, rows - i < kRows ? rows - i : kRows,
                                                    columns);
         }
+    }
+
+    /// The rows below the panel: some side by side where they have one height, and the panel's
+    /// columns one size.
+    void finishBelow()
+    {
+        unsigned int c = m_first;
+        while (c < m_end && m.sizes[c] == m.sizes[m_first])
+            ++c;
+        const unsigned int size = c == m_end ? m.sizes[m_first] : 0;
+        for (unsigned int e = m_below; e < m_lastEntry;) {
+            const unsigned int height = m.sizes[m.columnEntries[e].row];
+            unsigned int end = e + 1;
+            while (end < m_lastEntry && m.sizes[m.columnEntries[end].row] == height)
+                ++end;
+            if (size == 3 && height == 3)
+                finishSideBySide<3, 3>(e, end);
+            else if (size == 6 && height == 3)
+                finishSideBySide<3, 6>(e, end);
+            else if (size == 6 && height == 6)
+                finishSideBySide<6, 6>(e, end);
+            else if (size == 3 && height == 6)
+                finishSideBySide<6, 3>(e, end);
+            else
+                for (unsigned int r = e; r < end; ++r)
+                    finishRow(m.columnEntries[r].row, m.columnEntries[r].slot);
+            e = end;
+        }
+    }
+
+    template <int M, int N> void finishSideBySide(unsigned int e, unsigned int end)
+    {
+        constexpr unsigned int kInVector = M == 3 ? 2 : 1;
+        const PanelAtHand<T> panel = {m, m_first, m_end - m_first, m_width};
+        const ColumnEntry* const entries = m.columnEntries;
+        if constexpr (kVectorBytes == 64)
+            for (; e + 2 * kInVector <= end; e += 2 * kInVector)
+                finishRowsInLanes<M, N, kInVector, 2>(panel, entries + e, rowOf(entries[e].row));
+        for (; e + kInVector <= end; e += kInVector)
+            finishRowsInLanes<M, N, kInVector, 1>(panel, entries + e, rowOf(entries[e].row));
+        for (; e < end; ++e)
+            finishRowsInLanes<M, N, 1, 1>(panel, entries + e, rowOf(entries[e].row));
     }
 
     /// The blocks of row r: each takes the products of the panel's columns before it, then becomes

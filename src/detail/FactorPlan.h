@@ -67,6 +67,7 @@ private:
     bool m_usable = false;
     bool m_isCurrent = false; ///< whether m_input and the factors' layout are as the data has them
     bool m_hasPanels = false; ///< whether m_panels is of this pattern
+    bool m_hasPanelInput = false; ///< whether m_panels knows where the input goes
     unsigned int m_numRows = 0;
     std::vector<unsigned int> m_rowStart;
     std::vector<unsigned int> m_columns;

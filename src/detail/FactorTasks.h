@@ -41,6 +41,7 @@ template <class T> struct FactorTask {
     T* pivots;
     T* reciprocals; ///< per pivot; written
     PivotBounds<T> bounds;
+    T* pivotScales; ///< per pivot; written, unless null
     const unsigned int*
         columnStart; ///< per block column: its entries below the diagonal, rows ascending
     const ColumnEntry* columnEntries;
@@ -49,7 +50,6 @@ template <class T> struct FactorTask {
 /// A factorization row by row; no block is larger than kMaxRowBlock. Of rows that are factored
 /// elsewhere at the same time, none is below or above another in the elimination tree.
 template <class T> struct RowFactorization : FactorTask<T> {
-    T* pivotScales;              ///< per pivot; written, unless null
     const unsigned int* columns; ///< of L, per slot
     unsigned int* done;          ///< per block column: entries in finished rows; zero at the start
     unsigned int* workAt; ///< per block column: where its block of the row at hand is in `work`
@@ -85,6 +85,16 @@ struct PackedRun {
 /// The most rows whose columns are gathered at once.
 constexpr unsigned int kMostGatheredRows = 8;
 
+/// Entries that follow the last one of the input, so that what lies ahead can be asked for.
+constexpr unsigned int kInputsAhead = 16;
+
+/// A block of the input, by where it goes.
+struct InputEntry {
+    unsigned int row;
+    unsigned int column;
+    unsigned int slot;
+};
+
 /// A factorization panel by panel. The block columns of a panel have the same rows, but for those
 /// that have become columns: blocks side by side in a row are neighbours in its slots.
 template <class T> struct PanelFactorization : FactorTask<T> {
@@ -92,7 +102,9 @@ template <class T> struct PanelFactorization : FactorTask<T> {
     const unsigned int* panelStart;  ///< block columns; one more than panels
     const unsigned int* sourceStart; ///< per panel: its sources, panels ascending
     const PanelSource* sources;
-    unsigned int* position; ///< per block row: its first scalar row in the panel at hand
+    const unsigned int* inputStart; ///< per panel, and one more: its blocks of the input
+    const InputEntry* inputs;       ///< rows ascending within a panel; kInputsAhead more
+    unsigned int* position;         ///< per block row: its first scalar row in the panel at hand
     unsigned int* packedAt; ///< per column of the panel at hand that a source has, and one more
     PackedRun* runs;        ///< as many, the last of them empty
     T* panel;               ///< the largest panel, and kSpareScalars
@@ -101,7 +113,7 @@ template <class T> struct PanelFactorization : FactorTask<T> {
                  ///< kSpareScalars
     T* gathered; ///< kMostGatheredRows, packedStride of the most columns of a panel apart, and
                  ///< kSpareScalars
-    T* lanes;    ///< the largest block, 8 lanes for each of its columns
+    T* lanes;    ///< 16 lanes for each column of the largest block or the widest panel of several
 };
 
 /// Returns when another thread has set a flag; what it wrote before can be read then.

@@ -9,6 +9,11 @@
 
 #include "Tiles.h"
 
+#include "PivotTerms.h"
+
+#include "PackedRows.h"
+#include "PanelRows.h"
+
 #include "FactorPanels.h"
 #include "FactorRows.h"
 #include "SolveRows.h"

@@ -22,6 +22,11 @@ public:
               const std::vector<unsigned int>& columnStart,
               const std::vector<ColumnEntry>& columnEntries, unsigned int panelWidth);
 
+    /// Notes where the blocks of an input go, by their rows, columns and slots of the factor.
+    void takeInput(const std::vector<unsigned int>& rowStart,
+                   const std::vector<unsigned int>& columns,
+                   const std::vector<unsigned int>& slots);
+
     /// Makes arrays for that many threads.
     void makeRoomFor(unsigned int threads);
 
@@ -45,6 +50,8 @@ private:
     std::vector<unsigned int> m_panelOf; ///< per block column
     std::vector<unsigned int> m_sourceStart;
     std::vector<PanelSource> m_sources;
+    std::vector<unsigned int> m_inputStart; ///< per panel
+    std::vector<InputEntry> m_inputs;
 
     /// What a thread works in.
     struct Room {

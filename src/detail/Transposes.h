@@ -43,35 +43,36 @@ template <class V> struct ColumnLanes {
                 rowOrZero<First, M, At + 6>(c, stride), rowOrZero<First, M, At + 7>(c, stride)};
     }
 
-    /// Two columns that are neighbours in a block.
-    template <int M, int At, class T>
+    /// Two columns that are neighbours in a block, from row First on.
+    template <int First, int M, int At, class T>
     [[gnu::always_inline]] static void storePair(const V& a, const V& b, T* to, unsigned int stride)
     {
         if constexpr (kLanes == 2)
-            storeRows<M, At>(__builtin_shufflevector(a, b, 0, 2),
-                             __builtin_shufflevector(a, b, 1, 3), to, stride);
+            storeRows<First, M, At>(__builtin_shufflevector(a, b, 0, 2),
+                                    __builtin_shufflevector(a, b, 1, 3), to, stride);
         else if constexpr (kLanes == 4)
-            storeRows<M, At>(__builtin_shufflevector(a, b, 0, 4, 2, 6),
-                             __builtin_shufflevector(a, b, 1, 5, 3, 7), to, stride);
+            storeRows<First, M, At>(__builtin_shufflevector(a, b, 0, 4, 2, 6),
+                                    __builtin_shufflevector(a, b, 1, 5, 3, 7), to, stride);
         else
-            storeRows<M, At>(__builtin_shufflevector(a, b, 0, 8, 2, 10, 4, 12, 6, 14),
-                             __builtin_shufflevector(a, b, 1, 9, 3, 11, 5, 13, 7, 15), to, stride);
+            storeRows<First, M, At>(__builtin_shufflevector(a, b, 0, 8, 2, 10, 4, 12, 6, 14),
+                                    __builtin_shufflevector(a, b, 1, 9, 3, 11, 5, 13, 7, 15), to,
+                                    stride);
     }
 
 private:
     /// The pairs of even and of odd rows, from I on.
-    template <int M, int At, int I = 0, class T>
+    template <int First, int M, int At, int I = 0, class T>
     [[gnu::always_inline]] static void storeRows(const V& even, const V& odd, T* to,
                                                  unsigned int stride)
     {
-        if constexpr (At + I < M)
-            storeVector(to + unsigned(At + I) * stride,
+        if constexpr (At + I >= First && At + I < M)
+            storeVector(to + unsigned(At + I - First) * stride,
                         __builtin_shufflevector(even, even, I, I + 1));
-        if constexpr (At + I + 1 < M)
-            storeVector(to + unsigned(At + I + 1) * stride,
+        if constexpr (At + I + 1 >= First && At + I + 1 < M)
+            storeVector(to + unsigned(At + I + 1 - First) * stride,
                         __builtin_shufflevector(odd, odd, I, I + 1));
         if constexpr (I + 2 < kLanes)
-            storeRows<M, At, I + 2>(even, odd, to, stride);
+            storeRows<First, M, At, I + 2>(even, odd, to, stride);
     }
 };
 
@@ -87,12 +88,12 @@ template <class T, int Lanes> struct ColumnLanes<SeveralVectors<T, Lanes>> {
         return v;
     }
 
-    template <int M, int P>
+    template <int First, int M, int P>
     [[gnu::always_inline]] static void storePair(const V& a, const V& b, T* to, unsigned int stride)
     {
-        Part::template storePair<M, P * V::kPart>(a.parts[P], b.parts[P], to, stride);
+        Part::template storePair<First, M, P * V::kPart>(a.parts[P], b.parts[P], to, stride);
         if constexpr (P + 1 < V::kParts)
-            storePair<M, P + 1>(a, b, to, stride);
+            storePair<First, M, P + 1>(a, b, to, stride);
     }
 
 private:
@@ -121,19 +122,20 @@ template <int N, int Column = 0, class V, class T>
         loadLowerTriangle<N, Column + 1>(block, columns);
 }
 
-/// An M × N block from its columns.
-template <int M, int N, class V, class T>
+/// An M × N block from its columns, which begin in lane First.
+template <int M, int N, int First = 0, class V, class T>
 [[gnu::always_inline]] inline void storeColumns(const V* columns, T* block)
 {
     constexpr unsigned int kPaired = kHasShuffles ? N / 2 * 2 : 0;
     if constexpr (kHasShuffles) {
 #pragma GCC unroll 8
         for (unsigned int q = 0; q < kPaired; q += 2)
-            ColumnLanes<V>::template storePair<M, 0>(columns[q], columns[q + 1], block + q, N);
+            ColumnLanes<V>::template storePair<First, First + M, 0>(columns[q], columns[q + 1],
+                                                                    block + q, N);
     }
 #pragma GCC unroll 8
     for (unsigned int q = kPaired; q < N; ++q)
 #pragma GCC unroll 8
         for (unsigned int i = 0; i < M; ++i)
-            block[i * N + q] = columns[q][i];
+            block[i * N + q] = columns[q][First + i];
 }

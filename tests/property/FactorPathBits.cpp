@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <numeric>
 #include <vector>
 
 using kyrOrvel::Orvel;
@@ -128,6 +129,30 @@ TYPED_TEST(FactorPathBits, EqualThePlainFactorizationWhereAPanelChangesScattered
             system.factorRows[r].clear();
             for (unsigned int c = couples ? 0 : wide; c <= r; ++c)
                 system.factorRows[r].push_back(c);
+        }
+        system.rows = system.factorRows;
+        this->setValues(random, 0.3, system);
+        this->expectPlainBits(system);
+        if (this->HasFatalFailure())
+            return;
+    }
+}
+
+// Any number of rows of one height below panels whose columns have one size, up to several panels.
+TYPED_TEST(FactorPathBits, EqualThePlainFactorizationWhereRowsBelowAPanelAreTakenSideBySide)
+{
+    for (std::uint64_t seed = 6001; seed <= 6080; ++seed) {
+        SCOPED_TRACE(seed);
+        Random random(seed);
+        const unsigned int kinds[] = {3, 5, 6};
+        const unsigned int columns = random.integer(1, random.chance(0.2) ? 40 : 8);
+        const unsigned int rows = random.integer(1, 11);
+        System<TypeParam> system = this->system(random, columns, {kinds[random.integer(0, 2)]});
+        system.sizes.resize(columns + rows, kinds[random.integer(0, 2)]);
+        system.factorRows.resize(columns + rows);
+        for (unsigned int r = 0; r < columns + rows; ++r) {
+            system.factorRows[r].resize(r + 1);
+            std::iota(system.factorRows[r].begin(), system.factorRows[r].end(), 0u);
         }
         system.rows = system.factorRows;
         this->setValues(random, 0.3, system);

@@ -237,7 +237,7 @@ std::uint64_t AnalyzedSystem<T>::countBytes(const BlockMatrix<T>& A,
     const std::uint64_t plan =
         analysis.multifrontal
             ? 0
-            : counts.blocks * (3 * kWord + 2 * sizeof(void*)) + analysis.matrixBlocks * 2 * kWord +
+            : counts.blocks * (3 * kWord + 2 * sizeof(void*)) + analysis.matrixBlocks * 5 * kWord +
                   n * 7 * kWord + A.dimension() * sizeof(T) +
                   analysis.threads * (n * kWord + largestPanel() * sizeof(T));
     return plan + factors + matrix + structure + work + kVectors * A.dimension() * sizeof(T) +
