@@ -127,19 +127,16 @@ private:
         const ColumnEntry* const entries = m.columnEntries;
         unsigned int e = source.first;
         for (; e < source.end; ++e) // rows of the panel itself end with their diagonal block
-            subtractRows<1>(entries + e, 1, first, count, m.packedAt[e - source.first + 1], stride);
+            subtractRows<1>(entries + e, first, count, m.packedAt[e - source.first + 1], stride);
         while (e < source.last) {
-            const unsigned int height = m.sizes[entries[e].row];
-            unsigned int end = e + 1;
-            while (end < source.last && m.sizes[entries[end].row] == height)
-                ++end;
-            if (2 * height <= kTileRows) {
-                const unsigned int pairs = (end - e) / 2;
-                subtractRows<2>(entries + e, pairs, first, count, columns, stride);
-                e += 2 * pairs;
-            }
-            subtractRows<1>(entries + e, end - e, first, count, columns, stride);
-            e = end;
+            const bool pair = e + 1 < source.last &&
+                              m.sizes[entries[e].row] == m.sizes[entries[e + 1].row] &&
+                              2 * m.sizes[entries[e].row] <= kTileRows;
+            if (pair)
+                subtractRows<2>(entries + e, first, count, columns, stride);
+            else
+                subtractRows<1>(entries + e, first, count, columns, stride);
+            e += pair ? 2 : 1;
         }
     }
 
@@ -182,31 +179,21 @@ private:
         m_gather = runs > 1 && products >= kLeastProducts && columns < kShortRun * runs;
     }
 
-    /// The share of some block rows of one height, by ones or by pairs, for the first `end` packed
-    /// columns.
-    ///
-    /// @param units  how many ones or pairs
+    /// The share of one block row, or two, for the first `end` packed columns.
     template <int Count>
-    void subtractRows(const ColumnEntry* entry, unsigned int units, unsigned int first,
-                      unsigned int count, unsigned int end, unsigned int stride)
+    void subtractRows(const ColumnEntry* entry, unsigned int first, unsigned int count,
+                      unsigned int end, unsigned int stride)
     {
-        if (units == 0)
-            return;
         const unsigned int rows = m.sizes[entry->row];
-        const bool gather = m_gather && Count * rows <= kMostGatheredRows;
-        for (; units > 0; --units, entry += Count) {
-            if (gather) {
-                subtractGathered<Count>(entry, first, count, end, stride);
-                continue;
-            }
-            T* row[2];
-            Tile<T> tile = beginTile<Count>(entry, first, count, stride, row);
-            tile.strideC = m_width;
-            for (const PackedRun* run = m.runs; run->from < end; ++run) {
-                const unsigned int to = run->to < end ? run->to : end;
-                subtractTiles<Count>(tile, rows, m.packed + run->from, row[0] + run->at,
-                                     row[1] + run->at, to - run->from);
-            }
+        if (m_gather && Count * rows <= kMostGatheredRows)
+            return subtractGathered<Count>(entry, first, count, end, stride);
+        T* row[2];
+        Tile<T> tile = beginTile<Count>(entry, first, count, stride, row);
+        tile.strideC = m_width;
+        for (const PackedRun* run = m.runs; run->from < end; ++run) {
+            const unsigned int to = run->to < end ? run->to : end;
+            subtractTiles<Count>(tile, rows, m.packed + run->from, row[0] + run->at,
+                                 row[1] + run->at, to - run->from);
         }
     }
 
