@@ -138,28 +138,30 @@ TYPED_TEST(FactorPathBits, EqualThePlainFactorizationWhereAPanelChangesScattered
     }
 }
 
-// Any number of rows of one height below panels whose columns have one size, up to several panels.
+// Columns of one size with any number of rows of one height below them. Those rows are no columns
+// of the same panel: the last row has them, but none of the columns.
 TYPED_TEST(FactorPathBits, EqualThePlainFactorizationWhereRowsBelowAPanelAreTakenSideBySide)
 {
-    for (std::uint64_t seed = 6001; seed <= 6080; ++seed) {
-        SCOPED_TRACE(seed);
-        Random random(seed);
-        const unsigned int kinds[] = {3, 5, 6};
-        const unsigned int columns = random.integer(1, random.chance(0.2) ? 40 : 8);
-        const unsigned int rows = random.integer(1, 11);
-        System<TypeParam> system = this->system(random, columns, {kinds[random.integer(0, 2)]});
-        system.sizes.resize(columns + rows, kinds[random.integer(0, 2)]);
-        system.factorRows.resize(columns + rows);
-        for (unsigned int r = 0; r < columns + rows; ++r) {
-            system.factorRows[r].resize(r + 1);
-            std::iota(system.factorRows[r].begin(), system.factorRows[r].end(), 0u);
-        }
-        system.rows = system.factorRows;
-        this->setValues(random, 0.3, system);
-        this->expectPlainBits(system);
-        if (this->HasFatalFailure())
-            return;
-    }
+    for (const unsigned int size : {3u, 5u, 6u})
+        for (const unsigned int height : {3u, 5u, 6u})
+            for (unsigned int rows = 1; rows <= 9; ++rows) {
+                Random random(6000 + 100 * size + 10 * height + rows);
+                SCOPED_TRACE(random.seed());
+                const unsigned int columns = random.integer(1, random.chance(0.2) ? 40 : 8);
+                System<TypeParam> system;
+                system.sizes.assign(columns, size);
+                system.sizes.resize(columns + rows + 1, height);
+                for (unsigned int r = 0; r <= columns + rows; ++r) {
+                    const unsigned int first = r < columns + rows ? 0 : columns;
+                    system.rows.emplace_back(r + 1 - first);
+                    std::iota(system.rows[r].begin(), system.rows[r].end(), first);
+                }
+                system.factorRows = system.rows;
+                this->setValues(random, 0.3, system);
+                this->expectPlainBits(system);
+                if (this->HasFatalFailure())
+                    return;
+            }
 }
 
 TYPED_TEST(FactorPathBits, KeepPivotsToBoundsAsThePlainOneDoes)
