@@ -146,10 +146,7 @@ private:
         T sums[Lanes];
         storeVector(sums, m_scale);
         for (unsigned int i = 1; i < m_rows; ++i)
-            for (unsigned int q = 0; q < i; ++q) {
-                const T term = block.L[i * m_rows + q] * block.S[i * m_rows + q];
-                sums[i] += term < 0 ? -term : term;
-            }
+            addTerms(block.L + i * m_rows, block.S + i * m_rows, i, sums[i]);
         for (unsigned int i = 0; i < m_rows; ++i)
             m.pivotScales[m.offsets[m_r] + i] = sums[i];
     }

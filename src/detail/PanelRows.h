@@ -11,8 +11,8 @@ template <class T> struct PanelAtHand {
 
 /// L and L·D of Vectors vectors of InVector block rows, M × N each in every column.
 ///
-/// @param e      their entries
-/// @param rows   in the panel: the first of their scalar rows
+/// @param e     their entries
+/// @param rows  in the panel: the first of their scalar rows
 template <int M, int N, int InVector, int Vectors, class T>
 void finishRowsInLanes(const PanelAtHand<T>& panel, const ColumnEntry* e, const T* rows)
 {

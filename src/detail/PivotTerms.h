@@ -1,5 +1,5 @@
-// What the panels leave of the terms of their pivots, for whoever judges these: the magnitudes of
-// all of them, added in ascending order of columns, as the rows do.
+// What the factorizations leave of the terms of their pivots, for whoever judges these: the
+// magnitudes of all of them, added in ascending order of columns by rows and by panels alike.
 
 template <class T> [[gnu::always_inline]] inline void addMagnitude(T& sum, T term)
 {

@@ -79,6 +79,7 @@ TYPED_TEST(PivotScaleBits, AreTheSameByRowsAndPanelsAndOnAnyNumberOfThreads)
     std::vector<TypeParam> one;
     for (const FactorSchedule schedule : {FactorSchedule::Rows, FactorSchedule::Panels})
         for (const unsigned int threads : {1u, 2u, 3u}) {
+            SCOPED_TRACE(int(schedule));
             SCOPED_TRACE(threads);
             setFactorSchedule(schedule);
             const auto data = support::makeData(system);
