@@ -151,6 +151,28 @@ TYPED_TEST(BlockLDLTErrors, RightHandSideThatIsNotFiniteIsNamedAndXIsUntouched)
     }
 }
 
+// Long vectors are looked at by many lanes at once, and what is left over by one.
+TYPED_TEST(BlockLDLTErrors, RightHandSideThatIsNotFiniteIsNamedWhereverItIs)
+{
+    for (const unsigned int n : {1u, 15u, 16u, 31u, 32u, 33u, 65u, 79u}) {
+        SCOPED_TRACE(n);
+        BlockMatrix<TypeParam> A(std::vector<unsigned int>(n, 1));
+        for (unsigned int i = 0; i < n; ++i)
+            A.block(i, i)[0] = 1;
+        BlockLDLT<TypeParam> solver;
+        ASSERT_TRUE(solver.compute(A).ok());
+        std::vector<TypeParam> b(n, 1);
+        std::vector<TypeParam> x(n);
+        for (unsigned int i = 0; i < n; ++i) {
+            b[i] = kNaN<TypeParam>;
+            EXPECT_EQ(solver.solve(b.data(), x.data()).code, StatusCode::NotFinite);
+            EXPECT_EQ(solver.info().block, i);
+            b[i] = 1;
+        }
+        EXPECT_TRUE(solver.solve(b.data(), x.data()).ok());
+    }
+}
+
 TYPED_TEST(BlockLDLTErrors, MatrixValueThatIsNotFiniteIsNamed)
 {
     for (const TypeParam bad : {kNaN<TypeParam>, kInfinity<TypeParam>, -kInfinity<TypeParam>}) {

@@ -43,17 +43,6 @@ public:
     /// Adds the q-th of some scalars times zero: the total stays zero as long as all are finite.
     void addTimesZero(std::size_t q, T v) { m_lanes[q % 4] += v * T(0); }
 
-    /// The same for n scalars.
-    void addTimesZero(const T* v, std::size_t n)
-    {
-        std::size_t q = 0;
-        for (; q + 4 <= n; q += 4)
-            for (std::size_t lane = 0; lane < 4; ++lane)
-                addTimesZero(lane, v[q + lane]);
-        for (; q < n; ++q)
-            addTimesZero(q, v[q]);
-    }
-
     T total() const { return (m_lanes[0] + m_lanes[2]) + (m_lanes[1] + m_lanes[3]); }
 
 private:
