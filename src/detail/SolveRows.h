@@ -231,7 +231,8 @@ template <class Product, int M, class T, class Visitor, class Ahead>
 #pragma GCC unroll 8
     for (int i = 0; i < M; ++i)
         xr[i] = y[i];
-    // The last first: the row before this one waits for it. Walls and nets take 0.97 of the time.
+    // The last first: the row before this one waits for it. Walls and nets take 0.96 to 0.98 of the
+    // time. Columns of a row differ, so that every x_c still receives its terms row by row.
     for (unsigned int slot = diagonal; slot-- > S.rowStart[r];) {
         const unsigned int c = S.columns[slot];
         ahead(S.blocks[slot], M * std::size_t(S.sizes[c]));

@@ -100,6 +100,7 @@ TYPED_TEST(SolvePathBits, EqualThePlainSolveBeyondCaches)
     for (unsigned int r = 0; r < system.numRows(); ++r)
         for (const unsigned int c : system.factorRows[r])
             scalars += std::size_t(system.sizes[r]) * system.sizes[c];
+    // From there on solves read L alone.
     ASSERT_GT(scalars * sizeof(TypeParam), 1U << 20);
     this->expectPlainSolutions(random, system);
 }

@@ -51,7 +51,7 @@ template <class T> void copyBlock(const T* from, unsigned int size, T* to)
 
 /// Zero times a value that is not finite is NaN. Whole vectors tell sooner than their elements, and
 /// sums that do not wait for each other sooner than one. Lanes are named, as compilers that find
-/// them on their own shuffle the values first, which takes three times as long.
+/// them on their own shuffle the values first, which takes four times as long.
 template <class T> bool areFinite(const std::vector<T>& vector)
 {
     using Lanes [[gnu::vector_size(16)]] = T;
