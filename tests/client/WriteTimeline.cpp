@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <locale>
 #include <string>
 
 using kyrOrvel::FactorTrace;
@@ -43,6 +44,31 @@ TEST(WriteTimeline, EveryThreadIsALaneWithItsShareAtWork)
     EXPECT_TRUE(support::isWellFormed(text));
     EXPECT_EQ(support::count(text, "thread 0: 100 % of 10.00 ms at work"), 1u) << text;
     EXPECT_EQ(support::count(text, "thread 1: 40 % of 10.00 ms at work"), 1u) << text;
+}
+
+/// Numbers as much of Europe writes them: 1.234,5.
+class DecimalComma : public std::numpunct<char> {
+    char do_decimal_point() const override { return ','; }
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\3"; }
+};
+
+TEST(WriteTimeline, IsTheSameWhereADecimalCommaIsUsed)
+{
+    FactorTrace trace = twoThreads();
+    trace.threads.resize(1234); // so many lanes that the picture is more than 1000 pixels high
+    for (std::size_t t = 2; t < trace.threads.size(); ++t)
+        trace.threads[t] = trace.threads[0];
+    const support::Folder folder;
+    ASSERT_TRUE(writeTimeline(folder.path("point.svg"), trace).ok());
+    const std::locale before =
+        std::locale::global(std::locale(std::locale::classic(), new DecimalComma));
+    const Status status = writeTimeline(folder.path("comma.svg"), trace);
+    std::locale::global(before);
+
+    ASSERT_TRUE(status.ok()) << status.message;
+    EXPECT_EQ(support::contentOf(folder.path("comma.svg")),
+              support::contentOf(folder.path("point.svg")));
 }
 
 TEST(WriteTimeline, StretchesTooThinToSeeAreOneBar)

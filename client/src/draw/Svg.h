@@ -1,56 +1,61 @@
 #ifndef KYRORVEL_CLIENT_SVG_H
 #define KYRORVEL_CLIENT_SVG_H
 
-#include <cstdio>
+#include <locale>
+#include <sstream>
 #include <string>
 
 namespace kyrOrvel {
 namespace client {
 
-/// Appends shapes to an SVG text.
+/// Builds an SVG text: lengths have two decimals, behind a point in every locale.
 class Svg {
 public:
     Svg(double width, double height)
     {
-        append("<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 %g %g\" width=\"%g\" "
-               "height=\"%g\" font-family=\"sans-serif\" font-size=\"14\">\n"
-               "<rect width=\"100%%\" height=\"100%%\" fill=\"white\"/>\n",
-               width, height, width, height);
+        m_text.imbue(std::locale::classic());
+        m_text.setf(std::ios::fixed, std::ios::floatfield);
+        m_text.precision(2);
+        m_text << "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 " << width << ' '
+               << height << "\" width=\"" << width << "\" height=\"" << height
+               << "\" font-family=\"sans-serif\" font-size=\"14\">\n"
+               << "<rect width=\"100%\" height=\"100%\" fill=\"white\"/>\n";
     }
 
     void rectangle(double x, double y, double width, double height, const char* fill)
     {
-        append("<rect x=\"%.2f\" y=\"%.2f\" width=\"%.2f\" height=\"%.2f\" fill=\"%s\"/>\n", x, y,
-               width, height, fill);
+        beginRectangle(x, y, width, height) << "\" fill=\"" << fill << "\"/>\n";
     }
     void frame(double x, double y, double width, double height)
     {
-        append("<rect x=\"%.2f\" y=\"%.2f\" width=\"%.2f\" height=\"%.2f\" fill=\"none\" "
-               "stroke=\"#555\"/>\n",
-               x, y, width, height);
+        beginRectangle(x, y, width, height) << "\" fill=\"none\" stroke=\"#555\"/>\n";
     }
     void line(double x1, double y1, double x2, double y2, double width, const char* stroke)
     {
-        append("<line x1=\"%.2f\" y1=\"%.2f\" x2=\"%.2f\" y2=\"%.2f\" stroke-width=\"%.2f\" "
-               "stroke=\"%s\" stroke-linecap=\"round\"/>\n",
-               x1, y1, x2, y2, width, stroke);
+        m_text << "<line x1=\"" << x1 << "\" y1=\"" << y1 << "\" x2=\"" << x2 << "\" y2=\"" << y2
+               << "\" stroke-width=\"" << width << "\" stroke=\"" << stroke
+               << "\" stroke-linecap=\"round\"/>\n";
     }
     void text(double x, double y, const std::string& words)
     {
-        append("<text x=\"%.2f\" y=\"%.2f\" fill=\"#222\">%s</text>\n", x, y, words.c_str());
+        m_text << "<text x=\"" << x << "\" y=\"" << y << "\" fill=\"#222\">" << words
+               << "</text>\n";
     }
 
-    std::string finish() { return m_text + "</svg>\n"; }
+    std::string finish()
+    {
+        m_text << "</svg>\n";
+        return m_text.str();
+    }
 
 private:
-    template <class... Arguments> void append(const char* format, Arguments... arguments)
+    std::ostream& beginRectangle(double x, double y, double width, double height)
     {
-        char shape[512];
-        std::snprintf(shape, sizeof shape, format, arguments...);
-        m_text += shape;
+        return m_text << "<rect x=\"" << x << "\" y=\"" << y << "\" width=\"" << width
+                      << "\" height=\"" << height;
     }
 
-    std::string m_text;
+    std::ostringstream m_text;
 };
 
 } // namespace client

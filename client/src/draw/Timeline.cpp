@@ -5,6 +5,9 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <iomanip>
+#include <locale>
+#include <sstream>
 
 namespace kyrOrvel {
 namespace client {
@@ -87,6 +90,15 @@ double shareAtWork(const std::vector<Event>& events, const Axis& axis)
     return std::chrono::duration<double, std::milli>(work).count() / axis.milliseconds();
 }
 
+std::string caption(std::size_t thread, double share, const Axis& axis)
+{
+    std::ostringstream words;
+    words.imbue(std::locale::classic());
+    words << "thread " << thread << ": " << std::fixed << std::setprecision(0) << 100 * share
+          << " % of " << std::setprecision(2) << axis.milliseconds() << " ms at work";
+    return words.str();
+}
+
 } // namespace
 
 Status writeTimeline(const std::string& path, const FactorTrace& trace)
@@ -97,13 +109,10 @@ Status writeTimeline(const std::string& path, const FactorTrace& trace)
     const double height =
         2 * kMargin + static_cast<double>(trace.threads.size()) * (kLane + kLaneGap);
     Svg svg(kWidth + 2 * kMargin, height);
-    char caption[96];
     double y = kMargin;
     for (std::size_t t = 0; t < trace.threads.size(); ++t) {
         const auto& events = trace.threads[t];
-        std::snprintf(caption, sizeof caption, "thread %zu: %.0f %% of %.2f ms at work", t,
-                      100 * shareAtWork(events, axis), axis.milliseconds());
-        svg.text(kMargin, y - 6, caption);
+        svg.text(kMargin, y - 6, caption(t, shareAtWork(events, axis), axis));
         svg.rectangle(kMargin, y, kWidth, kLane, kIdle);
         drawBars(svg, events, false, axis, y);
         drawBars(svg, events, true, axis, y);
