@@ -25,9 +25,10 @@ template <class T, int Count, int Rows, int Width>
     part.load(B);
 #pragma GCC unroll 2
     for (unsigned int f = 0; f < Count; ++f) {
+        const typename PaddedRow<T, Width>::Scalars factors(S[f]);
 #pragma GCC unroll 8
         for (unsigned int i = 0; i < Rows; ++i)
-            sums[f][i].subtract(part, S[f][i * s]);
+            sums[f][i].subtract(part, factors, std::size_t(i) * s);
         ++S[f];
     }
 }
@@ -37,6 +38,9 @@ template <class T, int Count, int Rows, int Width>
 /// behind a store.
 template <class T, int Count, int Rows, int Width> void subtractTile(const Tile<T>& tile)
 {
+    // Of more sums, three products at once would leave no registers for what they read.
+    constexpr bool kUnrolled =
+        kVectorBytes < 64 || Count * Rows * Width * int(sizeof(T)) <= 12 * kVectorBytes;
     T* const C[2] = {tile.C[0], tile.C[1]};
     const std::size_t strideC = tile.strideC;
     PaddedRow<T, Width> sums[Count][Rows];
@@ -55,7 +59,7 @@ template <class T, int Count, int Rows, int Width> void subtractTile(const Tile<
 #pragma GCC unroll 2
         for (unsigned int f = 0; f < Count; ++f)
             S[f] = tile.S[f][b] + std::size_t(tile.row) * s;
-        if (s == 3) { // what a loop takes would show beside so little
+        if (kUnrolled && s == 3) { // what a loop takes would show beside so little
 #pragma GCC unroll 3
             for (unsigned int q = 0; q < 3; ++q, B += strideB)
                 subtractProducts<T>(sums, S, 3, B);
