@@ -14,6 +14,8 @@ template <class T> unsigned int layOutSymbolically(OrvelData<T>& data)
     const unsigned long entries = data.factorColumns.size();
     data.factor.clear();
     data.factor.setSize(n, A.sizeHint, entries, 8 * entries);
+    data.scaledIsProduct = 0;
+    data.onlyValuesChanged = 0; // the blocks have moved, whatever the caller vouches for
     unsigned int fill = 0;
     for (unsigned int r = 0; r < n; ++r) {
         detail::InputCursor<T> input(A, r);

@@ -23,10 +23,12 @@ constexpr std::size_t kLargeFactor = std::size_t(1) << 20;
 template <class T> SolveReading readingOf(const OrvelData<T>& data)
 {
     const SolveReading forced = detail::solveReading();
-    const bool made = data.scaledIsProduct != 0;
+    const bool made = data.scaledIsProduct && data.factorsAreKept;
     if (forced != SolveReading::Automatic)
         return forced == SolveReading::FactorAlone && !made ? SolveReading::Far : forced;
-    const std::size_t bytes = data.factor.valueCapacity * sizeof(T);
+    // About: without the last block. The capacity may be of a larger system before this one.
+    const SparseMatrix<T>& L = data.factor;
+    const auto bytes = std::size_t(L.blockData[L.numBlocks - 1] - L.values) * sizeof(T);
     if (bytes < kFarFactor)
         return SolveReading::Near;
     return made && bytes >= kLargeFactor ? SolveReading::FactorAlone : SolveReading::Far;

@@ -56,6 +56,7 @@ protected:
         std::vector<T> expected = b;
         support::plainSolve(factors, expected);
         const auto data = support::makeData(system);
+        data->factorsAreKept = 1;
         this->forEachPath([&] {
             data->factored = 0;
             for (const SolveReading reading : kReadings) {
@@ -105,26 +106,54 @@ TYPED_TEST(SolvePathBits, EqualThePlainSolveBeyondCaches)
     this->expectPlainSolutions(random, system);
 }
 
-// Whoever changes a factor by hand says so.
+/// Doubles the values of L·D, and returns the last element of a solution over that of one before.
+template <class T> T changeByDoubledProducts(kyrOrvel::OrvelData<T>& data, std::vector<T> b)
+{
+    std::vector<T> x = b;
+    EXPECT_TRUE(kyrOrvel::Orvel::solve(data, x.data()));
+    for (std::size_t i = 0; i < data.scaledFactor.valueCapacity; ++i)
+        data.scaledFactor.values[i] *= 2;
+    EXPECT_TRUE(kyrOrvel::Orvel::solve(data, b.data()));
+    return b.back() / x.back();
+}
+
+TYPED_TEST(SolvePathBits, ScaledFactorIsReadHoweverLargeUnlessTheCallerVouchesForIt)
+{
+    Random random(7);
+    const auto system = this->system(random, 180, {3, 5, 6, 4});
+    const auto data = support::makeData(system);
+    kyrOrvel::Orvel::factorSerial(*data);
+    ASSERT_GT(data->scaledFactor.valueCapacity * sizeof(TypeParam), 1U << 20);
+
+    EXPECT_EQ(changeByDoubledProducts(*data, support::bitVector(random, system)), TypeParam(0.5));
+}
+
 TYPED_TEST(SolvePathBits, ProductsAreReadWhereTheyMayBeOthers)
 {
     Random random(7);
     const auto system = this->system(random, 5, {3, 6});
     const auto data = support::makeData(system);
     kyrOrvel::Orvel::factorSerial(*data);
-    ASSERT_NE(data->scaledIsProduct, 0);
     setSolveReading(SolveReading::FactorAlone);
-    std::vector<TypeParam> x = support::bitVector(random, system);
-    std::vector<TypeParam> half = x;
-    ASSERT_TRUE(kyrOrvel::Orvel::solve(*data, x.data()));
-
-    for (std::size_t i = 0; i < data->scaledFactor.valueCapacity; ++i)
-        data->scaledFactor.values[i] *= 2;
+    data->factorsAreKept = 1;
     data->scaledIsProduct = 0;
-    ASSERT_TRUE(kyrOrvel::Orvel::solve(*data, half.data()));
 
-    const std::size_t last = x.size() - 1;
-    EXPECT_EQ(half[last], x[last] / 2);
+    EXPECT_EQ(changeByDoubledProducts(*data, support::bitVector(random, system)), TypeParam(0.5));
+}
+
+// It leaves a factor without values in place of L.
+TYPED_TEST(SolvePathBits, ScaledFactorIsReadAfterAnEstimateOfWork)
+{
+    const auto data = support::makeData(support::scalarSystem<TypeParam>({"X"}, {{4}}));
+    kyrOrvel::Orvel::factorSerial(*data);
+    setSolveReading(SolveReading::FactorAlone);
+    data->factorsAreKept = 1;
+
+    kyrOrvel::Orvel::estimateWork(*data, nullptr);
+    TypeParam x = 1;
+    kyrOrvel::Orvel::solve(*data, &x);
+
+    EXPECT_EQ(x, TypeParam(0.25));
 }
 
 } // namespace

@@ -1,4 +1,6 @@
+#include "support/Bits.h"
 #include "support/PlainFactorization.h"
+#include "support/Random.h"
 #include "support/Scalars.h"
 #include "support/Systems.h"
 
@@ -209,6 +211,23 @@ TYPED_TEST(EstimateWork, FactoringAfterwardsIsUnimpaired)
     Orvel::solve(*data, x.data());
 
     EXPECT_EQ(x, (std::vector<TypeParam>{TypeParam(0.75), TypeParam(2.5)}));
+}
+
+TYPED_TEST(EstimateWork, FactoringAfterwardsIsUnimpairedWhateverTheCallerVouchesFor)
+{
+    support::Random random(3);
+    const auto system = support::dominantSystem<TypeParam>(random, 9, 0.3, 0, 6);
+    const auto expected = support::makeData(system);
+    const auto data = support::makeData(system);
+    Orvel::factorSerial(*expected);
+    Orvel::factorSerial(*data);
+    data->onlyValuesChanged = 1;
+
+    Orvel::estimateWork(*data, nullptr);
+    Orvel::factorSerial(*data);
+
+    EXPECT_TRUE(support::sameBits(data->factor.values, expected->factor.values,
+                                  expected->factor.valueCapacity));
 }
 
 TYPED_TEST(EstimateWork, EntriesBeyondTheDiagonalAreIgnored)

@@ -103,6 +103,7 @@ template <class T> Status AnalyzedSystem<T>::build(const BlockMatrix<T>& A, cons
     analyzed = false;
     m_knownIdentity = 0;
     data.onlyValuesChanged = 0;
+    data.factorsAreKept = 1; // nobody else writes to them
     OrderingResult ordering;
     Status result = order(rule, ordering);
     if (result.ok())
