@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <tuple>
 
 namespace kyrOrvel {
 namespace client {
@@ -81,7 +82,8 @@ void addSquares(const T* block, const T* w, std::size_t m, std::size_t p, FourSu
     }
 }
 
-/// What doubtful pivots may cost together, in readings of L.
+/// What doubtful pivots may cost together with those below them in the elimination tree, in
+/// readings of L there. Those of other subtrees have their own.
 constexpr std::size_t kReadings = 4;
 
 } // namespace
@@ -107,6 +109,7 @@ void PivotCheck<T>::prepare(const SparseMatrix<T>& A, const std::vector<unsigned
     m_signs.resize(blocks);
     m_positive.resize(dimension);
     m_negative.resize(dimension);
+    m_inherited.resize(blocks);
     m_nullVector.reserve(dimension, blocks);
 }
 
@@ -118,9 +121,8 @@ PivotFailure<T> PivotCheck<T>::run(const OrvelData<T>& data, const std::vector<u
     m_counts = {};
     if (data.hasPivotScales && takeAllAtOnce(data, demands))
         return {};
-    setLeastShare(1);
+    begin(kReadings);
     const SparseMatrix<T>& L = data.factor;
-    m_budget = kReadings * L.valueCapacity;
     for (unsigned int r = 0; r < L.numBlockRows; ++r) {
         if (!data.hasPivotScales)
             estimateScales(data, r);
@@ -172,8 +174,11 @@ PivotFailure<T> PivotCheck<T>::checkBlock(const OrvelData<T>& data, unsigned int
 {
     using Kind = typename PivotFailure<T>::Kind;
     const unsigned int m = data.factor.blockSizes[r];
-    if (m == 0)
+    enter(data, r);
+    if (m == 0) {
+        leave(data, r);
         return {};
+    }
     const bool trailing = order[r] >= firstTrailing;
     const bool strong =
         demands.early && owesToEarly(data.factor, r, trailing, order, *demands.early);
@@ -185,6 +190,7 @@ PivotFailure<T> PivotCheck<T>::checkBlock(const OrvelData<T>& data, unsigned int
     const bool known = !demands.signs || haveSign(pivots, m, trailing);
     if (known && areSound(pivots, scales, m, strong ? T(kEarlyShare) : T(0), blockNoise)) {
         count(pivots, m);
+        leave(data, r);
         return {};
     }
     for (unsigned int i = 0; i < m; ++i) {
@@ -204,6 +210,7 @@ PivotFailure<T> PivotCheck<T>::checkBlock(const OrvelData<T>& data, unsigned int
         if (magnitude < m_leastShare * pivot.scale)
             setLeastShare(magnitude / pivot.scale);
     }
+    leave(data, r);
     return {};
 }
 
@@ -230,8 +237,7 @@ void PivotCheck<T>::findUnusable(const OrvelData<T>& data, const std::vector<uns
     const SparseMatrix<T>& L = data.factor;
     std::vector<unsigned char> spoilt(L.numBlockRows, 0);
     later.assign(L.numBlockRows, 0);
-    m_budget = 0; // noise is not told from weak pivots here
-    setLeastShare(1);
+    begin(0); // noise is not told from weak pivots here
     for (unsigned int r = 0; r < L.numBlockRows; ++r) {
         const bool trailing = order[r] >= firstTrailing;
         if (!spoilt[r]) {
@@ -275,7 +281,7 @@ typename PivotFailure<T>::Kind PivotCheck<T>::judge(const OrvelData<T>& data,
     if (strong && magnitude <= T(kEarlyShare) * pivot.scale)
         return Kind::Weak;
     // Noise of the pivots before it may have grown on the way by what they lost to cancellation.
-    if (magnitude * m_leastShare <= kNoiseShare<T> * pivot.scale && isNoise(data, pivot, magnitude))
+    if (magnitude * m_leastShare <= kNoiseShare<T> * pivot.scale && isNoise(data, pivot))
         return Kind::Lost;
     return Kind::None;
 }
@@ -301,14 +307,43 @@ typename PivotFailure<T>::Kind PivotCheck<T>::wrongSign(const OrvelData<T>& data
     return zero || pivot.pivot <= small ? Kind::Lost : Kind::WrongSign;
 }
 
+/// Without a budget pivots are accepted.
 template <class T>
-bool PivotCheck<T>::isNoise(const OrvelData<T>& data, const PivotFailure<T>& pivot, T magnitude)
+bool PivotCheck<T>::isNoise(const OrvelData<T>& data, const PivotFailure<T>& pivot)
 {
     if (m_budget == 0)
         return false;
     m_nullVector.compute(data, pivot.position, pivot.row);
     m_budget -= std::min(m_budget, m_nullVector.cost());
-    return magnitude <= std::numeric_limits<T>::epsilon() * m_nullVector.magnitude(data);
+    return std::abs(pivot.pivot) <=
+           std::numeric_limits<T>::epsilon() * m_nullVector.magnitude(data);
+}
+
+template <class T> void PivotCheck<T>::begin(std::size_t readings)
+{
+    m_readings = readings;
+    std::fill(m_inherited.begin(), m_inherited.end(), Inherited{T(1), 0});
+    setLeastShare(1);
+}
+
+/// What was lost in the pivots below a block row can have grown in its own; what was lost
+/// elsewhere cannot.
+template <class T> void PivotCheck<T>::enter(const OrvelData<T>& data, unsigned int r)
+{
+    const SparseMatrix<T>& L = data.factor;
+    std::size_t scalars = 0;
+    for (unsigned int slot = L.rowStart[r]; slot < L.rowStart[r + 1]; ++slot)
+        scalars += L.blockSizes[L.blockColumns[slot]];
+    m_budget = m_inherited[r].budget + m_readings * scalars * L.blockSizes[r];
+    if (m_leastShare != m_inherited[r].leastShare)
+        setLeastShare(m_inherited[r].leastShare);
+}
+
+template <class T> void PivotCheck<T>::leave(const OrvelData<T>& data, unsigned int r)
+{
+    Inherited& parent = m_inherited[data.eliminationTree.parent[r]];
+    parent.leastShare = std::min(parent.leastShare, m_leastShare);
+    parent.budget += m_budget;
 }
 
 template <class T> PivotFailure<T> PivotCheck<T>::runBounded(const OrvelData<T>& data)

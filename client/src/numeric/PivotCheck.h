@@ -54,8 +54,9 @@ struct PivotDemands {
 /// A pivot is a difference: d(i) = A(i, i) - Σ L(i, q)²·d(q). It fails when it is not finite; when
 /// it is zero or so much smaller than the sum of the magnitudes of those terms that only rounding
 /// noise can be left; or when it is below the machine epsilon times the largest such sum of its
-/// block. Noise is told by that sum where earlier pivots were well determined. Where they were not
-/// it can be larger: then the vector that the leading matrix takes to the pivot decides.
+/// block. Noise is told by that sum where the pivots below in the elimination tree were well
+/// determined. Where they were not it can be larger: then the vector that the leading matrix takes
+/// to the pivot decides, as long as a budget of the subtree lasts.
 template <class T> class PivotCheck {
 public:
     /// Makes room for systems with the blocks of that one.
@@ -109,7 +110,10 @@ private:
     bool hasBounded(const OrvelData<T>& data, unsigned int r) const;
     typename PivotFailure<T>::Kind wrongSign(const OrvelData<T>& data, const PivotFailure<T>& pivot,
                                              bool trailing) const;
-    bool isNoise(const OrvelData<T>& data, const PivotFailure<T>& pivot, T magnitude);
+    bool isNoise(const OrvelData<T>& data, const PivotFailure<T>& pivot);
+    void begin(std::size_t readings);
+    void enter(const OrvelData<T>& data, unsigned int r);
+    void leave(const OrvelData<T>& data, unsigned int r);
     void setLeastShare(T share);
     void count(const T* pivots, std::size_t m);
 
@@ -122,9 +126,17 @@ private:
     std::vector<T> m_negative;          ///< likewise its magnitude where negative
     PivotCounts m_counts;
     PivotFailure<T> m_firstBounded;
-    T m_leastShare = 1;       ///< of its terms that a pivot has kept so far
-    T m_soundShare = 1;       ///< what a pivot has to keep to need no closer look
-    std::size_t m_budget = 0; ///< scalars of L that doubtful pivots may still look at
+
+    /// What the rows below one in the elimination tree leave to it.
+    struct Inherited {
+        T leastShare;       ///< of its terms that a pivot has kept
+        std::size_t budget; ///< scalars of L that doubtful pivots may still look at
+    };
+    std::vector<Inherited> m_inherited; ///< per block row
+    std::size_t m_readings = 0;         ///< what each scalar of L adds to the budget
+    std::size_t m_budget = 0;           ///< with what the row at hand has inherited
+    T m_leastShare = 1;                 ///< likewise
+    T m_soundShare = 1;                 ///< what a pivot of it has to keep to need no closer look
     LeadingNullVector<T> m_nullVector;
 };
 
