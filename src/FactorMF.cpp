@@ -3,6 +3,8 @@
 #include "detail/FactorStorage.h"
 #include "detail/RunOnThreads.h"
 
+#include <boost/bind/bind.hpp>
+
 #include <algorithm>
 
 namespace kyrOrvel {
@@ -44,9 +46,12 @@ template <class T> void Orvel::factorMF(OrvelData<T>& data)
     resetFronts(data.multifront);
     prepareScratch(data);
     MfWrapper<T> worker{&data};
-    detail::runOnThreads(kTaskName, data.numThreads, [&] { worker.doThreadedFactor(); });
-    std::fill_n(data.scaledFactor.blockTags, data.scaledFactor.numBlocks, 1u);
-    data.factored = 1;
+    const auto conclude = [&] {
+        std::fill_n(data.scaledFactor.blockTags, data.scaledFactor.numBlocks, 1u);
+        data.factored = 1;
+    };
+    detail::runOnThreads(kTaskName, data.numThreads,
+                         boost::bind(&MfWrapper<T>::doThreadedFactor, &worker), conclude);
 }
 
 template void Orvel::factorMF<float>(OrvelData<float>&);
