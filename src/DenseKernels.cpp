@@ -14,11 +14,20 @@ template <class T> T* rowOf(T* A, int ld, int i)
     return A + static_cast<std::ptrdiff_t>(i) * ld;
 }
 
+/// Whether a size leaves nothing to do. Then operands may be null, and not even the address of a
+/// row may be formed.
+bool isEmpty(int m, int n, int k = 1)
+{
+    return m < 1 || n < 1 || k < 1;
+}
+
 } // namespace
 
 template <class T>
 void orvel_MM_CM_AtB(const T* A, int lda, const T* B, int ldb, T* C, int ldc, int m, int n, int k)
 {
+    if (isEmpty(m, n, k))
+        return;
     for (int i = 0; i < m; ++i) {
         T* c = rowOf(C, ldc, i);
         for (int p = 0; p < k; ++p) {
@@ -33,6 +42,8 @@ void orvel_MM_CM_AtB(const T* A, int lda, const T* B, int ldb, T* C, int ldc, in
 template <class T>
 void orvel_MM_CP_AtB(const T* A, int lda, const T* B, int ldb, T* C, int ldc, int m, int n, int k)
 {
+    if (isEmpty(m, n, k))
+        return;
     for (int i = 0; i < m; ++i) {
         T* c = rowOf(C, ldc, i);
         for (int p = 0; p < k; ++p) {
@@ -47,6 +58,8 @@ void orvel_MM_CP_AtB(const T* A, int lda, const T* B, int ldb, T* C, int ldc, in
 template <class T>
 void orvel_MM_CM_ABt(const T* A, int lda, const T* B, int ldb, T* C, int ldc, int m, int n, int k)
 {
+    if (isEmpty(m, n, k))
+        return;
     for (int i = 0; i < m; ++i) {
         const T* a = rowOf(A, lda, i);
         T* c = rowOf(C, ldc, i);
@@ -63,6 +76,8 @@ void orvel_MM_CM_ABt(const T* A, int lda, const T* B, int ldb, T* C, int ldc, in
 template <class T>
 void orvel_MM_CP_ABt(const T* A, int lda, const T* B, int ldb, T* C, int ldc, int m, int n, int k)
 {
+    if (isEmpty(m, n, k))
+        return;
     for (int i = 0; i < m; ++i) {
         const T* a = rowOf(A, lda, i);
         T* c = rowOf(C, ldc, i);
@@ -80,6 +95,8 @@ template <class T>
 void orvel_MV_YM_aAX(const T* A, int lda, const T* x, T* y,
                      typename detail::NonDeduced<T>::Type alpha, int m, int n)
 {
+    if (isEmpty(m, n))
+        return;
     for (int i = 0; i < m; ++i) {
         const T* a = rowOf(A, lda, i);
         for (int j = 0; j < n; ++j)
@@ -91,6 +108,8 @@ template <class T>
 void orvel_MV_YP_aAX(const T* A, int lda, const T* x, T* y,
                      typename detail::NonDeduced<T>::Type alpha, int m, int n)
 {
+    if (isEmpty(m, n))
+        return;
     for (int i = 0; i < m; ++i) {
         const T* a = rowOf(A, lda, i);
         for (int j = 0; j < n; ++j)
@@ -102,6 +121,8 @@ template <class T>
 void orvel_MV_YM_aAtX(const T* A, int lda, const T* x, T* y,
                       typename detail::NonDeduced<T>::Type alpha, int m, int n)
 {
+    if (isEmpty(m, n))
+        return;
     for (int i = 0; i < m; ++i) {
         const T* a = rowOf(A, lda, i);
         for (int j = 0; j < n; ++j)
@@ -113,6 +134,8 @@ template <class T>
 void orvel_MV_YP_aAtX(const T* A, int lda, const T* x, T* y,
                       typename detail::NonDeduced<T>::Type alpha, int m, int n)
 {
+    if (isEmpty(m, n))
+        return;
     for (int i = 0; i < m; ++i) {
         const T* a = rowOf(A, lda, i);
         for (int j = 0; j < n; ++j)
@@ -122,6 +145,8 @@ void orvel_MV_YP_aAtX(const T* A, int lda, const T* x, T* y,
 
 template <class T> void orvel_MV_YM_AX(const T* A, int lda, const T* x, T* y, int m, int n)
 {
+    if (isEmpty(m, n))
+        return;
     for (int i = 0; i < m; ++i) {
         const T* a = rowOf(A, lda, i);
         for (int j = 0; j < n; ++j)
@@ -131,6 +156,8 @@ template <class T> void orvel_MV_YM_AX(const T* A, int lda, const T* x, T* y, in
 
 template <class T> void orvel_MV_YP_AX(const T* A, int lda, const T* x, T* y, int m, int n)
 {
+    if (isEmpty(m, n))
+        return;
     for (int i = 0; i < m; ++i) {
         const T* a = rowOf(A, lda, i);
         for (int j = 0; j < n; ++j)
@@ -140,6 +167,8 @@ template <class T> void orvel_MV_YP_AX(const T* A, int lda, const T* x, T* y, in
 
 template <class T> void orvel_MV_YM_AtX(const T* A, int lda, const T* x, T* y, int m, int n)
 {
+    if (isEmpty(m, n))
+        return;
     for (int i = 0; i < m; ++i) {
         const T* a = rowOf(A, lda, i);
         for (int j = 0; j < n; ++j)
@@ -149,6 +178,8 @@ template <class T> void orvel_MV_YM_AtX(const T* A, int lda, const T* x, T* y, i
 
 template <class T> void orvel_MV_YP_AtX(const T* A, int lda, const T* x, T* y, int m, int n)
 {
+    if (isEmpty(m, n))
+        return;
     for (int i = 0; i < m; ++i) {
         const T* a = rowOf(A, lda, i);
         for (int j = 0; j < n; ++j)
@@ -214,6 +245,8 @@ template <class T> void orvel_SV_TRILt(const T* L, int ldl, T* x, int n)
 
 template <class T> void orvel_SM_UD(const T* L, int ldl, T* X, int /*ldx*/, int m, int n)
 {
+    if (isEmpty(m, n))
+        return;
     for (int r = 0; r < m; ++r)
         orvel_SV_TRIL(L, ldl, rowOf(X, ldl, r), n);
 }

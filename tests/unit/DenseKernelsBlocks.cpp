@@ -143,6 +143,11 @@ TYPED_TEST(DenseBlockKernels, SizeBelowOneTouchesNoMemory)
          {orvel_MM_CM_AtB<T>, orvel_MM_CP_AtB<T>, orvel_MM_CM_ABt<T>, orvel_MM_CP_ABt<T>}) {
         kernel(nullptr, 0, nullptr, 0, nullptr, 0, 0, 0, 0);
         kernel(nullptr, 7, nullptr, 7, nullptr, 7, -1, -2, -3);
+        for (const int size : {0, -1}) { // the others would have rows
+            kernel(nullptr, 7, nullptr, 7, nullptr, 7, size, 2, 2);
+            kernel(nullptr, 7, nullptr, 7, nullptr, 7, 2, size, 2);
+            kernel(nullptr, 7, nullptr, 7, nullptr, 7, 2, 2, size);
+        }
     }
 }
 

@@ -161,4 +161,13 @@ TEST(DenseTriangleKernels, NoRowsOrNoColumnsLeaveXAlone)
     }
 }
 
+TEST(DenseTriangleKernels, NoRowsOrNoColumnsTouchNoMemory)
+{
+    for (const int size : {0, -1}) {
+        orvel_SM_UD<float>(nullptr, 4, nullptr, 4, size, 3);
+        // Of this clang's sanitizer sees a step from null.
+        orvel_SM_UD<float>(nullptr, 4, nullptr, 4, 3, size);
+    }
+}
+
 } // namespace

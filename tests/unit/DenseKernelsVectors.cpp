@@ -133,6 +133,18 @@ TYPED_TEST(DenseVectorKernels, SizeBelowOneLeavesYAlone)
         }
 }
 
+TYPED_TEST(DenseVectorKernels, SizeBelowOneTouchesNoMemory)
+{
+    using T = TypeParam;
+    for (const typename TestFixture::Kernel kernel :
+         {orvel_MV_YM_aAX<T>, orvel_MV_YP_aAX<T>, orvel_MV_YM_aAtX<T>, orvel_MV_YP_aAtX<T>})
+        for (const int size : {0, -1}) {
+            kernel(nullptr, 4, nullptr, nullptr, 2, size, 3);
+            // Of this clang's sanitizer sees a step from null.
+            kernel(nullptr, 4, nullptr, nullptr, 2, 3, size);
+        }
+}
+
 TYPED_TEST(DenseVectorKernels, SymmetricProductUsesTheLowerTriangleTwice)
 {
     //     1 2 4       1 . .
@@ -237,6 +249,19 @@ TEST(DenseVectorKernelsFloat, SizeBelowOneLeavesYAlone)
         }
         orvel_MV_AX_SYL(A.data(), 2, x.data(), y.data(), size);
         EXPECT_EQ(y, (std::vector<float>{1, 2})) << size;
+    }
+}
+
+TEST(DenseVectorKernelsFloat, SizeBelowOneTouchesNoMemory)
+{
+    for (const int size : {0, -1}) {
+        for (const auto kernel : {orvel_MV_YM_AX<float>, orvel_MV_YP_AX<float>,
+                                  orvel_MV_YM_AtX<float>, orvel_MV_YP_AtX<float>}) {
+            kernel(nullptr, 2, nullptr, nullptr, size, 3);
+            // Of this clang's sanitizer sees a step from null.
+            kernel(nullptr, 2, nullptr, nullptr, 3, size);
+        }
+        orvel_MV_AX_SYL<float>(nullptr, 2, nullptr, nullptr, size);
     }
 }
 
