@@ -102,6 +102,23 @@ TEST(HashTableFaults, FailureToShrinkLeavesAUsableTable)
     EXPECT_EQ(support::liveAllocations(), live);
 }
 
+TEST(HashTableFaults, FailureToShrinkLeavesAnEmptyTableWithoutAnArray)
+{
+    IdentityTable table;
+    support::setBuckets(table, 101);
+    table.insert(5, 50);
+    table.insert(106, 60); // at the next step
+    ASSERT_EQ(table.maxProbe, 1u);
+
+    EXPECT_TRUE(support::failsOnAllocation(1, [&] { table.clear(); }));
+
+    EXPECT_EQ(table.count, 0u);
+    EXPECT_EQ(table.bucketCount, 0u);
+    EXPECT_EQ(table.buckets, nullptr);
+    EXPECT_EQ(table.maxProbe, 0u);
+    EXPECT_EQ(table.find(5), nullptr);
+}
+
 TEST(HashTableFaults, LookupReplacementAndClearInPlaceAllocateNothing)
 {
     IdentityTable table;

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <map>
 #include <utility>
@@ -25,6 +26,7 @@ public:
         alignments.push_back(alignment);
         void* const pointer = m_allocator.allocateBytes(bytes, alignment);
         held[pointer] = bytes;
+        mostHeld = std::max(mostHeld, held.size());
         return pointer;
     }
     void deallocateBytes(void* pointer, std::size_t bytes)
@@ -37,6 +39,7 @@ public:
 
     std::vector<std::size_t> alignments;
     std::map<void*, std::size_t> held;
+    std::size_t mostHeld = 0; ///< arrays held at the same time
     bool sizesAgree = true;
 
 private:
@@ -322,6 +325,19 @@ TEST(HashTableClear, ArrayOfMoreThanFourTimesTheAverageShrinks)
     EXPECT_EQ(table.bucketCount, 2u);
     EXPECT_EQ(table.count, 0u);
     EXPECT_EQ(table.maxProbe, 0u);
+}
+
+TEST(HashTableClear, ShrinkingGivesTheOldArrayBackFirst)
+{
+    WatchedTable table;
+    setBuckets(table, 9);
+    table.insert(1, 0);
+    table.insert(2, 0);
+
+    table.clear();
+
+    ASSERT_EQ(table.bucketCount, 2u);
+    EXPECT_EQ(table.allocator.mostHeld, 1u);
 }
 
 TEST(HashTableClear, AverageBelowOneKeepsTheArray)
