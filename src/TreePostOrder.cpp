@@ -31,7 +31,8 @@ void enterFamily(Tree& tree, Stack& stack, unsigned int firstChild)
 }
 
 /// Numbers the tree below `root`. The first child lies deepest among its family, so a node whose
-/// first child is finished has all children finished.
+/// first child is finished has all children finished. One that the caller marked counts as finished
+/// in any state: entered again, it could be listed beyond the room for marks.
 void postOrderTree(Tree& tree, unsigned int root, unsigned int& counter)
 {
     Stack stack;
@@ -39,7 +40,7 @@ void postOrderTree(Tree& tree, unsigned int root, unsigned int& counter)
     while (!stack.empty()) {
         const auto top = static_cast<unsigned int>(stack.back());
         const unsigned int child = tree.firstChild[top];
-        if (child == kNone || tree.marks.flags[child] == kFinished) {
+        if (child == kNone || tree.marks.flags[child] != 0) {
             stack.pop_back();
             tree.marks.flags[top] = kFinished;
             tree.postOrder[top] = counter++;

@@ -115,6 +115,36 @@ TEST(TreePostOrder, MarkedRootIsPassedOver)
     EXPECT_EQ(tree.postOrder[1], 0u);
 }
 
+TEST(TreePostOrder, FirstChildMarkedBeforehandIsPassedOverAndListedOnce)
+{
+    Tree tree;
+    tree.allocateMemory(3);
+    tree.numNodes = 2;
+    tree.parent[0] = 1;
+    tree.computeTreeStructure();
+    tree.marks.flags[0] = 1;
+    tree.marks.markedList[tree.marks.numMarked++] = 0;
+    tree.marks.markedList[2] = 77; // where a third mark would go
+    tree.postOrder[0] = 99;
+
+    tree.computePostOrder();
+
+    EXPECT_EQ(tree.marks.markedList[2], 77u);
+    EXPECT_EQ(support::words(tree.postOrder, 2), (Words{99, 0}));
+}
+
+TEST(TreePostOrder, FamilyEndsAtASiblingThatIsMarked)
+{
+    Tree tree;
+    support::setForest(tree, {1, 1});
+    tree.computeTreeStructure(); // puts 0 behind itself in the list
+    ASSERT_EQ(tree.nextSibling[0], 0u);
+
+    tree.computePostOrder();
+
+    EXPECT_EQ(support::words(tree.postOrder, 2), (Words{0, 1}));
+}
+
 TEST(TreePostOrder, MarksEndEmptyOverTheirWholeCapacity)
 {
     Tree tree;

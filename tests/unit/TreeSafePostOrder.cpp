@@ -351,6 +351,22 @@ TEST(TreeDfsHandleNode, OrdinaryLeafTagsItsNeighbours)
     EXPECT_EQ(p.tags(), (Words{0, 1, 1}));
 }
 
+TEST(TreeDfsHandleNode, KindIsThatOfTheStatusWhereverTheNodeStands)
+{
+    // X
+    // . X
+    // . X X
+    Problem p({0, 0, 0}, {"X", ". X", ". X X"}, 2);
+    p.tree.postOrder[1] = kNone;
+    p.graph.nodes[1].tag = 1;
+    p.graph.nodes[1].status = 0x200;
+    unsigned int counter = 0;
+
+    EXPECT_TRUE(p.tree.dfsHandleNode(1, counter, p.graph));
+
+    EXPECT_EQ(p.tags(), (Words{0, 1, 0}));
+}
+
 TEST(TreeDfsHandleNode, NumberedLeafAnswersTrueAndChangesNothing)
 {
     // X
