@@ -316,6 +316,31 @@ TEST(GraphBreadthFirstSearch, LargeTreeKeepsItsStorageAndForgetsItsContents)
     EXPECT_EQ(tree.roots, (Words{0}));
 }
 
+/// Counts what the search asks of it.
+class CountingTree : public Tree {
+public:
+    void allocateMemory(unsigned int n) override
+    {
+        ++allocations;
+        Tree::allocateMemory(n);
+    }
+
+    int allocations = 0;
+};
+
+TEST(GraphBreadthFirstSearch, TreeOfExactlyEnoughNodesIsNotAllocatedAnew)
+{
+    Graph graph;
+    graph.rebuild(*support::makeSkeleton(kChain), 3);
+    CountingTree tree;
+    tree.Tree::allocateMemory(5);
+
+    graph.breadthFirstSearch(0, tree);
+
+    EXPECT_EQ(tree.allocations, 0);
+    EXPECT_EQ(parents(tree), (Words{0, 3, 4, 0, 1}));
+}
+
 TEST(GraphBreadthFirstSearch, ChildListsAndPostOrderFollowFromTheResult)
 {
     Graph graph;

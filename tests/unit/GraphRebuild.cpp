@@ -2,6 +2,7 @@
 #include "support/Patterns.h"
 
 #include <kyrOrvel/Graph>
+#include <kyrOrvel/Tree>
 
 #include <gtest/gtest.h>
 
@@ -9,6 +10,7 @@
 
 using kyrOrvel::Graph;
 using kyrOrvel::SkeletonMatrix;
+using kyrOrvel::Tree;
 using support::Words;
 
 namespace {
@@ -242,6 +244,40 @@ TEST(GraphRebuild, SmallerPatternKeepsTheRecords)
     EXPECT_EQ(graph.nodes, nodes);
     EXPECT_EQ(graph.capacity, 1536u);
     EXPECT_EQ(graph.numNodes, 2u);
+}
+
+TEST(GraphRebuild, ReleasedRecordsAreMadeAnewForAnySize)
+{
+    // X
+    // X X
+    const auto S = support::drawSkeleton({"X", "X X"});
+    Graph graph;
+    graph.releaseMemory();
+
+    graph.rebuild(*S, 1);
+
+    ASSERT_NE(graph.nodes, nullptr);
+    EXPECT_EQ(statuses(graph), (Words{0x100, 0x200}));
+    EXPECT_EQ(neighbors(graph, 0), (Words{1}));
+}
+
+TEST(GraphRebuild, MarksOfASearchAreKept)
+{
+    // X
+    // . X
+    // X X X         the edges 0 - 2 and 2 - 1, at 0 and 3 of the lists 2 | 2 | 0 1
+    const auto S = support::drawSkeleton({"X", ". X", "X X X"});
+    Graph graph;
+    graph.rebuild(*S, 2);
+    Tree tree;
+    graph.breadthFirstSearch(0, tree);
+
+    graph.rebuild(*S, 2);
+
+    EXPECT_EQ(graph.marks.numMarked, 2u);
+    EXPECT_EQ(support::words(graph.marks.markedList, 2), (Words{0, 3}));
+    EXPECT_EQ(Words(graph.marks.flags, graph.marks.flags + 4), (Words{1, 0, 0, 1}));
+    EXPECT_EQ(graph.marks.size, 4u);
 }
 
 TEST(GraphRebuild, MarksCoverTheEdgesAndGrowOnlyWhenTheyMust)

@@ -115,6 +115,21 @@ TEST(Marks, GrowthWithinTheCapacityKeepsBothArraysAndOnlyChangesTheSize)
     }
 }
 
+TEST(Marks, GrowthWithinTheCapacityKeepsTheContents)
+{
+    // Emptying does not reach a flag that stands in no list.
+    Tree tree;
+    tree.allocateMemory(8);
+    tree.marks.flags[7] = 9;
+
+    for (const unsigned int n : {8u, 3u}) {
+        tree.releaseMemory();
+        tree.allocateMemory(n);
+
+        EXPECT_EQ(tree.marks.flags[7], 9) << n;
+    }
+}
+
 TEST(Marks, EmptyingClearsEveryListedFlag)
 {
     Tree tree;

@@ -139,6 +139,20 @@ TEST(SymamdPermutation, InverseKeepsItsPreviousContents)
     EXPECT_EQ(support::words(perm.Pi, 7), (Words{100, 101, 102, 103, 104, 105, 106}));
 }
 
+TEST(SymamdPermutation, InverseOfExactlyEnoughRoomKeepsItsPreviousContents)
+{
+    const auto S = support::makeSkeleton(star(4));
+    Permutation perm;
+    support::setOrder(perm, support::identity(4));
+    for (unsigned int i = 0; i < 5; ++i)
+        perm.Pi[i] = 100 + i;
+    ScratchPad scratch;
+
+    ASSERT_TRUE(Reordering::computeSymamdPermutation(*S, perm, scratch));
+
+    EXPECT_EQ(support::words(perm.Pi, 5), (Words{100, 101, 102, 103, 104}));
+}
+
 TEST(SymamdPermutation, DiagonalPatternIsOrderedAsWell)
 {
     const auto S = support::drawSkeleton({"X", ". X", ". . X", ". . . X"});

@@ -109,13 +109,17 @@ TYPED_TEST(SparseMatrixBlocks, SentinelHoldsTheDimensionOfTheRowsSoFar)
 
 TYPED_TEST(SparseMatrixBlocks, LastSlotGetsNoSuccessor)
 {
+    TypeParam behind = 0;
     SparseMatrix<TypeParam> matrix;
-    matrix.setSize(2, 0, 2, 2);
+    matrix.setSize(2, 0, 3, 2);
+    matrix.blockCapacity = 2;
+    matrix.blockData[2] = &behind;
 
     matrix.aquireBlock(0, 0, 1, 1, 0);
     const TypeParam* const last = matrix.aquireBlock(1, 1, 1, 1, 0);
 
     EXPECT_EQ(last, matrix.values + 1);
+    EXPECT_EQ(matrix.blockData[2], &behind);
     EXPECT_EQ(matrix.numBlocks, 2u);
     EXPECT_EQ(matrix.numBlocks, matrix.blockCapacity);
 }

@@ -140,6 +140,23 @@ TEST(TreeCopy, StaleMarksOfTheTargetDoNotSurvive)
     EXPECT_EQ(flags(target.marks, 6), std::vector<int>(6, 0));
 }
 
+TEST(TreeCopy, FlagsBeyondTheSizeOfTheSourceAreNotCopied)
+{
+    Tree source;
+    source.allocateMemory(9);
+    source.releaseMemory();
+    source.allocateMemory(2); // the marks keep their capacity
+    source.numNodes = 2;
+    Tree target;
+    target.allocateMemory(9);
+    target.marks.flags[5] = 7;
+
+    target = source;
+
+    EXPECT_EQ(target.marks.size, 2u);
+    EXPECT_EQ(target.marks.flags[5], 7);
+}
+
 TEST(TreeCopy, AssignedTreeTakesAPostOrderAgain)
 {
     Tree source;

@@ -170,6 +170,32 @@ TEST_F(ZeroLeafSwapStorage, SmallTreeGrows)
     EXPECT_EQ(support::words(etree.parent, 3), (Words{1, 2, 2}));
 }
 
+/// Counts what is asked of it.
+class CountingTree : public EliminationTree {
+public:
+    void allocateMemory(unsigned int n) override
+    {
+        ++allocations;
+        EliminationTree::allocateMemory(n);
+    }
+
+    int allocations = 0;
+};
+
+TEST_F(ZeroLeafSwapStorage, TreeOfExactlyEnoughNodesIsNotAllocatedAnew)
+{
+    CountingTree tree;
+    tree.EliminationTree::allocateMemory(3);
+    Permutation perm;
+    support::setOrder(perm, {0, 1, 2});
+
+    ASSERT_TRUE(
+        Reordering::zeroLeafSwap(*support::makeSkeleton(kChain), dst, tree, 3, perm, scratch));
+
+    EXPECT_EQ(tree.allocations, 0);
+    EXPECT_EQ(support::words(tree.parent, 3), (Words{1, 2, 2}));
+}
+
 TEST_F(ZeroLeafSwapStorage, LargeTreeKeepsItsStorageAndForgetsItsContents)
 {
     support::setForest(etree, {4, 4, 4, 4, 4});
