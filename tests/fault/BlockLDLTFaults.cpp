@@ -16,6 +16,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -360,6 +361,21 @@ TEST_F(FileFaults, PictureThatFailsLeavesNoFile)
         [&] { EXPECT_EQ(m_folder.numFiles(), 0u); });
 
     EXPECT_GT(failures, 5u);
+    EXPECT_EQ(m_folder.numFiles(), 1u);
+}
+
+TEST_F(FileFaults, TimelineThatFailsLeavesNoFile)
+{
+    const std::string path = m_folder.path("a.svg");
+    const kyrOrvel::FactorTrace::Clock::time_point now{};
+    kyrOrvel::FactorTrace trace;
+    trace.threads = {{{0, false, now, now + std::chrono::milliseconds(1)}}};
+
+    const std::size_t failures = failAtEveryAllocation(
+        [] {}, [&] { return kyrOrvel::client::writeTimeline(path, trace).code; },
+        [&] { EXPECT_EQ(m_folder.numFiles(), 0u); });
+
+    EXPECT_GT(failures, 3u);
     EXPECT_EQ(m_folder.numFiles(), 1u);
 }
 

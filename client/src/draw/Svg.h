@@ -14,6 +14,7 @@ public:
     Svg(double width, double height)
     {
         m_text.imbue(std::locale::classic());
+        m_text.exceptions(std::ios::badbit); // or text for which there is no memory would be lost
         m_text.setf(std::ios::fixed, std::ios::floatfield);
         m_text.precision(2);
         m_text << "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 " << width << ' '

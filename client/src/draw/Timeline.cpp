@@ -1,5 +1,6 @@
 #include <kyrOrvelClient/Pictures>
 
+#include "../OutOfMemory.h"
 #include "../io/WholeFile.h"
 #include "Svg.h"
 
@@ -94,14 +95,13 @@ std::string caption(std::size_t thread, double share, const Axis& axis)
 {
     std::ostringstream words;
     words.imbue(std::locale::classic());
+    words.exceptions(std::ios::badbit);
     words << "thread " << thread << ": " << std::fixed << std::setprecision(0) << 100 * share
           << " % of " << std::setprecision(2) << axis.milliseconds() << " ms at work";
     return words.str();
 }
 
-} // namespace
-
-Status writeTimeline(const std::string& path, const FactorTrace& trace)
+Status drawTimeline(const std::string& path, const FactorTrace& trace)
 {
     Axis axis;
     if (!findAxis(trace, axis))
@@ -128,6 +128,13 @@ Status writeTimeline(const std::string& path, const FactorTrace& trace)
         x += 220;
     }
     return writeWholeFile(path, svg.finish());
+}
+
+} // namespace
+
+Status writeTimeline(const std::string& path, const FactorTrace& trace)
+{
+    return guardMemory([&] { return drawTimeline(path, trace); });
 }
 
 } // namespace client
