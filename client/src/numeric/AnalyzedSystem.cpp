@@ -1,6 +1,7 @@
 #include "AnalyzedSystem.h"
 
 #include "../ordering/EarlyRule.h"
+#include "Compliance.h"
 
 #include <algorithm>
 #include <string>
@@ -49,7 +50,8 @@ bool pays(const TreeMapping& mapping)
 
 } // namespace
 
-template <class T> Status AnalyzedSystem<T>::analyze(const BlockMatrix<T>& A, bool values)
+template <class T>
+Status AnalyzedSystem<T>::analyze(const BlockMatrix<T>& A, const SolverSettings<T>* values)
 {
     analyzed = false;
     Status result = checkSizes(A);
@@ -63,13 +65,13 @@ template <class T> Status AnalyzedSystem<T>::analyze(const BlockMatrix<T>& A, bo
         offsets[r] = A.blockOffset(r);
         largestBlock = std::max(largestBlock, A.blockSize(r));
     }
-    analysis.byValues = values;
+    analysis.byValues = values != nullptr;
     analysis.orderedAgain = false;
-    const ValueRule<T> byValues(A);
     const CountRule byCount(pattern.sizes());
-    if (values)
-        return build(A, &byValues);
-    return build(A, &byCount);
+    if (!values)
+        return build(A, &byCount);
+    const ValueRule<T> byValues(A, compliancesOf(*values, A));
+    return build(A, &byValues);
 }
 
 template <class T>
@@ -136,6 +138,7 @@ template <class T> Status AnalyzedSystem<T>::order(const EarlyRule* rule, Orderi
     const unsigned int n = pattern.numBlockRows();
     analysis.method = ordering.method;
     analysis.earlyBlocks = ordering.earlyBlocks;
+    free = ordering.free;
     analysis.order.assign(ordering.permutation.P, ordering.permutation.P + n);
     analysis.position.resize(n);
     for (unsigned int k = 0; k < n; ++k)

@@ -31,13 +31,15 @@ public:
     /// Per block: whether it is a trailing one before an ordinary one that it couples to, and may
     /// be moved behind that.
     std::vector<unsigned char> early;
+    bool free = false; ///< whether trailing blocks are early for their compliance
     bool analyzed = false;
     bool compliant = false; ///< whether data.matrix holds compliances
 
     /// Analyses A's pattern by `settings`. Storage of an earlier analysis is reused.
     ///
-    /// @param values  whether A's values may be looked at, to decide which trailing blocks go early
-    Status analyze(const BlockMatrix<T>& A, bool values);
+    /// @param values  null, or how A will be factored: its values may be looked at then, to decide
+    ///                which trailing blocks go early
+    Status analyze(const BlockMatrix<T>& A, const SolverSettings<T>* values);
 
     /// The same pattern, trailing blocks that met unusable pivots behind all ordinary blocks that
     /// they couple to: those named the first time, all of them the second.

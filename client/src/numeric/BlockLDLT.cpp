@@ -1,5 +1,7 @@
 #include "BlockLDLTImpl.h"
 
+#include "../ordering/EarlyRule.h"
+#include "Compliance.h"
 #include "MatrixWalk.h"
 #include "PivotBounds.h"
 #include "PivotReport.h"
@@ -14,6 +16,11 @@ Status callSequence(const char* needed)
     return {StatusCode::CallSequence, std::string(needed) + " has to succeed first", kNone, kNone};
 }
 
+std::string idRemark(unsigned int block, std::uint64_t id)
+{
+    return " (block " + std::to_string(block) + " is " + std::to_string(id) + ")";
+}
+
 template <class T> Status BlockLDLT<T>::Impl::analyze(const BlockMatrix<T>& A, bool values)
 {
     const PhaseTimer timer(statistics.analysisSeconds);
@@ -23,7 +30,7 @@ template <class T> Status BlockLDLT<T>::Impl::analyze(const BlockMatrix<T>& A, b
     if (!statistics.analysisReused) {
         AnalyzedSystem<T>& next = makeRoom();
         next.settings = Settings::of(settings);
-        Status result = next.analyze(A, values);
+        Status result = next.analyze(A, values ? &settings : nullptr);
         if (!result.ok()) {
             systems.erase(systems.begin());
             return result;
@@ -130,8 +137,6 @@ template <class T> Status BlockLDLT<T>::Impl::load(const BlockMatrix<T>& A)
     return result.ok() ? applyCompliance(A) : result;
 }
 
-/// Diagonal blocks that A does not have still hold the compliances of the time before: all
-/// diagonals are written anew.
 template <class T> Status BlockLDLT<T>::Impl::applyCompliance(const BlockMatrix<T>& A)
 {
     const std::vector<T>& compliances = settings.compliances;
@@ -141,19 +146,13 @@ template <class T> Status BlockLDLT<T>::Impl::applyCompliance(const BlockMatrix<
                 "there are " + std::to_string(compliances.size()) + " compliances for " +
                     std::to_string(trailing) + " trailing blocks",
                 kNone, kNone};
-    const bool compliant = settings.compliance != 0 || !compliances.empty();
-    if (!compliant && !system().compliant)
-        return {};
+    const bool compliant = isCompliant(settings);
+    if (compliant || system().compliant)
+        writeCompliantDiagonals(settings, A, [&](unsigned int t) {
+            return diagonalBlock(data().matrix, data().useMultifrontal != 0,
+                                 system().analysis.position[t]);
+        });
     system().compliant = compliant;
-    for (unsigned int t = A.firstTrailing(); t < A.numBlockRows(); ++t) {
-        const T c = compliances.empty() ? settings.compliance : compliances[t - A.firstTrailing()];
-        const std::size_t m = A.blockSize(t);
-        const T* const own = A.find(t, t);
-        T* const block = diagonalBlock(data().matrix, data().useMultifrontal != 0,
-                                       system().analysis.position[t]);
-        for (std::size_t i = 0; i < m; ++i)
-            block[i * m + i] = (own ? own[i * m + i] : T(0)) - c;
-    }
     return {};
 }
 
@@ -194,6 +193,8 @@ template <class T> PivotDemands BlockLDLT<T>::Impl::demands() const
     result.signs = settings.signs == Signs::Expected && system().signsAreKnown;
     if (system().canOrderLater())
         result.early = &system().early;
+    if (system().free)
+        result.earlyShare = double(softShare<T>());
     return result;
 }
 
@@ -226,7 +227,7 @@ template <class T> void BlockLDLT<T>::Impl::addIds(Status& s) const
     if (s.block != kNone) {
         s.id = idOf(s.block);
         if (s.block < ids.size())
-            s.message += " (block " + std::to_string(s.block) + " is " + std::to_string(s.id) + ")";
+            s.message += idRemark(s.block, s.id);
     }
     for (Dependency& dependency : s.dependsOn)
         dependency.id = idOf(dependency.block);

@@ -124,6 +124,9 @@ template <class T> struct KYRORVEL_HIDDEN BlockLDLT<T>::Impl {
 
 Status callSequence(const char* needed);
 
+/// What a message says of a block that the caller has named.
+std::string idRemark(unsigned int block, std::uint64_t id);
+
 } // namespace client
 } // namespace kyrOrvel
 

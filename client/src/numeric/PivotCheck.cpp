@@ -17,11 +17,6 @@ namespace {
 /// some hundred were seen on random systems with dependent constraints.
 template <class T> constexpr T kNoiseShare = 512 * std::numeric_limits<T>::epsilon();
 
-/// The same where a better order can be had. A pivot below that makes the factor grow and costs
-/// three digits or more: with it, random systems that a later placement solves to machine precision
-/// lost up to all but one.
-constexpr double kEarlyShare = 1e-3;
-
 /// Whether another order might serve the pivots of block row r better: they are those of an early
 /// block, or of an ordinary one that an early block has changed.
 template <class T>
@@ -145,7 +140,8 @@ template <class T> bool PivotCheck<T>::takeAllAtOnce(const OrvelData<T>& data, P
         return true;
     const T* const pivots = data.pivots.data;
     // Behind pivots that kept that share, noise is less than the share.
-    const T share = std::max(std::sqrt(kNoiseShare<T>), demands.early ? T(kEarlyShare) : T(0));
+    const T share =
+        std::max(std::sqrt(kNoiseShare<T>), demands.early ? T(demands.earlyShare) : T(0));
     const PivotRange<T> range =
         findRange(pivots, data.pivotScales, demands.signs ? m_expected.data() : nullptr, n, share);
     if (!range.known || range.leastMargin <= 0 ||
@@ -182,13 +178,14 @@ PivotFailure<T> PivotCheck<T>::checkBlock(const OrvelData<T>& data, unsigned int
     const bool trailing = order[r] >= firstTrailing;
     const bool strong =
         demands.early && owesToEarly(data.factor, r, trailing, order, *demands.early);
+    const T leastShare = strong ? T(demands.earlyShare) : T(0);
     PivotFailure<T> pivot;
     pivot.position = r;
     pivot.blockScale = largestOf(scales, m);
     const T blockNoise = std::numeric_limits<T>::epsilon() * pivot.blockScale;
     const T* const pivots = data.pivots.data + data.factor.blockOffsets[r];
     const bool known = !demands.signs || haveSign(pivots, m, trailing);
-    if (known && areSound(pivots, scales, m, strong ? T(kEarlyShare) : T(0), blockNoise)) {
+    if (known && areSound(pivots, scales, m, leastShare, blockNoise)) {
         count(pivots, m);
         leave(data, r);
         return {};
@@ -198,10 +195,10 @@ PivotFailure<T> PivotCheck<T>::checkBlock(const OrvelData<T>& data, unsigned int
         pivot.pivot = pivots[i];
         pivot.scale = scales[i];
         const T magnitude = std::abs(pivot.pivot);
-        const T share = strong ? std::max(T(kEarlyShare), m_soundShare) : m_soundShare;
+        const T share = std::max(leastShare, m_soundShare);
         const bool sound = magnitude > share * pivot.scale && magnitude > blockNoise;
         if (!sound) // as few are; infinities and NaN are not
-            pivot.kind = judge(data, pivot, strong);
+            pivot.kind = judge(data, pivot, leastShare);
         if (pivot.kind == Kind::None && demands.signs && (pivot.pivot < 0) != trailing)
             pivot.kind = wrongSign(data, pivot, trailing);
         if (pivot.kind != Kind::None)
@@ -266,7 +263,7 @@ template <class T> bool PivotCheck<T>::hasBounded(const OrvelData<T>& data, unsi
 
 template <class T>
 typename PivotFailure<T>::Kind PivotCheck<T>::judge(const OrvelData<T>& data,
-                                                    const PivotFailure<T>& pivot, bool strong)
+                                                    const PivotFailure<T>& pivot, T leastShare)
 {
     using Kind = typename PivotFailure<T>::Kind;
     if (!std::isfinite(pivot.pivot) || !std::isfinite(pivot.blockScale))
@@ -278,7 +275,7 @@ typename PivotFailure<T>::Kind PivotCheck<T>::judge(const OrvelData<T>& data,
         return Kind::Lost;
     if (magnitude <= std::numeric_limits<T>::epsilon() * pivot.blockScale)
         return Kind::OutOfScale;
-    if (strong && magnitude <= T(kEarlyShare) * pivot.scale)
+    if (magnitude <= leastShare * pivot.scale)
         return Kind::Weak;
     // Noise of the pivots before it may have grown on the way by what they lost to cancellation.
     if (magnitude * m_leastShare <= kNoiseShare<T> * pivot.scale && isNoise(data, pivot))

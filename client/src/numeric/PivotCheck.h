@@ -40,6 +40,11 @@ struct PivotCounts {
     double largest = 0;      ///< the one of largest magnitude
 };
 
+/// The share of its terms that a pivot has to keep where a better order can be had. One below that
+/// makes the factor grow and costs three digits or more: with it, random systems that a later
+/// placement solves to machine precision lost up to all but one.
+constexpr double kEarlyShare = 1e-3;
+
 /// What is asked of pivots.
 struct PivotDemands {
     bool signs = false; ///< positive up to firstTrailing, negative from there
@@ -47,6 +52,7 @@ struct PivotDemands {
     /// those of ordinary blocks behind it that it changed, have to keep a good share of their
     /// terms.
     const std::vector<unsigned char>* early = nullptr;
+    double earlyShare = kEarlyShare; ///< how good
 };
 
 /// Finds the first pivot of a factorization that cannot be trusted.
@@ -101,7 +107,7 @@ private:
     void estimateScales(const OrvelData<T>& data, unsigned int r);
     bool takeAllAtOnce(const OrvelData<T>& data, PivotDemands demands);
     typename PivotFailure<T>::Kind judge(const OrvelData<T>& data, const PivotFailure<T>& pivot,
-                                         bool strong);
+                                         T leastShare);
     PivotFailure<T> checkBlock(const OrvelData<T>& data, unsigned int r, const T* scales,
                                const std::vector<unsigned int>& order, unsigned int firstTrailing,
                                PivotDemands demands);

@@ -30,6 +30,10 @@ constexpr double kLittleFill = 1.75;
 /// takes half of the time of an analysis to know.
 constexpr double kManyCouplings = 1.06;
 
+/// What an order that pays no heed to what is trailing has to have of the operations of one that
+/// does, at the most: it loses digits.
+constexpr double kWorthDigits = 0.25;
+
 double operationsOf(const Candidate& candidate)
 {
     return static_cast<double>(candidate.elimination.counts.operations);
@@ -51,11 +55,11 @@ Status placeConstraints(const OrderingInput& input, const std::vector<unsigned i
         ConstraintPlacement early(input, TrailingPlacement::AfterLast, rule);
         const bool fits = early.run(wanted).ok();
         if (fits && early.earlyBlocks() == 0) { // as without the rule
-            placed = {counts.count(early.order()), 0};
+            placed = {counts.count(early.order()), 0, false};
             return {};
         }
         if (fits && firstStructurallyZeroPivot(input, early.order()) == kNone)
-            placed = {counts.count(early.order()), early.earlyBlocks()};
+            placed = {counts.count(early.order()), early.earlyBlocks(), false};
     }
     if (placed.earlyBlocks > 0 && fillOf(input, placed) <= 1)
         return {};
@@ -63,7 +67,7 @@ Status placeConstraints(const OrderingInput& input, const std::vector<unsigned i
     Status status = placement.run(wanted);
     if (!status.ok())
         return status;
-    Candidate late{counts.count(placement.order()), 0};
+    Candidate late{counts.count(placement.order()), 0, false};
     if (placed.earlyBlocks == 0 || operationsOf(placed) >= kWorthwhile * operationsOf(late))
         placed = std::move(late);
     return {};
@@ -92,14 +96,12 @@ Status orderConstraints(const OrderingInput& input, const OrderGraph& orderGraph
     std::vector<unsigned int> order;
     Status status = space.order(orderGraph, order);
     if (status.ok())
-        found = {counts.count(std::move(order)), 0};
+        found = {counts.count(std::move(order)), 0, false};
     return status;
 }
 
-} // namespace
-
-Status orderInSpaces(const OrderingInput& input, const OrderGraph& orderGraph, ManyLoops manyLoops,
-                     const EarlyRule* rule, EliminationCounts& counts, Candidate& best)
+Status orderPlaced(const OrderingInput& input, const OrderGraph& orderGraph, ManyLoops manyLoops,
+                   const EarlyRule* rule, EliminationCounts& counts, Candidate& best)
 {
     const bool decided = manyLoops == ManyLoops::Decide && hasManyLoops(input);
     if (decided) {
@@ -111,7 +113,7 @@ Status orderInSpaces(const OrderingInput& input, const OrderGraph& orderGraph, M
     const bool isWishList = input.firstTrailing < input.pattern.numBlockRows;
     Status status = orderGraph({input.graph, input.sizes, isWishList}, wanted);
     if (status.ok() && !isWishList) {
-        best = {counts.count(std::move(wanted)), 0};
+        best = {counts.count(std::move(wanted)), 0, false};
         return {};
     }
     if (status.ok())
@@ -125,17 +127,67 @@ Status orderInSpaces(const OrderingInput& input, const OrderGraph& orderGraph, M
     return status;
 }
 
+bool areAllSoft(const OrderingInput& input, const EarlyRule& rule)
+{
+    for (unsigned int t = input.firstTrailing; t < input.pattern.numBlockRows; ++t)
+        if (!rule.isSoft(t))
+            return false;
+    return true;
+}
+
+/// Trailing blocks before an ordinary one that they couple to.
+unsigned int countEarly(const OrderingInput& input, const std::vector<unsigned int>& order)
+{
+    std::vector<bool> waits(order.size(), false); // for an ordinary block
+    unsigned int count = 0;
+    for (const unsigned int block : order) {
+        waits[block] = block >= input.firstTrailing;
+        if (!waits[block])
+            input.graph.forEachNeighbour(block, [&](unsigned int t) {
+                count += waits[t];
+                waits[t] = false;
+            });
+    }
+    return count;
+}
+
+Status orderFreely(const OrderingInput& input, const OrderGraph& orderGraph,
+                   EliminationCounts& counts, Candidate& best)
+{
+    std::vector<unsigned int> order;
+    Status status = orderGraph({input.graph, input.sizes, false}, order);
+    if (!status.ok())
+        return status;
+    const unsigned int early = countEarly(input, order);
+    Candidate candidate{counts.count(std::move(order)), early, true};
+    if (early > 0 && operationsOf(candidate) < kWorthDigits * operationsOf(best))
+        best = std::move(candidate);
+    return {};
+}
+
+} // namespace
+
+Status orderInSpaces(const OrderingInput& input, const OrderGraph& orderGraph, ManyLoops manyLoops,
+                     const EarlyRule* rule, EliminationCounts& counts, Candidate& best)
+{
+    Status status = orderPlaced(input, orderGraph, manyLoops, rule, counts, best);
+    const bool compliant = status.ok() && rule &&
+                           input.firstTrailing < input.pattern.numBlockRows &&
+                           fillOf(input, best) > kLittleFill && areAllSoft(input, *rule);
+    return compliant ? orderFreely(input, orderGraph, counts, best) : status;
+}
+
 bool takeBothEnds(const OrderingInput& input, const EarlyRule* rule, EliminationCounts& counts,
                   const Candidate& oneEnd, Candidate& both)
 {
-    if (!isPath(oneEnd.elimination.parents))
+    if (oneEnd.free || !isPath(oneEnd.elimination.parents))
         return false;
     ConstraintPlacement placement(input, TrailingPlacement::AfterLast,
                                   oneEnd.earlyBlocks > 0 ? rule : nullptr);
     if (!placement.run(fromBothEnds(oneEnd.elimination.order)).ok() ||
         firstStructurallyZeroPivot(input, placement.order()) != kNone)
         return false;
-    both = {counts.count(placement.order()), placement.earlyBlocks()};
+    both = {counts.count(placement.order()), placement.earlyBlocks(), false};
     return areTwoPaths(both.elimination.parents) &&
            operationsOf(both) < kBothEndsCost * operationsOf(oneEnd);
 }

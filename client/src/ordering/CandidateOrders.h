@@ -11,6 +11,7 @@ namespace client {
 struct Candidate {
     Elimination elimination;
     unsigned int earlyBlocks = 0; ///< trailing blocks before an ordinary one that they couple to
+    bool free = false;            ///< whether trailing blocks, all soft, are wherever fill is least
 };
 
 /// What many loops in a system say.
@@ -21,7 +22,8 @@ enum class ManyLoops {
 
 /// An order of the whole system with its trailing blocks placed, or one of the trailing blocks
 /// behind all ordinary ones, whichever has fewer operations. The second is not made where the first
-/// has little fill.
+/// has little fill. Or one that pays no heed to what is trailing, where the rule finds all of that
+/// soft and it has far fewer operations yet: boxes with compliant contacts on one platform.
 Status orderInSpaces(const OrderingInput& input, const OrderGraph& orderGraph, ManyLoops manyLoops,
                      const EarlyRule* rule, EliminationCounts& counts, Candidate& best);
 

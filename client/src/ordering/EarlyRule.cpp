@@ -1,5 +1,6 @@
 #include "EarlyRule.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 
@@ -36,6 +37,14 @@ double dot(const double* x, const double* y, std::size_t n)
     for (std::size_t i = 0; i < n; ++i)
         sum += x[i] * y[i];
     return sum;
+}
+
+/// Solves with a Cholesky factor in place: row = L⁻¹·row.
+void divideBy(const std::vector<double>& cholesky, std::vector<double>& row)
+{
+    const std::size_t m = row.size();
+    for (std::size_t j = 0; j < m; ++j)
+        row[j] = (row[j] - dot(&cholesky[j * m], row.data(), j)) / cholesky[j * m + j];
 }
 
 } // namespace
@@ -75,10 +84,8 @@ bool ValueRule<T>::addRows(unsigned int body, unsigned int t, const std::vector<
         return m_A.blockSize(t) == 0;
     std::vector<double> row(m);
     for (unsigned int i = 0; i < m_A.blockSize(t); ++i) {
-        for (std::size_t j = 0; j < m; ++j) {
-            row[j] = double(block[i * m + j]);
-            row[j] = (row[j] - dot(&cholesky[j * m], row.data(), j)) / cholesky[j * m + j];
-        }
+        std::copy_n(block + i * m, m, row.begin());
+        divideBy(cholesky, row);
         const double before = dot(row.data(), row.data(), m);
         for (std::size_t b = 0; b < basis.size(); b += m) {
             const double share = dot(row.data(), &basis[b], m);
@@ -91,6 +98,50 @@ bool ValueRule<T>::addRows(unsigned int body, unsigned int t, const std::vector<
         for (double& v : row)
             v /= std::sqrt(after);
         basis.insert(basis.end(), row.begin(), row.end());
+    }
+    return true;
+}
+
+/// The Cholesky factor of block t's compliance; empty if it is not positive definite.
+template <class T> std::vector<double> ValueRule<T>::complianceOf(unsigned int t) const
+{
+    const std::size_t m = m_A.blockSize(t);
+    const T* const own = m_A.find(t, t);
+    std::vector<double> C(m * m, 0);
+    for (std::size_t i = 0; own && i < m * m; ++i)
+        C[i] = -double(own[i]);
+    for (std::size_t i = 0; !m_compliances.empty() && i < m; ++i)
+        C[i * m + i] += double(m_compliances[t - m_A.firstTrailing()]);
+    return choleskyOf(C.data(), m);
+}
+
+template <class T> bool ValueRule<T>::isSoft(unsigned int t) const
+{
+    const std::size_t rows = m_A.blockSize(t);
+    if (rows == 0)
+        return true;
+    const std::vector<double> compliance = complianceOf(t);
+    if (compliance.empty())
+        return false;
+    std::vector<double> inverseMass(rows, 0);
+    for (const auto& entry : m_A.row(t)) {
+        if (entry.column == t)
+            continue;
+        const std::size_t m = m_A.blockSize(entry.column);
+        const std::vector<double> cholesky = choleskyOf(m_A.find(entry.column, entry.column), m);
+        if (entry.column >= m_A.firstTrailing() || (cholesky.empty() && m > 0))
+            return false;
+        std::vector<double> row(m);
+        for (std::size_t i = 0; i < rows; ++i) {
+            std::copy_n(entry.values + i * m, m, row.begin());
+            divideBy(cholesky, row);
+            inverseMass[i] += dot(row.data(), row.data(), m);
+        }
+    }
+    for (std::size_t i = 0; i < rows; ++i) {
+        const double least = compliance[i * rows + i] * compliance[i * rows + i];
+        if (!(least > double(softShare<T>()) * (least + inverseMass[i])))
+            return false;
     }
     return true;
 }

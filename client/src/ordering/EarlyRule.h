@@ -3,12 +3,23 @@
 
 #include <kyrOrvelClient/BlockMatrix>
 
+#include <cmath>
+#include <limits>
+#include <utility>
 #include <vector>
 
 namespace kyrOrvel {
 namespace client {
 
-/// Decides which trailing blocks may be eliminated directly behind their first body.
+/// What a pivot of a soft block, and of what it couples to, keeps of its terms in any order: more
+/// than half of the digits. Refinement brings back the rest.
+template <class T> T softShare()
+{
+    return std::sqrt(512 * std::numeric_limits<T>::epsilon());
+}
+
+/// Decides which trailing blocks may be eliminated directly behind their first body, and which
+/// anywhere.
 class EarlyRule {
 public:
     virtual ~EarlyRule() = default;
@@ -17,6 +28,10 @@ public:
     /// it at once, after the trailing blocks `taken` that already do.
     virtual bool accepts(unsigned int body, const std::vector<unsigned int>& taken,
                          unsigned int t) const = 0;
+
+    /// Whether the compliance of trailing block t is such that it may be eliminated before, between
+    /// or behind its ordinary blocks.
+    virtual bool isSoft(unsigned int /*t*/) const { return false; }
 
 protected:
     EarlyRule() = default;
@@ -40,18 +55,31 @@ private:
 /// Looks at the values: the rows of t on the body have to be independent of each other and of those
 /// taken, in the metric of the body's inverse mass. A row that keeps less than a tenth of its
 /// length beside the others would cost two digits.
+///
+/// A block is soft if the compliance of every row is a softShare, at least, of all that its pivot
+/// can be the difference of: the compliance and the row's inverse mass. With compliances the matrix
+/// is quasi-definite, and has pivots in any order (Vanderbei 1995; Gill, Saunders, Shinnerl 1996 on
+/// what they lose).
 template <class T> class ValueRule : public EarlyRule {
 public:
-    explicit ValueRule(const BlockMatrix<T>& A) : m_A(A) {}
+    /// @param compliances  to be added to the trailing blocks' own, none or one for each
+    explicit ValueRule(const BlockMatrix<T>& A, std::vector<T> compliances = {})
+        : m_A(A), m_compliances(std::move(compliances))
+    {
+    }
 
     bool accepts(unsigned int body, const std::vector<unsigned int>& taken,
                  unsigned int t) const override;
 
+    bool isSoft(unsigned int t) const override;
+
 private:
+    std::vector<double> complianceOf(unsigned int t) const;
     bool addRows(unsigned int body, unsigned int t, const std::vector<double>& cholesky,
                  std::vector<double>& basis) const;
 
     const BlockMatrix<T>& m_A;
+    const std::vector<T> m_compliances;
 };
 
 /// Another rule, except that certain trailing blocks are never early.

@@ -182,6 +182,7 @@ void takeRenumbered(const Candidate& candidate, const std::vector<unsigned int>&
     }
     result.counts = candidate.elimination.counts;
     result.earlyBlocks = candidate.earlyBlocks;
+    result.free = candidate.free;
     use(order, result.permutation);
 }
 

@@ -37,6 +37,7 @@ struct OrderingInput {
 struct OrderingResult {
     OrderingMethod method = OrderingMethod::MinimumFill;
     unsigned int earlyBlocks = 0; ///< trailing blocks before an ordinary one that they couple to
+    bool free = false;            ///< whether trailing blocks are wherever fill is least
     bool inTurn = false;          ///< whether blocks of two ends of a chain alternate
     Permutation permutation;      ///< P alone is in step
     SkeletonMatrix pattern;       ///< the input permuted by P; flags mark transposed entries
@@ -66,8 +67,9 @@ struct OrderingResult {
 /// the one with fewer operations wins, late on a tie of 5 %. Where ordinary blocks do not couple to
 /// each other, an order of the trailing blocks behind all of them competes too unless there is
 /// little fill: as safe as late ones, and on nets, walls and heaps with a fifth of the operations.
-/// Where there are many loops it is the only one. A chain is taken from both of its ends in turn.
-/// O(minimum fill + blocks of the matrix), almost.
+/// Where there are many loops it is the only one. Where all trailing blocks are soft and that saves
+/// three quarters of the operations, they go wherever fill is least. A chain is taken from both of
+/// its ends in turn. O(minimum fill + blocks of the matrix), almost.
 ///
 /// A trailing block that couples to trailing blocks only is put behind one that is itself in place.
 /// Where that is not possible either, its first pivot is zero whatever the values: Singular, naming
