@@ -1,3 +1,4 @@
+#include "support/Bits.h"
 #include "support/BlockSystems.h"
 #include "support/Mechanisms.h"
 #include "support/Random.h"
@@ -16,6 +17,7 @@ using kyrOrvel::client::BlockMatrix;
 using kyrOrvel::client::MixedLDLT;
 using kyrOrvel::client::Scene;
 using kyrOrvel::client::Signs;
+using kyrOrvel::client::SolverSettings;
 using kyrOrvel::client::StatusCode;
 using support::Random;
 
@@ -114,6 +116,97 @@ TEST(MixedLDLT, IndefiniteMatrixIsSolvedWithAnySigns)
     expectSolved(solver, A);
 }
 
+// 2  1
+// 1 -1     -1 is the compliance alone: the matrix has no block there.
+TEST(MixedLDLT, ComplianceOfAllBlocksIsOnEveryTrailingDiagonal)
+{
+    const auto A = support::scalarMatrix<double>({{2}, {1, 0}}, 1);
+    MixedLDLT solver;
+    solver.factorSolver().setCompliance(1);
+    ASSERT_TRUE(solver.compute(A).ok()) << solver.info().message;
+    double x[] = {1, 0};
+
+    ASSERT_TRUE(solver.solve(x, x).ok()) << solver.info().message;
+
+    EXPECT_NEAR(x[0], 1.0 / 3, 1e-15);
+    EXPECT_NEAR(x[1], 1.0 / 3, 1e-15);
+}
+
+// 4  1  1
+// 1 -2  .     The matrix has -1 where the first compliance adds to it, and no third diagonal block.
+// 1  . -2
+TEST(MixedLDLT, ComplianceOfEachBlockIsOnItsDiagonal)
+{
+    const auto A = support::scalarMatrix<double>({{4}, {1, -1}, {1, 0, 0}}, 1);
+    MixedLDLT solver;
+    solver.factorSolver().setCompliance(std::vector<float>{1, 2});
+    ASSERT_TRUE(solver.compute(A).ok()) << solver.info().message;
+    double x[] = {6, -1, -1};
+
+    ASSERT_TRUE(solver.solve(x, x).ok()) << solver.info().message;
+
+    EXPECT_NEAR(x[0], 1, 1e-15);
+    EXPECT_NEAR(x[1], 1, 1e-15);
+    EXPECT_NEAR(x[2], 1, 1e-15);
+}
+
+TEST(MixedLDLT, ComplianceThatIsTakenBackLeavesNoTrace)
+{
+    const auto A = support::scalarMatrix<double>({{4}, {1, -1}, {1, 0, 0}}, 1);
+    MixedLDLT solver;
+    solver.factorSolver().setCompliance(std::vector<float>{1, 2});
+    ASSERT_TRUE(solver.compute(A).ok()) << solver.info().message;
+
+    solver.factorSolver().setCompliance(0);
+
+    ASSERT_TRUE(solver.factorize(A).ok()) << solver.info().message;
+    expectSolved(solver, A);
+}
+
+TEST(MixedLDLT, NumberOfCompliancesHasToBeThatOfTheTrailingBlocks)
+{
+    const auto A = support::scalarMatrix<double>({{4}, {1, -1}, {1, 0, 0}}, 1);
+    MixedLDLT solver;
+    solver.factorSolver().setCompliance(std::vector<float>{1});
+
+    EXPECT_EQ(solver.compute(A).code, StatusCode::InvalidInput);
+}
+
+// 4 . 1 1     The second constraint is the first once more.
+// . 4 1 1
+// 1 1 . .
+// 1 1 . .
+TEST(MixedLDLT, SettingsOfTheFactorSolverLeaveItsRegularization)
+{
+    const auto A = support::scalarMatrix<double>({{4}, {0, 4}, {1, 1, 0}, {1, 1, 0, 0}}, 2);
+    const double b[] = {1, 2, 3, 3};
+    double expected[4];
+    double x[4];
+    MixedLDLT untouched;
+    ASSERT_TRUE(untouched.compute(A).ok()) << untouched.info().message;
+    ASSERT_TRUE(untouched.solve(b, expected).ok()) << untouched.info().message;
+    MixedLDLT solver;
+
+    solver.factorSolver().setSettings(SolverSettings<float>());
+
+    ASSERT_TRUE(solver.compute(A).ok()) << solver.info().message;
+    ASSERT_TRUE(solver.solve(b, x).ok()) << solver.info().message;
+    EXPECT_TRUE(support::sameBits(x, expected, 4));
+}
+
+TEST(MixedLDLT, SettingsOfTheFactorSolverLeaveItsCorrections)
+{
+    const Scene scene = kyrOrvel::client::makeRope(100);
+    MixedLDLT untouched;
+    ASSERT_TRUE(untouched.compute(scene.matrix).ok()) << untouched.info().message;
+    MixedLDLT solver;
+
+    solver.factorSolver().setSettings(SolverSettings<float>());
+
+    ASSERT_TRUE(solver.compute(scene.matrix).ok()) << solver.info().message;
+    EXPECT_EQ(expectSolved(solver, scene.matrix), expectSolved(untouched, scene.matrix));
+}
+
 TEST(MixedLDLT, NewValuesTakeEffect)
 {
     BlockMatrix<double> A = support::scalarMatrix<double>({{4}, {1, 3}});
@@ -159,6 +252,33 @@ TEST(MixedLDLT, ValuesBeyondFloatAreNotFinite)
     MixedLDLT solver;
 
     EXPECT_EQ(solver.compute(A).code, StatusCode::NotFinite);
+}
+
+TEST(MixedLDLT, ValueBeyondFloatIsNamed)
+{
+    auto A = support::scalarMatrix<double>({{4}, {1e40, 3}});
+    A.setId(1, 77);
+    MixedLDLT solver;
+
+    solver.compute(A);
+
+    EXPECT_EQ(solver.info().message,
+              "block (1, 0) holds 1e+40 in its row 0, beyond float's range: scale the matrix or "
+              "factor it in double (block 1 is 77)");
+    EXPECT_EQ(solver.info().block, 1u);
+    EXPECT_EQ(solver.info().row, 0u);
+    EXPECT_EQ(solver.info().id, 77u);
+}
+
+TEST(MixedLDLT, InfinityIsNotCalledBeyondFloat)
+{
+    const auto A =
+        support::scalarMatrix<double>({{4}, {std::numeric_limits<double>::infinity(), 1e40}});
+    MixedLDLT solver;
+
+    solver.compute(A);
+
+    EXPECT_EQ(solver.info().message, "block (1, 0) holds an infinity or NaN in its row 0");
 }
 
 TEST(MixedLDLT, StepsOutOfSequenceAreRefused)

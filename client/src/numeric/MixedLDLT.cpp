@@ -3,6 +3,7 @@
 #include "../NumberText.h"
 #include "../OutOfMemory.h"
 #include "BlockLDLTImpl.h"
+#include "Compliance.h"
 #include "KrylovCorrection.h"
 #include "Residual.h"
 
@@ -42,6 +43,40 @@ template <class F> void forEachBlock(const BlockMatrix<double>& A, F f)
               A.blockSize(entry.column), entry.values);
 }
 
+Status beyondFloat(const BlockMatrix<double>& A, unsigned int r, unsigned int c, std::size_t i,
+                   double value)
+{
+    Status status;
+    status.code = StatusCode::NotFinite;
+    status.message = "block (" + std::to_string(r) + ", " + std::to_string(c) + ") holds " +
+                     numberText(value) + " in its row " + std::to_string(i) +
+                     ", beyond float's range: scale the matrix or factor it in double" +
+                     (A.hasIds() ? idRemark(r, A.id(r)) : "");
+    status.block = r;
+    status.row = static_cast<unsigned int>(i);
+    status.id = A.id(r);
+    return status;
+}
+
+/// The status of a matrix that is not finite once it is rounded; of one that is not even before,
+/// Ok.
+Status checkRange(const BlockMatrix<double>& A)
+{
+    for (unsigned int r = 0; r < A.numBlockRows(); ++r)
+        for (const auto& entry : A.row(r)) {
+            const std::size_t n = A.blockSize(entry.column);
+            for (std::size_t i = 0; i < A.blockSize(r); ++i)
+                for (std::size_t j = 0; j < (entry.column == r ? i + 1 : n); ++j) {
+                    const double v = entry.values[i * n + j];
+                    if (!std::isfinite(v))
+                        return {};
+                    if (!std::isfinite(static_cast<float>(v)))
+                        return beyondFloat(A, r, entry.column, i, v);
+                }
+        }
+    return {};
+}
+
 } // namespace
 
 struct KYRORVEL_HIDDEN MixedLDLT::Impl {
@@ -52,6 +87,7 @@ struct KYRORVEL_HIDDEN MixedLDLT::Impl {
     MatrixPattern pattern;
     bool analyzed = false;
     bool factorized = false;
+    bool compliant = false; ///< whether `matrix` holds compliances
     double residualNorm = 0;
     double backwardError = 0;
     int steps = 0;
@@ -63,7 +99,10 @@ struct KYRORVEL_HIDDEN MixedLDLT::Impl {
     std::vector<float> correction;
     KrylovCorrection krylov;
 
-    Impl()
+    Impl() { takeSettings(); }
+
+    /// Whatever the user has set: regularisation and corrections are set here.
+    void takeSettings()
     {
         solver.setRegularization(Regularization::Dynamic, kPivotShare);
         solver.setCorrections(0); // corrections are made here, in double
@@ -73,6 +112,7 @@ struct KYRORVEL_HIDDEN MixedLDLT::Impl {
     void takePattern(const BlockMatrix<double>& A)
     {
         pattern = MatrixPattern(A);
+        compliant = false;
         rounded = BlockMatrix<float>(A.blockSizes(), A.firstTrailing());
         matrix = BlockMatrix<double>(A.blockSizes(), A.firstTrailing());
         for (unsigned int r = 0; r < A.numBlockRows(); ++r) {
@@ -105,6 +145,22 @@ struct KYRORVEL_HIDDEN MixedLDLT::Impl {
         Status result = pattern.compare(A);
         if (!result.ok())
             return result;
+        copyValues(A);
+        takeSettings();
+        result = solver.factorize(rounded);
+        if (result.ok())
+            applyCompliance(A);
+        factorized = result.ok();
+        if (result.code == StatusCode::NotFinite) {
+            const Status range = checkRange(A);
+            return range.ok() ? result : range;
+        }
+        return result;
+    }
+
+    /// To both copies; the diagonal, where there is one, is last in its row.
+    void copyValues(const BlockMatrix<double>& A)
+    {
         for (unsigned int r = 0; r < A.numBlockRows(); ++r)
             for (std::size_t e = 0; e < A.row(r).size(); ++e) {
                 const auto& from = A.row(r)[e];
@@ -113,9 +169,18 @@ struct KYRORVEL_HIDDEN MixedLDLT::Impl {
                 std::transform(from.values, from.values + n, rounded.row(r)[e].values,
                                [](double v) { return static_cast<float>(v); });
             }
-        result = solver.factorize(rounded);
-        factorized = result.ok();
-        return result;
+    }
+
+    /// The residuals are those of the matrix with the compliances. Blocks for them are added once.
+    void applyCompliance(const BlockMatrix<double>& A)
+    {
+        const bool wanted = isCompliant(solver.settings());
+        if (!wanted && !compliant)
+            return;
+        compliant = true; // as far as there is memory
+        writeCompliantDiagonals(solver.settings(), A,
+                                [&](unsigned int t) { return matrix.block(t, t); });
+        compliant = wanted;
     }
 
     Status solve(const double* b, double* x)
