@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <utility>
+#include <vector>
 
 namespace kyrOrvel {
 namespace client {
@@ -49,20 +51,22 @@ template <class T> void takeOut(BlockMatrix<T>& A, unsigned int block)
 template <class T> std::vector<Status> findRedundant(const BlockMatrix<T>& A)
 {
     std::vector<Status> found;
-    const Status last = guardMemory([&]() -> Status {
+    found.reserve(1); // for the status that tells of memory running out
+    Status last = guardMemory([&]() -> Status {
         BlockMatrix<T> rest = copyWithDiagonals(A);
         BlockLDLT<T> solver;
         if (!MatrixPattern(A).signsAreKnown()) // of the copy they might seem to be
             solver.setSigns(Signs::Any);
         while (solver.compute(rest).code == StatusCode::Singular &&
                solver.info().block >= A.firstTrailing() && solver.info().block < A.numBlockRows()) {
+            found.reserve(found.size() + 2); // this one, and how it ends
             found.push_back(solver.info());
             takeOut(rest, solver.info().block);
         }
         return solver.info();
     });
     if (!last.ok())
-        found.push_back(last);
+        found.push_back(std::move(last));
     return found;
 }
 
