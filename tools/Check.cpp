@@ -45,7 +45,8 @@ std::string describeRedundant(const MatrixInput& input, const Status& status)
     if (status.dependsOn.empty())
         text += " has nothing to lean on";
     else
-        text += " depends on rows " + dependenciesOf(input, status);
+        text += (status.dependsOn.size() == 1 ? " depends on row " : " depends on rows ") +
+                dependenciesOf(input, status);
     if (status.compliance > 0)
         text += fmt::format("; a compliance of {:.2g} would do", status.compliance);
     return text;

@@ -64,8 +64,8 @@ struct SolveOptions {
 
 struct SceneOptions {
     std::string kind;
-    std::vector<unsigned int> sizes; ///< as many as given; the kind has its own for the rest
-    std::string output;              ///< Matrix Market file to write, "-", or empty
+    std::vector<std::string> sizes; ///< as many as given; the kind has its own for the rest
+    std::string output;             ///< Matrix Market file to write, "-", or empty
     bool solve = false;
     SolverOptions solver;
     bool json = false;

@@ -2,6 +2,7 @@
 #include "Report.h"
 
 #include <cerrno>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <functional>
@@ -42,13 +43,35 @@ Subcommands addSubcommands(CLI::App& app)
     return all;
 }
 
+/// The part of a text between two others; the first of them may be empty.
+std::string between(const std::string& text, const std::string& before, const std::string& after)
+{
+    const std::size_t begin = text.find(before) + before.size();
+    return text.substr(begin, text.find(after, begin) - begin);
+}
+
+/// What the parser says, in words that do not need to know it: options have one value, flags none.
+std::string describe(const CLI::ParseError& error)
+{
+    std::string text = error.what();
+    if (dynamic_cast<const CLI::ConversionError*>(&error)) // numbers have been looked at before
+        return between(text, "convert: ", " = ") + " takes no value";
+    if (!dynamic_cast<const CLI::ArgumentMismatch*>(&error))
+        return text;
+    const bool missing = text.find("missing") != std::string::npos;
+    return between(text, "", ": ") + (missing ? " needs a value" : " is given more than once");
+}
+
 /// What is wrong with the command line, in one line.
 int usageError(const CLI::App& app, const CLI::ParseError& error)
 {
     const std::vector<std::string> unexpected = app.remaining(true);
     const std::string what =
-        unexpected.empty() ? error.what() : "unexpected '" + unexpected.front() + "'";
-    return refuse(what + "; 'orvel --help' shows the usage");
+        unexpected.empty() ? describe(error) : "unexpected '" + unexpected.front() + "'";
+    std::string command = "orvel";
+    for (const CLI::App* const subcommand : app.get_subcommands())
+        command += " " + subcommand->get_name();
+    return refuse(what + "; '" + command + " --help' shows the usage");
 }
 
 int run(int argc, char** argv)

@@ -5,7 +5,6 @@
 
 #include <fmt/core.h>
 
-#include <charconv>
 #include <filesystem>
 #include <numeric>
 #include <utility>
@@ -43,15 +42,24 @@ std::string describeFailure(const MatrixInput& input, const Status& status)
                               rowOf(input, status.block, status.row));
 }
 
+constexpr char kStandardInput[] = "/dev/stdin";
+
+/// A message that begins with the name of a file, with the one that the user gave it.
+std::string renamed(const std::string& message, const std::string& file, const std::string& name)
+{
+    return message.rfind(file, 0) == 0 ? name + message.substr(file.size()) : message;
+}
+
 Status readFiles(const MatrixOptions& options, MatrixInput& input)
 {
     const bool standardInput = options.matrix == "-";
     input.name = standardInput ? "standard input" : options.matrix;
     Progress progress("reading " + input.name);
     ScalarMatrix scalars;
-    Status status =
-        kyrOrvel::client::readMatrixMarket(standardInput ? "/dev/stdin" : options.matrix, scalars,
-                                           [&progress](double share) { progress.share(share); });
+    const std::string file = standardInput ? kStandardInput : options.matrix;
+    Status status = kyrOrvel::client::readMatrixMarket(
+        file, scalars, [&progress](double share) { progress.share(share); });
+    status.message = renamed(status.message, file, input.name);
     if (!status.ok())
         return status;
     progress.now("dividing into blocks");
@@ -72,11 +80,6 @@ Status readFiles(const MatrixOptions& options, MatrixInput& input)
     return {};
 }
 
-Status invalid(const std::string& message)
-{
-    return {StatusCode::InvalidInput, message, kyrOrvel::kNone, kyrOrvel::kNone};
-}
-
 /// How many entries a file of it has.
 std::size_t countEntries(const BlockMatrix<double>& A)
 {
@@ -91,20 +94,10 @@ std::size_t countEntries(const BlockMatrix<double>& A)
 
 Status makeScene(const std::vector<std::string>& words, MatrixInput& input)
 {
-    Sizes sizes;
-    for (std::size_t i = 1; i < words.size(); ++i) {
-        const char* const end = words[i].data() + words[i].size();
-        unsigned int size = 0;
-        const auto read = std::from_chars(words[i].data(), end, size);
-        if (read.ec != std::errc() || read.ptr != end)
-            return invalid("SIZE: '" + words[i] +
-                           "' is no whole number; 'orvel scene --help' shows the usage");
-        sizes.push_back(size);
-    }
     SceneKind kind;
-    const std::string wrong = findScene(words[0], sizes, kind);
+    const std::string wrong = findScene(words[0], {words.begin() + 1, words.end()}, kind);
     if (!wrong.empty())
-        return invalid(wrong);
+        return {StatusCode::InvalidInput, wrong, kyrOrvel::kNone, kyrOrvel::kNone};
     const Progress progress("making " + kind.name);
     Scene scene = kind.make();
     input.name = kind.name;

@@ -1,7 +1,10 @@
 #include "OptionTables.h"
 
+#include <fmt/core.h>
+
 #include <algorithm>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace orvel {
@@ -28,6 +31,22 @@ CLI::Validator oneOf(const std::vector<std::string>& names)
     return {check, ""};
 }
 
+template <class T> constexpr bool kIsWhole = std::is_integral<T>::value;
+
+/// Only numbers from `least` to `most` are taken.
+template <class T> CLI::Validator numberFrom(T least, T most)
+{
+    const auto check = [least, most](const std::string& given) {
+        T value = 0;
+        const bool taken =
+            CLI::detail::lexical_cast(given, value) && value >= least && value <= most;
+        return taken ? std::string()
+                     : fmt::format("'{}' is not a {} from {} to {}", given,
+                                   kIsWhole<T> ? "whole number" : "number", least, most);
+    };
+    return {check, ""};
+}
+
 void addFlag(CLI::App& command, const char* name, bool& value, const char* help)
 {
     command.add_flag(name, value, help);
@@ -44,7 +63,7 @@ void addNumber(CLI::App& command, const char* name, T& value, T least, T most, c
 {
     command.add_option(name, value, help)
         ->type_name(type)
-        ->check(CLI::Range(least, most).description(""))
+        ->check(numberFrom(least, most))
         ->capture_default_str();
 }
 
@@ -79,7 +98,7 @@ void addMatrix(CLI::App& command, MatrixOptions& options)
                         "instead of FILE a system that is built in, by the words that "
                         "orvel scene takes")
             ->type_name("KIND [SIZE]")
-            ->expected(1, 3)
+            ->expected(-1) // one at least
             ->excludes(file)
             ->excludes(blocks)
             ->excludes(find);

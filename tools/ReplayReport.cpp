@@ -161,11 +161,12 @@ void printReplayJson(const std::string& file, const Capture& capture, const Repl
         return hashOf(comparison, then.factored, a, now.factored, b);
     };
     Report json(true);
-    json.detail("file", file);
+    json.detail("input", file);
     json.detail("precision", shape.precision);
     json.detail("scalars", shape.scalars);
     json.detail("blocks", shape.blocks);
-    json.detail("ordinary", shape.ordinary);
+    json.detail("ordinaryBlocks", shape.ordinary);
+    json.detail("trailingBlocks", shape.blocks - shape.ordinary);
     json.detail("same", report.same());
     json.detail("status", {{"result", comparisonText(report.status)},
                            {"captured", statusOf(then.status)},

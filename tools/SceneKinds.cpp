@@ -5,14 +5,18 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cstddef>
 #include <iterator>
+#include <system_error>
 
 namespace orvel {
 
 using kyrOrvel::client::Scene;
 
 namespace {
+
+using Sizes = std::vector<unsigned int>;
 
 /// A size that a kind of scene has.
 struct Size {
@@ -81,22 +85,34 @@ std::string namesOfKinds()
     return names;
 }
 
-/// What is wrong with the sizes, or nothing.
-std::string checkSizes(const Kind& kind, const Sizes& sizes)
+/// Whether this is a size, and no more than that.
+bool readSize(const std::string& given, const Size& size, unsigned int& value)
 {
-    if (sizes.size() > kind.sizes.size())
-        return fmt::format("SIZE: a scene of kind {} has {}, not {}", kind.name, kind.sizes.size(),
-                           sizes.size());
-    for (std::size_t i = 0; i < sizes.size(); ++i) {
+    const char* const end = given.data() + given.size();
+    const auto read = std::from_chars(given.data(), end, value);
+    return read.ec == std::errc() && read.ptr == end && value >= size.smallest &&
+           value <= size.largest;
+}
+
+/// Reads the sizes that are given, and adds the usual ones for the rest.
+///
+/// @return  what is wrong with them, or nothing
+std::string readSizes(const Kind& kind, const std::vector<std::string>& given, Sizes& sizes)
+{
+    if (given.size() > kind.sizes.size())
+        return fmt::format("SIZE: a scene of kind {} has {} size{}, not {}", kind.name,
+                           kind.sizes.size(), kind.sizes.size() == 1 ? "" : "s", given.size());
+    for (std::size_t i = 0; i < kind.sizes.size(); ++i) {
         const Size& size = kind.sizes[i];
-        if (sizes[i] < size.smallest || sizes[i] > size.largest)
-            return fmt::format("{}: Value {} not in range {} to {}", size.name, sizes[i],
+        sizes.push_back(size.usual);
+        if (i < given.size() && !readSize(given[i], size, sizes[i]))
+            return fmt::format("{}: '{}' is not a whole number from {} to {}", size.name, given[i],
                                size.smallest, size.largest);
     }
     return "";
 }
 
-constexpr char kUsage[] = "; 'orvel scene --help' shows the usage";
+constexpr char kUsage[] = "; 'orvel scene --help' lists the kinds and their sizes";
 
 } // namespace
 
@@ -116,22 +132,21 @@ std::string describeScenes()
     return text;
 }
 
-std::string findScene(const std::string& kind, Sizes sizes, SceneKind& found)
+std::string findScene(const std::string& kind, const std::vector<std::string>& sizes,
+                      SceneKind& found)
 {
     const auto at = std::find_if(kinds().begin(), kinds().end(),
                                  [&](const Kind& known) { return kind == known.name; });
     if (at == kinds().end())
         return fmt::format("KIND: '{}' is none of {}{}", kind, namesOfKinds(), kUsage);
-    const std::string wrong = checkSizes(*at, sizes);
+    Sizes all;
+    const std::string wrong = readSizes(*at, sizes, all);
     if (!wrong.empty())
         return wrong + kUsage;
     std::string name = at->name;
-    for (std::size_t i = 0; i < at->sizes.size(); ++i) {
-        if (i == sizes.size())
-            sizes.push_back(at->sizes[i].usual);
-        name += fmt::format(" {}", sizes[i]);
-    }
-    found = {name, [make = at->make, sizes] { return make(sizes); }};
+    for (const unsigned int size : all)
+        name += fmt::format(" {}", size);
+    found = {name, [make = at->make, all] { return make(all); }};
     return "";
 }
 

@@ -9,8 +9,6 @@
 
 namespace orvel {
 
-using Sizes = std::vector<unsigned int>;
-
 /// A scene that can be made.
 struct SceneKind {
     std::string name; ///< the kind and its sizes
@@ -19,9 +17,10 @@ struct SceneKind {
 
 /// Finds a kind of scene by its name.
 ///
-/// @param sizes  as many as given; the kind has its own for the rest
+/// @param sizes  as many as given, in digits; the kind has its own for the rest
 /// @return       what is wrong with the kind or the sizes, or nothing
-std::string findScene(const std::string& kind, Sizes sizes, SceneKind& found);
+std::string findScene(const std::string& kind, const std::vector<std::string>& sizes,
+                      SceneKind& found);
 
 } // namespace orvel
 

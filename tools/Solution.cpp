@@ -54,11 +54,12 @@ Status solveInFloat(const BlockMatrix<double>& A, const std::vector<double>& b,
 {
     MixedLDLT solver;
     configure(solver.factorSolver(), options);
-    solver.compute(A);
+    solution.factorization = solver.compute(A);
     progress.now("solving");
     if (solver.info().ok() && solver.solve(b.data(), solution.x.data()).ok()) {
         solution.analysis = solver.factorSolver().analysis();
         solution.refinements = solver.statistics().refinementSteps;
+        solution.regularizedPivots = solver.statistics().regularizedPivots;
         solution.corrected = true;
     }
     return solver.info();
@@ -82,9 +83,28 @@ Status computeSolution(const BlockMatrix<double>& A, const std::vector<double>& 
     return {};
 }
 
+namespace {
+
+/// Of a factor in float: the pivots that it could not use. A singular matrix has some, and may be
+/// solved all the same.
+void reportRegularized(Report& report, const Solution& solution)
+{
+    const Status& status = solution.factorization;
+    report.detail("regularizedPivots", solution.regularizedPivots);
+    if (solution.regularizedPivots == 0)
+        return;
+    report.line("regularizedPivots", solution.regularizedPivots, "regularized pivots",
+                std::to_string(solution.regularizedPivots), status.message);
+    report.detail("regularized", describeStatus(status));
+}
+
+} // namespace
+
 void reportSolution(Report& report, const Solution& solution)
 {
     reportAnalysis(report, solution.analysis);
+    if (solution.corrected)
+        reportRegularized(report, solution);
     report.line("refinements", solution.refinements, "refinements",
                 std::to_string(solution.refinements),
                 solution.corrected ? "corrections in double of a factor in float" : "");

@@ -8,6 +8,7 @@
 #include <kyrOrvelClient/BlockMatrix>
 #include <kyrOrvelClient/Status>
 
+#include <cstddef>
 #include <vector>
 
 namespace orvel {
@@ -17,7 +18,9 @@ struct Solution {
     std::vector<double> x;
     kyrOrvel::client::Analysis analysis;
     int refinements = 0;
-    bool corrected = false; ///< a factor in float was corrected in double
+    bool corrected = false;                 ///< a factor in float was corrected in double
+    std::size_t regularizedPivots = 0;      ///< that float could not use
+    kyrOrvel::client::Status factorization; ///< Regularized says which
     Accuracy accuracy = {};
 };
 

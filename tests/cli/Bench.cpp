@@ -61,8 +61,8 @@ TEST(Bench, PeersThatWereNotBuiltInAreRefused)
 
 TEST(Bench, PeersGoWithoutOptionsForThisLibraryAlone)
 {
-    expectRefused({"bench", "--scene", "lattice", "2", "--peers", "--float"},
-                  "--float excludes --peers; 'orvel --help' shows the usage");
+    expectUsageError({"bench", "--scene", "lattice", "2", "--peers", "--float"},
+                     "--float excludes --peers", "orvel bench");
 }
 
 TEST(Bench, OfASingularMatrixFails)

@@ -47,9 +47,22 @@ TEST(Check, NamesRedundantRowsAndWhatTheyDependOn)
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_EQ(linesFrom(result.out, "  rank"),
               "  rank                 deficient  Singular\n"
-              "                                  row 4, of block 2, depends on rows 3; a "
+              "                                  row 4, of block 2, depends on row 3; a "
               "compliance of 3e-08 would do\n");
     EXPECT_NE(result.err.find("(row 4 of the matrix, counted from 1)"), std::string::npos);
+}
+
+// The third joint is the difference of the first two.
+TEST(Check, NamesSeveralRowsThatOneDependsOn)
+{
+    const support::Folder folder;
+    const std::string file = folder.write("m.mtx", std::string(kHeader) + "6 6 9\n"
+                                                                          "1 1 2\n2 2 2\n3 3 2\n"
+                                                                          "4 1 1\n4 2 -1\n"
+                                                                          "5 2 1\n5 3 -1\n"
+                                                                          "6 1 1\n6 3 -1\n");
+    const support::CommandResult result = orvel({"check", file});
+    EXPECT_NE(result.out.find(" depends on rows "), std::string::npos) << result.out;
 }
 
 TEST(Check, NamesRedundantRowsInJson)
@@ -77,9 +90,10 @@ TEST(Check, RefusesAnOrderingThatItDoesNotKnow)
 {
     const support::Folder folder;
     const std::string file = folder.write("m.mtx", kJoint);
-    expectRefused({"check", file, "--ordering", "alphabetic"},
-                  "--ordering: 'alphabetic' is none of automatic, constraint-aware, symamd, "
-                  "nested-dissection, natural or best; 'orvel --help' shows the usage");
+    expectUsageError({"check", file, "--ordering", "alphabetic"},
+                     "--ordering: 'alphabetic' is none of automatic, constraint-aware, symamd, "
+                     "nested-dissection, natural or best",
+                     "orvel check");
 }
 
 TEST(Check, RefusesAFileThatIsNotThere)

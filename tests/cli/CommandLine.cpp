@@ -2,16 +2,6 @@
 
 namespace cli {
 
-namespace {
-
-/// Wrong usage: what is wrong, and where to read on.
-void expectUsageError(const std::vector<std::string>& arguments, const std::string& what)
-{
-    expectRefused(arguments, what + "; 'orvel --help' shows the usage");
-}
-
-} // namespace
-
 TEST(CommandLine, VersionIsPrinted)
 {
     EXPECT_EQ(expectDone({"--version"}), "orvel " ORVEL_VERSION "\n");
@@ -19,80 +9,93 @@ TEST(CommandLine, VersionIsPrinted)
 
 TEST(CommandLine, NoSubcommandIsRefused)
 {
-    expectUsageError({}, "A subcommand is required");
+    expectUsageError({}, "A subcommand is required", "orvel");
 }
 
 TEST(CommandLine, UnknownSubcommandIsNamed)
 {
-    expectUsageError({"factor"}, "unexpected 'factor'");
+    expectUsageError({"factor"}, "unexpected 'factor'", "orvel");
 }
 
 TEST(CommandLine, UnknownOptionIsNamed)
 {
-    expectUsageError({"--fast"}, "unexpected '--fast'");
+    expectUsageError({"--fast"}, "unexpected '--fast'", "orvel");
 }
 
 TEST(CommandLine, UnknownOptionOfASubcommandIsNamed)
 {
-    expectUsageError({"solve", "a.mtx", "--fast"}, "unexpected '--fast'");
+    expectUsageError({"solve", "a.mtx", "--fast"}, "unexpected '--fast'", "orvel solve");
 }
 
 TEST(CommandLine, OptionOfAnotherSubcommandIsNamed)
 {
-    expectUsageError({"info", "a.mtx", "--rhs", "b"}, "unexpected '--rhs'");
+    expectUsageError({"info", "a.mtx", "--rhs", "b"}, "unexpected '--rhs'", "orvel info");
 }
 
 TEST(CommandLine, SolveWithoutAFileIsRefused)
 {
-    expectUsageError({"solve"}, "FILE or --scene is required");
+    expectUsageError({"solve"}, "FILE or --scene is required", "orvel solve");
 }
 
 TEST(CommandLine, InfoWithoutAFileIsRefused)
 {
-    expectUsageError({"info"}, "FILE or --scene is required");
+    expectUsageError({"info"}, "FILE or --scene is required", "orvel info");
 }
 
 TEST(CommandLine, SecondFileIsNamed)
 {
-    expectUsageError({"solve", "a.mtx", "b.mtx"}, "unexpected 'b.mtx'");
+    expectUsageError({"solve", "a.mtx", "b.mtx"}, "unexpected 'b.mtx'", "orvel solve");
 }
 
 TEST(CommandLine, TwoSubcommandsAreRefused)
 {
-    expectUsageError({"demo", "info"}, "unexpected 'info'");
+    expectUsageError({"demo", "info"}, "unexpected 'info'", "orvel demo");
 }
 
 TEST(CommandLine, OptionWithoutItsValueIsRefused)
 {
-    expectUsageError({"solve", "a.mtx", "--out"}, "--out: 1 required FILE missing");
+    expectUsageError({"solve", "a.mtx", "--out"}, "--out needs a value", "orvel solve");
+}
+
+TEST(CommandLine, OptionGivenTwiceIsRefused)
+{
+    expectUsageError({"solve", "a.mtx", "--threads", "2", "--threads", "3"},
+                     "--threads is given more than once", "orvel solve");
+}
+
+TEST(CommandLine, FlagWithAValueIsRefused)
+{
+    expectUsageError({"solve", "a.mtx", "--json=x"}, "--json takes no value", "orvel solve");
 }
 
 TEST(CommandLine, BlocksAndFindBlocksExcludeEachOther)
 {
     expectUsageError({"solve", "a.mtx", "--blocks", "b", "--find-blocks"},
-                     "--blocks excludes --find-blocks");
+                     "--blocks excludes --find-blocks", "orvel solve");
 }
 
 TEST(CommandLine, SegmentsBelowTheRangeAreRefused)
 {
-    expectUsageError({"demo", "--segments", "1"}, "--segments: Value 1 not in range 2 to 100000");
+    expectUsageError({"demo", "--segments", "1"},
+                     "--segments: '1' is not a whole number from 2 to 100000", "orvel demo");
 }
 
 TEST(CommandLine, SegmentsAboveTheRangeAreRefused)
 {
     expectUsageError({"demo", "--segments", "100001"},
-                     "--segments: Value 100001 not in range 2 to 100000");
+                     "--segments: '100001' is not a whole number from 2 to 100000", "orvel demo");
 }
 
 TEST(CommandLine, NegativeSegmentsAreRefused)
 {
-    expectUsageError({"demo", "--segments", "-3"}, "--segments: Value -3 not in range 2 to 100000");
+    expectUsageError({"demo", "--segments", "-3"},
+                     "--segments: '-3' is not a whole number from 2 to 100000", "orvel demo");
 }
 
 TEST(CommandLine, SegmentsThatAreNoNumberAreRefused)
 {
     expectUsageError({"demo", "--segments", "many"},
-                     "--segments: Value many not in range 2 to 100000");
+                     "--segments: 'many' is not a whole number from 2 to 100000", "orvel demo");
 }
 
 TEST(CommandLine, FullDeviceAsStandardOutputIsReported)

@@ -27,7 +27,7 @@ const std::string kMatrix =
     ".blocks, if there is one\n"
     "  --find-blocks Excludes: --blocks --scene\n"
     "                              find blocks by structure even if there is such a file\n"
-    "  --scene KIND [SIZE] Excludes: FILE --blocks --find-blocks\n"
+    "  --scene KIND [SIZE] ... Excludes: FILE --blocks --find-blocks\n"
     "                              instead of FILE a system that is built in, by the words that "
     "orvel scene takes\n";
 

@@ -75,6 +75,31 @@ TEST(Json, OfAPlotSaysWhatWasDrawn)
     EXPECT_EQ(json["pivots"]["negative"], 9);
 }
 
+TEST(Json, OfATreeHasTheOperationsOfTheFactorization)
+{
+    const support::Folder folder;
+    folder.write("m.blocks", "blocks 2 firstTrailing 2\n1 1");
+    const Json json =
+        jsonOf({"plot", folder.write("m.mtx", kSmallMatrix), "--output", folder.path("a.svg")});
+    EXPECT_EQ(json["operations"], 1);
+    EXPECT_EQ(json["tree"]["operations"], 1);
+}
+
+// Pictures of trees of nothing: by nodes, and by shares of the width.
+TEST(Json, OfATreeWithoutOperationsHasNone)
+{
+    for (const unsigned int rows : {2u, 5000u}) {
+        const support::Folder folder;
+        std::string matrix = kHeader + std::to_string(rows) + " " + std::to_string(rows) + " " +
+                             std::to_string(rows) + "\n";
+        for (unsigned int row = 1; row <= rows; ++row)
+            matrix += std::to_string(row) + " " + std::to_string(row) + " 1\n";
+        const Json json = jsonOf({"plot", folder.write("m.mtx", matrix), "--what", "tree",
+                                  "--output", folder.path("a.svg")});
+        EXPECT_EQ(json["tree"]["operations"], 0);
+    }
+}
+
 TEST(Json, OfAPlotSaysNoMoreThanWasLookedAt)
 {
     const support::Folder folder;

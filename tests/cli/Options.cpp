@@ -14,6 +14,20 @@ constexpr char kJoint[] = "%%MatrixMarket matrix coordinate real symmetric\n"
                           "1 1 2\n"
                           "2 1 4\n";
 
+/// Two joints between the same two bodies that say the same; the right-hand side A·(1, ..., 1)
+/// agrees with both.
+constexpr char kSameJointTwice[] = "%%MatrixMarket matrix coordinate real symmetric\n"
+                                   "4 4 6\n"
+                                   "1 1 4\n"
+                                   "2 2 4\n"
+                                   "3 1 1\n"
+                                   "3 2 -1\n"
+                                   "4 1 1\n"
+                                   "4 2 -1\n";
+
+constexpr char kReplaced[] = "1 pivot was too small or of the wrong sign and replaced, the first "
+                             "in row 1 of block 2; solutions are refined";
+
 } // namespace
 
 TEST(Options, SolveReportsInJson)
@@ -81,6 +95,40 @@ TEST(Options, ThreadsAndSinglePrecisionSolveToTheSameAccuracy)
     }
 }
 
+TEST(Options, SinglePrecisionTellsOfPivotsThatItReplaced)
+{
+    const support::Folder folder;
+    const std::string file = folder.write("m.mtx", kSameJointTwice);
+    const std::string report = expectDone({"solve", file, "--float"});
+    EXPECT_EQ(linesFrom(report, "  regularized").substr(0, 34 + sizeof kReplaced),
+              std::string("  regularized pivots           1  ") + kReplaced + "\n");
+}
+
+TEST(Options, SinglePrecisionTellsOfPivotsThatItReplacedInJson)
+{
+    const support::Folder folder;
+    const std::string file = folder.write("m.mtx", kSameJointTwice);
+    const std::string report = expectDone({"solve", file, "--float", "--json"});
+    EXPECT_NE(report.find("  \"regularizedPivots\": 1,\n"
+                          "  \"regularized\": {\n"
+                          "    \"status\": \"Regularized\",\n"
+                          "    \"message\": \"" +
+                          std::string(kReplaced) +
+                          "\",\n"
+                          "    \"block\": 2,\n"
+                          "    \"row\": 1\n"
+                          "  },\n"),
+              std::string::npos)
+        << report;
+}
+
+TEST(Options, SinglePrecisionReplacesNoPivotWithoutNeed)
+{
+    const std::string report = expectDone({"solve", "--scene", "rope", "2", "--float", "--json"});
+    EXPECT_NE(report.find("  \"regularizedPivots\": 0,\n  \"refinements\""), std::string::npos)
+        << report;
+}
+
 TEST(Options, NoRefinementIsMadeWhereNoneIsWanted)
 {
     const support::Folder folder;
@@ -94,9 +142,27 @@ TEST(Options, NumbersOutOfRangeAreRefused)
     for (const auto& [option, value, range] :
          {std::tuple{"--threads", "0", "1 to 255"}, std::tuple{"--threads", "256", "1 to 255"},
           std::tuple{"--refine", "-1", "0 to 100"}, std::tuple{"--refine", "101", "0 to 100"}})
-        EXPECT_EQ(orvel({"solve", "m.mtx", option, value}).err,
-                  std::string("orvel: ") + option + ": Value " + value + " not in range " + range +
-                      "; 'orvel --help' shows the usage\n");
+        expectUsageError({"solve", "m.mtx", option, value},
+                         std::string(option) + ": '" + value + "' is not a whole number from " +
+                             range,
+                         "orvel solve");
+}
+
+TEST(Options, SecondsThatAreNoNumberAreRefused)
+{
+    for (const std::string seconds : {"0,5", "nan", "", "1 s", "0"})
+        expectUsageError({"bench", "m.mtx", "--seconds", seconds},
+                         "--seconds: '" + seconds + "' is not a number from 0.001 to 3600",
+                         "orvel bench");
+}
+
+TEST(Options, EmptyStandardInputIsNamed)
+{
+    const support::CommandResult result =
+        support::runCommand("/bin/sh", {"-c", "'" ORVEL_PROGRAM "' solve - < /dev/null"}, "");
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_EQ(result.err, "orvel: standard input:1: not a Matrix Market file: the first line "
+                          "should be '%%MatrixMarket matrix coordinate real symmetric'\n");
 }
 
 TEST(Options, DashReadsStandardInput)

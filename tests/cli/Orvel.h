@@ -56,6 +56,13 @@ inline void expectRefused(const std::vector<std::string>& arguments, const std::
     expectFailure(arguments, 2, message);
 }
 
+/// Wrong usage: what is wrong, and which help to read.
+inline void expectUsageError(const std::vector<std::string>& arguments, const std::string& what,
+                             const std::string& command)
+{
+    expectRefused(arguments, what + "; '" + command + " --help' shows the usage");
+}
+
 /// A matrix file that no subcommand reads: all refuse it alike.
 inline void expectRefusedByAll(const std::string& matrix, const std::string& message)
 {

@@ -16,31 +16,29 @@ constexpr char kLooseMessage[] =
     "whatever its values; couple it to an ordinary block, give it a diagonal block (a compliance), "
     "or leave it out (it begins at row 2 of the matrix, counted from 1)";
 
-void expectUsageError(const std::vector<std::string>& arguments, const std::string& what)
-{
-    expectRefused(arguments, what + "; 'orvel --help' shows the usage");
-}
-
 } // namespace
 
 TEST(PlotFailure, UnknownKindIsRefusedWithTheKnownOnes)
 {
     expectUsageError({"plot", "a.mtx", "--what", "graph"},
-                     "--what: 'graph' is none of pattern, factor, tree, pivots, timeline or all");
+                     "--what: 'graph' is none of pattern, factor, tree, pivots, timeline or all",
+                     "orvel plot");
 }
 
 TEST(PlotFailure, UnknownOrderingIsRefusedWithTheKnownOnes)
 {
     expectUsageError({"plot", "a.mtx", "--ordering", "random"},
                      "--ordering: 'random' is none of automatic, constraint-aware, symamd, "
-                     "nested-dissection, natural or best");
+                     "nested-dissection, natural or best",
+                     "orvel plot");
 }
 
 TEST(PlotFailure, ThreadsOutsideTheRangeAreRefused)
 {
     for (const std::string threads : {"0", "256", "-1", "many"})
         expectUsageError({"plot", "a.mtx", "--threads", threads},
-                         "--threads: Value " + threads + " not in range 1 to 255");
+                         "--threads: '" + threads + "' is not a whole number from 1 to 255",
+                         "orvel plot");
 }
 
 // Before the matrix is read: it is not there.

@@ -64,12 +64,12 @@ TEST(PlotText, SmallSystemIsDrawnBlockByBlock)
               "       ■ ordinary  ● coupling  ▲ trailing  □ fill-in\n"
               "\n"
               "Elimination tree\n"
-              "3 nodes, 2 leaves, 2 levels, 1 root; operations: 3, 67 % of them on the longest\n"
+              "3 nodes, 2 leaves, 2 levels, 1 root; operations: 2, 50 % of them on the longest\n"
               "  way from leaf to root\n"
               "position: block, share of the operations\n"
-              "2: trailing block 2, 33 %\n"
-              "├─ 1: ordinary block 1, 33 %\n"
-              "└─ 0: ordinary block 0, 33 %\n"
+              "2: trailing block 2, 0 %\n"
+              "├─ 1: ordinary block 1, 50 %\n"
+              "└─ 0: ordinary block 0, 50 %\n"
               "\n"
               "Pivots\n"
               "3 pivots: 2 positive, 1 negative, 0 zero; smallest -0.75 (block 2, row 0),\n"
@@ -113,9 +113,23 @@ TEST(PlotText, ForestIsListedTreeByTree)
         textOf(std::string(kHeader) + "3 3 4\n1 1 1\n2 2 1\n3 3 2\n3 1 1\n", "C",
                {"--what", "tree", "--ordering", "natural"}, "blocks 3 firstTrailing 3\n1 1 1");
     EXPECT_EQ(linesFrom(text, "position"), "position: block, share of the operations\n"
-                                           "2: ordinary block 1, 33 %\n"
-                                           "1: ordinary block 2, 33 %\n"
-                                           "`- 0: ordinary block 0, 33 %\n");
+                                           "2: ordinary block 1, 0 %\n"
+                                           "1: ordinary block 2, 0 %\n"
+                                           "`- 0: ordinary block 0, 100 %\n");
+}
+
+// 1 .
+// . 1
+TEST(PlotText, SystemWithoutOperationsHasATreeOfNone)
+{
+    const std::string text = textOf(std::string(kHeader) + "2 2 2\n1 1 1\n2 2 1\n", "C",
+                                    {"--what", "tree"}, "blocks 2 firstTrailing 2\n1 1");
+    EXPECT_EQ(linesFrom(text, "2 nodes"), "2 nodes, 2 leaves, 1 level, 2 roots; operations: 0, "
+                                          "0 % of them on the longest\n"
+                                          "  way from leaf to root\n"
+                                          "position: block, share of the operations\n"
+                                          "1: ordinary block 1, 0 %\n"
+                                          "0: ordinary block 0, 0 %\n");
 }
 
 // As many zeros as make a matrix singular are named.
@@ -143,6 +157,16 @@ TEST(PlotText, TinyPivotsAreNamed)
     const std::string text = textOf(std::string(kHeader) + "2 2 2\n1 1 1\n2 2 1e-15\n", "C",
                                     {"--what", "pivots"}, "blocks 2 firstTrailing 2\n1 1");
     EXPECT_EQ(linesFrom(text, "tiny"), "tiny: 1e-15 in block 1, row 0\n");
+}
+
+TEST(PlotText, LevelsWithoutOperationsHaveNoBars)
+{
+    std::string matrix = std::string(kHeader) + "50 50 50\n";
+    for (int row = 1; row <= 50; ++row)
+        matrix += std::to_string(row) + " " + std::to_string(row) + " 1\n";
+    EXPECT_EQ(linesFrom(textOf(matrix, "C", {"--what", "tree"}), " from depth"),
+              " from depth      nodes  operations\n"
+              "          0         50      0.0 %\n");
 }
 
 TEST(PlotText, ChainOfManyBlocksIsADiagonal)

@@ -191,12 +191,13 @@ TEST(Replay, JsonHoldsTheSame)
     const std::string file = solvedFile<double>(folder);
     const std::string status = statusJson("Ok", "null", "null", "0", "");
     EXPECT_EQ(expectDone({"replay", file, "--json"}),
-              "{\n  \"file\": \"" + file +
+              "{\n  \"input\": \"" + file +
                   "\",\n"
                   "  \"precision\": \"double\",\n"
                   "  \"scalars\": 2,\n"
                   "  \"blocks\": 2,\n"
-                  "  \"ordinary\": 2,\n"
+                  "  \"ordinaryBlocks\": 2,\n"
+                  "  \"trailingBlocks\": 0,\n"
                   "  \"same\": true,\n" +
                   member("status", "same", status, status) + "  \"order\": \"same\",\n" +
                   sameHash("pattern", kPatternHash) + sameHash("L", kLHash) +
@@ -222,9 +223,9 @@ TEST(Replay, QuotesInAFileNameAreEscapedInJson)
     const support::Folder folder;
     const std::string file = folder.path("a\"b\\c\n");
     std::filesystem::rename(solvedFile<double>(folder), file);
-    const std::string named = "  \"file\": \"" + folder.path(R"(a\"b\\c\n)") + "\"";
+    const std::string named = "  \"input\": \"" + folder.path(R"(a\"b\\c\n)") + "\"";
     EXPECT_EQ(
-        linesFrom(expectDone({"replay", file, "--json"}), "  \"file\"").substr(0, named.size()),
+        linesFrom(expectDone({"replay", file, "--json"}), "  \"input\"").substr(0, named.size()),
         named);
 }
 

@@ -31,11 +31,11 @@ std::vector<std::string> sceneArguments(const std::vector<std::string>& scene,
     return arguments;
 }
 
-/// Wrong usage of the subcommand.
+/// A kind or sizes that there are not.
 void expectSceneRefused(std::vector<std::string> arguments, const std::string& what)
 {
     arguments.insert(arguments.begin(), "scene");
-    expectRefused(arguments, what + "; 'orvel scene --help' shows the usage");
+    expectRefused(arguments, what + "; 'orvel scene --help' lists the kinds and their sizes");
 }
 
 } // namespace
@@ -217,28 +217,28 @@ TEST(Scene, UnknownKindIsNamedAmongTheKnown)
 
 TEST(Scene, NoKindIsRefused)
 {
-    expectRefused({"scene"}, "KIND is required; 'orvel --help' shows the usage");
+    expectUsageError({"scene"}, "KIND is required", "orvel scene");
 }
 
 TEST(Scene, MoreSizesThanTheKindHasAreRefused)
 {
-    expectSceneRefused({"net", "3", "4"}, "SIZE: a scene of kind net has 1, not 2");
-    expectSceneRefused({"wall", "3", "4", "5"}, "SIZE: a scene of kind wall has 2, not 3");
+    expectSceneRefused({"net", "3", "4"}, "SIZE: a scene of kind net has 1 size, not 2");
+    expectSceneRefused({"wall", "3", "4", "5"}, "SIZE: a scene of kind wall has 2 sizes, not 3");
 }
 
 TEST(Scene, SizesOutsideTheRangeAreRefusedByName)
 {
-    expectSceneRefused({"rope", "0"}, "SEGMENTS: Value 0 not in range 1 to 100000");
-    expectSceneRefused({"tracks", "19"}, "SHOES: Value 19 not in range 20 to 50000");
-    expectSceneRefused({"elasticity", "51"}, "NODES: Value 51 not in range 2 to 50");
-    expectSceneRefused({"wall", "3", "301"}, "HEIGHT: Value 301 not in range 1 to 300");
+    expectSceneRefused({"rope", "0"}, "SEGMENTS: '0' is not a whole number from 1 to 100000");
+    expectSceneRefused({"tracks", "19"}, "SHOES: '19' is not a whole number from 20 to 50000");
+    expectSceneRefused({"elasticity", "51"}, "NODES: '51' is not a whole number from 2 to 50");
+    expectSceneRefused({"wall", "3", "301"}, "HEIGHT: '301' is not a whole number from 1 to 300");
 }
 
 TEST(Scene, SizesThatAreNoNumbersAreRefused)
 {
-    for (const char* const size : {"many", "-3", "4294967297", "2.5"})
-        expectRefused({"scene", "rope", size}, std::string("Could not convert: SIZE = ") + size +
-                                                   "; 'orvel --help' shows the usage");
+    for (const std::string size : {"many", "-3", "4294967297", "99999999999999999999", "2.5", ""})
+        expectSceneRefused({"rope", size},
+                           "SEGMENTS: '" + size + "' is not a whole number from 1 to 100000");
 }
 
 // More than a buffer holds, so that some of it fails before the end.

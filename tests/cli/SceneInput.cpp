@@ -97,24 +97,25 @@ TEST(SceneInput, UnknownKindsAndSizesAreRefused)
     for (const char* const command : {"solve", "info", "check", "bench", "plot"}) {
         expectRefused({command, "--scene", "castle"},
                       "KIND: 'castle' is none of rope, chain, bridge, ragdolls, net, wall, tracks, "
-                      "lattice, posegraph, elasticity; 'orvel scene --help' shows the usage");
+                      "lattice, posegraph, elasticity; 'orvel scene --help' lists the kinds and "
+                      "their sizes");
         expectRefused({command, "--scene", "rope", "0"},
-                      "SEGMENTS: Value 0 not in range 1 to 100000; 'orvel scene --help' shows the "
-                      "usage");
-        expectRefused({command, "--scene", "rope", "2.5"},
-                      "SIZE: '2.5' is no whole number; 'orvel scene --help' shows the usage");
+                      "SEGMENTS: '0' is not a whole number from 1 to 100000; 'orvel scene --help' "
+                      "lists the kinds and their sizes");
         expectRefused({command, "--scene", "rope", "2", "3"},
-                      "SIZE: a scene of kind rope has 1, not 2; 'orvel scene --help' shows the "
-                      "usage");
+                      "SIZE: a scene of kind rope has 1 size, not 2; 'orvel scene --help' lists "
+                      "the kinds and their sizes");
+        expectRefused({command, "--scene", "wall", "2", "3", "4", "5"},
+                      "SIZE: a scene of kind wall has 2 sizes, not 4; 'orvel scene --help' lists "
+                      "the kinds and their sizes");
     }
 }
 
 TEST(SceneInput, AndAFileAreTooMuch)
 {
-    expectRefused({"plot", "m.mtx", "--scene", "rope"},
-                  "FILE excludes --scene; 'orvel --help' shows the usage");
-    expectRefused({"solve", "--scene", "rope", "--find-blocks"},
-                  "--find-blocks excludes --scene; 'orvel --help' shows the usage");
+    expectUsageError({"plot", "m.mtx", "--scene", "rope"}, "FILE excludes --scene", "orvel plot");
+    expectUsageError({"solve", "--scene", "rope", "--find-blocks"},
+                     "--find-blocks excludes --scene", "orvel solve");
 }
 
 } // namespace cli

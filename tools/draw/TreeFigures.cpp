@@ -25,9 +25,8 @@ std::vector<std::uint64_t> workOf(const PlotSubject& subject)
         std::uint64_t height = 0;
         for (unsigned int e = columns.rowStart[k] + 1; e < columns.rowStart[k + 1]; ++e)
             height += subject.matrix.blockSize(order[columns.columnIndices[e]]);
-        const std::uint64_t operations =
+        work[k] =
             width * (height * (height + 1) / 2 + height * width / 2) + width * width * width / 6;
-        work[k] = std::max<std::uint64_t>(operations, 1);
     }
     return work;
 }
@@ -36,7 +35,6 @@ std::vector<std::uint64_t> workOf(const PlotSubject& subject)
 void addUpwards(TreeFigures& tree)
 {
     std::vector<std::uint64_t> way = tree.work; // the most work on a way from a leaf to here
-    tree.subtreeWork = tree.work;
     tree.leaves.assign(tree.numNodes(), 0);
     for (unsigned int k = 0; k < tree.numNodes(); ++k) {
         tree.leaves[k] = std::max(tree.leaves[k], 1u);
@@ -51,7 +49,6 @@ void addUpwards(TreeFigures& tree)
             continue;
         }
         tree.leaves[parent] += tree.leaves[k];
-        tree.subtreeWork[parent] += tree.subtreeWork[k];
         way[parent] = std::max(way[parent], way[k] + tree.work[parent]);
     }
 }
@@ -67,6 +64,11 @@ void findDepths(TreeFigures& tree)
 }
 
 } // namespace
+
+double TreeFigures::shareOf(std::uint64_t part) const
+{
+    return totalWork == 0 ? 0 : static_cast<double>(part) / static_cast<double>(totalWork);
+}
 
 TreeFigures treeFiguresOf(const PlotSubject& subject)
 {
@@ -88,13 +90,11 @@ TreeFigures treeFiguresOf(const PlotSubject& subject)
 
 std::string describeTree(const TreeFigures& tree)
 {
-    const double onTheWay = static_cast<double>(tree.longestWay) /
-                            static_cast<double>(std::max<std::uint64_t>(tree.totalWork, 1));
     return fmt::format(
         "{}, {}, {}, {}; operations: {}, {:.0f} % of them on the longest way from leaf to root",
         counted(tree.numNodes(), "node", "nodes"), counted(tree.numLeaves, "leaf", "leaves"),
         counted(tree.height, "level", "levels"), counted(tree.numRoots, "root", "roots"),
-        amount(tree.totalWork), 100 * onTheWay);
+        amount(tree.totalWork), 100 * tree.shareOf(tree.longestWay));
 }
 
 } // namespace orvel

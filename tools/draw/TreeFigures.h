@@ -14,10 +14,9 @@ struct TreeFigures {
     std::vector<unsigned int> parent; ///< a root is its own
     std::vector<unsigned int> depth;  ///< of a root 0
     std::vector<unsigned int> leaves; ///< below a node; of a leaf 1
-    /// Multiply-subtract pairs to factor a node and to form its updates; 1 at least.
+    /// Multiply-subtract pairs to factor a node and to form its updates.
     std::vector<std::uint64_t> work;
-    std::vector<std::uint64_t> subtreeWork; ///< of a node and all its descendants
-    std::vector<unsigned int> owner;        ///< the thread that factors a node; 0 without threads
+    std::vector<unsigned int> owner; ///< the thread that factors a node; 0 without threads
 
     unsigned int numThreads = 1;
     unsigned int numRoots = 0;
@@ -29,6 +28,7 @@ struct TreeFigures {
     std::uint64_t longestWay = 0;         ///< the most work on a way from a leaf to a root
 
     unsigned int numNodes() const { return static_cast<unsigned int>(parent.size()); }
+    double shareOf(std::uint64_t part) const; ///< of the total work; 0 where there is none
     bool isRoot(unsigned int node) const { return parent[node] == node; }
 };
 

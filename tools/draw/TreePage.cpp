@@ -44,13 +44,24 @@ Colour colourOfOwner(unsigned int owner)
     return mix(kOwners[owner % kNumOwnerColours], kWhite, 0.3 * (round % 3));
 }
 
+/// A node that takes no operations is drawn as if it took one.
+std::uint64_t extentOf(std::uint64_t work)
+{
+    return std::max<std::uint64_t>(work, 1);
+}
+
+double logarithmOf(std::uint64_t work)
+{
+    return std::log(static_cast<double>(extentOf(work)));
+}
+
 Colour colourOfNode(const TreeFigures& tree, unsigned int node)
 {
     if (tree.numThreads > 1)
         return colourOfOwner(tree.owner[node]);
-    const double least = std::log(static_cast<double>(tree.leastWork));
-    const double most = std::log(static_cast<double>(tree.mostWork));
-    const double here = std::log(static_cast<double>(tree.work[node]));
+    const double least = logarithmOf(tree.leastWork);
+    const double most = logarithmOf(tree.mostWork);
+    const double here = logarithmOf(tree.work[node]);
     const double share = most <= least ? 1 : (here - least) / (most - least);
     return mix(kLightest, kDarkest, share);
 }
@@ -148,19 +159,35 @@ private:
     double m_largest; ///< radius
 };
 
+/// What a node and all its descendants take of the width.
+std::vector<std::uint64_t> subtreeExtents(const TreeFigures& tree)
+{
+    std::vector<std::uint64_t> extents(tree.numNodes());
+    for (unsigned int k = 0; k < tree.numNodes(); ++k) {
+        extents[k] += extentOf(tree.work[k]);
+        if (!tree.isRoot(k))
+            extents[tree.parent[k]] += extents[k];
+    }
+    return extents;
+}
+
 /// Every node as wide as its subtree's share of the work, children below their parent. What is
 /// missing below a node is its own share. Of several nodes in a pixel the one with most work shows.
 void drawProfile(Canvas& canvas, const TreeFigures& tree)
 {
     constexpr auto columns = static_cast<unsigned int>(kWidth);
     constexpr auto rows = static_cast<unsigned int>(kPanel);
-    const std::vector<std::uint64_t> begin = beginsOf(tree, tree.subtreeWork);
-    const double scale = columns / static_cast<double>(tree.totalWork);
+    const std::vector<std::uint64_t> extents = subtreeExtents(tree);
+    const std::vector<std::uint64_t> begin = beginsOf(tree, extents);
+    std::uint64_t total = 0;
+    for (unsigned int k = 0; k < tree.numNodes(); ++k)
+        total += extentOf(tree.work[k]);
+    const double scale = columns / static_cast<double>(total);
     const double level = static_cast<double>(rows) / tree.height;
     std::vector<unsigned int> shown(std::size_t(columns) * rows, kyrOrvel::kNone);
     for (unsigned int k = 0; k < tree.numNodes(); ++k) {
         const auto left = static_cast<unsigned int>(scale * static_cast<double>(begin[k]));
-        const double end = scale * static_cast<double>(begin[k] + tree.subtreeWork[k]);
+        const double end = scale * static_cast<double>(begin[k] + extents[k]);
         const unsigned int right =
             std::min(columns, std::max(left + 1, static_cast<unsigned int>(end)));
         const auto top = static_cast<unsigned int>(level * tree.depth[k]);
@@ -212,9 +239,8 @@ void drawOwners(Canvas& canvas, double y, const TreeFigures& tree)
     double x = kLeft;
     for (unsigned int t = 0; t < std::min(tree.numThreads, kMostOwnerKeys); ++t)
         x = drawLegend(canvas, x, y,
-                       {{colourOfOwner(t), fmt::format("thread {}: {:.0f} %", t,
-                                                       100 * static_cast<double>(work[t]) /
-                                                           static_cast<double>(tree.totalWork))}}) -
+                       {{colourOfOwner(t),
+                         fmt::format("thread {}: {:.0f} %", t, 100 * tree.shareOf(work[t]))}}) -
             10;
     if (tree.numThreads > kMostOwnerKeys)
         canvas.text(x, y - 1, "...", 11);

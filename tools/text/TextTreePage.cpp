@@ -22,7 +22,7 @@ constexpr double kBar = 40;
 
 double percent(std::uint64_t part, const TreeFigures& tree)
 {
-    return 100 * static_cast<double>(part) / static_cast<double>(tree.totalWork);
+    return 100 * tree.shareOf(part);
 }
 
 std::string describeNode(const PlotSubject& subject, const TreeFigures& tree, unsigned int node)
@@ -74,7 +74,8 @@ std::string profile(const TreeFigures& tree, Letters letters)
         ++nodes[band];
         work[band] += tree.work[k];
     }
-    const std::uint64_t most = *std::max_element(work.begin(), work.end());
+    const std::uint64_t most =
+        std::max<std::uint64_t>(*std::max_element(work.begin(), work.end()), 1);
     std::string text = " from depth      nodes  operations\n";
     for (unsigned int band = 0; band < bands; ++band) {
         const std::uint64_t first = (std::uint64_t(band) * tree.height + bands - 1) / bands;
