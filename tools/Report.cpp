@@ -78,7 +78,8 @@ Accuracy accuracyOf(const BlockMatrix<double>& A, const std::vector<double>& b,
 std::string describeOrder(const Analysis& analysis)
 {
     const std::string placed =
-        analysis.earlyBlocks > 0
+        analysis.free ? ", trailing blocks, all of them soft, wherever fill is least"
+        : analysis.earlyBlocks > 0
             ? ", trailing blocks behind the ordinary blocks that they couple to, " +
                   std::to_string(analysis.earlyBlocks) + " of them behind the first"
             : ", trailing blocks behind the ordinary blocks that they couple to";

@@ -138,7 +138,7 @@ template <class T> Status AnalyzedSystem<T>::order(const EarlyRule* rule, Orderi
     const unsigned int n = pattern.numBlockRows();
     analysis.method = ordering.method;
     analysis.earlyBlocks = ordering.earlyBlocks;
-    free = ordering.free;
+    analysis.free = ordering.free;
     analysis.order.assign(ordering.permutation.P, ordering.permutation.P + n);
     analysis.position.resize(n);
     for (unsigned int k = 0; k < n; ++k)

@@ -31,7 +31,6 @@ public:
     /// Per block: whether it is a trailing one before an ordinary one that it couples to, and may
     /// be moved behind that.
     std::vector<unsigned char> early;
-    bool free = false; ///< whether trailing blocks are early for their compliance
     bool analyzed = false;
     bool compliant = false; ///< whether data.matrix holds compliances
 

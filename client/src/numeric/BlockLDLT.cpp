@@ -193,7 +193,7 @@ template <class T> PivotDemands BlockLDLT<T>::Impl::demands() const
     result.signs = settings.signs == Signs::Expected && system().signsAreKnown;
     if (system().canOrderLater())
         result.early = &system().early;
-    if (system().free)
+    if (system().analysis.free)
         result.earlyShare = double(softShare<T>());
     return result;
 }
