@@ -4,10 +4,15 @@
 
 namespace cli {
 
-// X X . X X    Rows 1 and 2 couple to each other and to the same others, so do 4 and 5, which have
-// X X . X X    no diagonal: three blocks. L has the blocks of A. Of the estimate w·(h(h+1)/2 +
-// hw/2) . . X . .    + w³/6 for w columns over h rows, the first block has 2·(3 + 2) + 1
-// operations, the X X . . .    last one. X X . . .
+// Rows 1 and 2 couple to each other and to the same others, so do 4 and 5, which have no diagonal:
+// three blocks. L has the blocks of A. Of the estimate w·(h(h+1)/2 + hw/2) + w³/6 for w columns
+// over h rows, the first block has 2·(3 + 2) + 1 operations, the last one 1.
+//
+// X X . X X
+// X X . X X
+// . . X . .
+// X X . . .
+// X X . . .
 TEST(Info, BlocksAreFoundByStructure)
 {
     const support::Folder folder;

@@ -1,12 +1,11 @@
 // The factorization on threads to the last bit: it is the sum that its schedule describes, whatever
 // the timing.
 
-#include "detail/FactorPath.h"
-
 #include "Problem.h"
 #include "Soak.h"
 
 #include "support/FactorComparison.h"
+#include "support/FactorPaths.h"
 #include "support/Scalars.h"
 
 #include <gtest/gtest.h>
@@ -150,7 +149,6 @@ TYPED_TEST(FactorMFBits, OfHardValuesAreThoseOfTheScheduleDoneInSequence)
 
 TYPED_TEST(FactorMFBits, OfLargeBlocksAreThoseOfTheScheduleDoneInSequenceOnEveryProcessor)
 {
-    using kyrOrvel::detail::FactorPath;
     for (unsigned int seed = 1; seed <= 8; ++seed) {
         SCOPED_TRACE(seed);
         Random random(700 + seed);
@@ -162,14 +160,7 @@ TYPED_TEST(FactorMFBits, OfLargeBlocksAreThoseOfTheScheduleDoneInSequenceOnEvery
                     value = random.nastyScalar<TypeParam>();
         Problem<TypeParam> problem(std::move(system));
         problem.map(2);
-        for (const FactorPath path :
-             {FactorPath::Plain, FactorPath::Baseline, FactorPath::Avx2, FactorPath::Avx512}) {
-            if (!isAvailable(path))
-                continue;
-            SCOPED_TRACE(int(path));
-            setFactorPath(path); // the last one is the best, as before
-            this->expectPlainResult(problem);
-        }
+        support::forEachInstructionSet([&] { this->expectPlainResult(problem); });
     }
 }
 

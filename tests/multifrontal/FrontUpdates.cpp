@@ -1,11 +1,10 @@
 // The updates of fronts by their sizes, on every instruction set: each front is the sum that its
 // schedule describes, to the last bit.
 
-#include "detail/FactorPath.h"
-
 #include "Problem.h"
 
 #include "support/FactorComparison.h"
+#include "support/FactorPaths.h"
 #include "support/Scalars.h"
 
 #include <gtest/gtest.h>
@@ -13,7 +12,6 @@
 #include <vector>
 
 using kyrOrvel::Orvel;
-using kyrOrvel::detail::FactorPath;
 using support::PlainFactors;
 using support::Problem;
 using support::Random;
@@ -43,15 +41,10 @@ protected:
         problem.use(
             support::listedOneByOne(std::vector<unsigned char>(problem.system.sizes.size(), 0), 1));
         const PlainFactors<T> expected = problem.plainFactors();
-        for (const FactorPath path :
-             {FactorPath::Plain, FactorPath::Baseline, FactorPath::Avx2, FactorPath::Avx512}) {
-            if (!isAvailable(path))
-                continue;
-            SCOPED_TRACE(int(path));
-            setFactorPath(path); // the last one is the best, as before
+        support::forEachInstructionSet([&] {
             Orvel::factorMF(problem.data);
             EXPECT_TRUE(support::sameFactors(problem.data, expected));
-        }
+        });
     }
 };
 TYPED_TEST_SUITE(FrontUpdates, support::Scalars);

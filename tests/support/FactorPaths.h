@@ -15,6 +15,19 @@ namespace support {
 using kyrOrvel::detail::FactorPath;
 using kyrOrvel::detail::FactorSchedule;
 
+/// Runs something on every instruction set that there is, and leaves the best one in use.
+template <class F> void forEachInstructionSet(F f)
+{
+    for (const FactorPath path :
+         {FactorPath::Plain, FactorPath::Baseline, FactorPath::Avx2, FactorPath::Avx512}) {
+        if (!isAvailable(path))
+            continue;
+        SCOPED_TRACE(int(path));
+        setFactorPath(path);
+        f();
+    }
+}
+
 /// Runs something on every instruction set and schedule that the serial factorization has, and
 /// makes systems for it.
 template <class T> class FactorPaths : public testing::Test {
@@ -29,12 +42,7 @@ protected:
 
     template <class F> static void forEachPath(F f)
     {
-        for (const FactorPath path :
-             {FactorPath::Plain, FactorPath::Baseline, FactorPath::Avx2, FactorPath::Avx512}) {
-            SCOPED_TRACE(int(path));
-            if (!isAvailable(path))
-                continue;
-            setFactorPath(path);
+        forEachInstructionSet([&] {
             for (const FactorSchedule schedule :
                  {FactorSchedule::Rows, FactorSchedule::Panels, FactorSchedule::WidePanels,
                   FactorSchedule::Automatic}) {
@@ -42,7 +50,7 @@ protected:
                 setFactorSchedule(schedule);
                 f();
             }
-        }
+        });
     }
 
     /// Closed patterns with blocks of up to 8 scalars and values that are hard now and then.

@@ -1,3 +1,4 @@
+#include "support/CountingTree.h"
 #include "support/Forests.h"
 #include "support/Patterns.h"
 
@@ -316,23 +317,11 @@ TEST(GraphBreadthFirstSearch, LargeTreeKeepsItsStorageAndForgetsItsContents)
     EXPECT_EQ(tree.roots, (Words{0}));
 }
 
-/// Counts what the search asks of it.
-class CountingTree : public Tree {
-public:
-    void allocateMemory(unsigned int n) override
-    {
-        ++allocations;
-        Tree::allocateMemory(n);
-    }
-
-    int allocations = 0;
-};
-
 TEST(GraphBreadthFirstSearch, TreeOfExactlyEnoughNodesIsNotAllocatedAnew)
 {
     Graph graph;
     graph.rebuild(*support::makeSkeleton(kChain), 3);
-    CountingTree tree;
+    support::CountingTree<Tree> tree;
     tree.Tree::allocateMemory(5);
 
     graph.breadthFirstSearch(0, tree);

@@ -1,3 +1,4 @@
+#include "support/CountingTree.h"
 #include "support/Orderings.h"
 
 #include <kyrOrvel/Reordering>
@@ -170,21 +171,9 @@ TEST_F(ZeroLeafSwapStorage, SmallTreeGrows)
     EXPECT_EQ(support::words(etree.parent, 3), (Words{1, 2, 2}));
 }
 
-/// Counts what is asked of it.
-class CountingTree : public EliminationTree {
-public:
-    void allocateMemory(unsigned int n) override
-    {
-        ++allocations;
-        EliminationTree::allocateMemory(n);
-    }
-
-    int allocations = 0;
-};
-
 TEST_F(ZeroLeafSwapStorage, TreeOfExactlyEnoughNodesIsNotAllocatedAnew)
 {
-    CountingTree tree;
+    support::CountingTree<EliminationTree> tree;
     tree.EliminationTree::allocateMemory(3);
     Permutation perm;
     support::setOrder(perm, {0, 1, 2});

@@ -1,20 +1,20 @@
 #ifndef KYRORVEL_CLIENT_SVG_H
 #define KYRORVEL_CLIENT_SVG_H
 
-#include <locale>
+#include "../NumberText.h"
+
+#include <ios>
 #include <sstream>
 #include <string>
 
 namespace kyrOrvel {
 namespace client {
 
-/// Builds an SVG text: lengths have two decimals, behind a point in every locale.
+/// Builds an SVG text: lengths have two decimals.
 class Svg {
 public:
     Svg(double width, double height)
     {
-        m_text.imbue(std::locale::classic());
-        m_text.exceptions(std::ios::badbit); // or text for which there is no memory would be lost
         m_text.setf(std::ios::fixed, std::ios::floatfield);
         m_text.precision(2);
         m_text << "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 " << width << ' '
@@ -56,7 +56,7 @@ private:
                       << "\" height=\"" << height;
     }
 
-    std::ostringstream m_text;
+    std::ostringstream m_text = plainStream();
 };
 
 } // namespace client

@@ -1,5 +1,6 @@
 #include <kyrOrvelClient/Pictures>
 
+#include "../NumberText.h"
 #include "../OutOfMemory.h"
 #include "../io/WholeFile.h"
 #include "Svg.h"
@@ -7,7 +8,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <iomanip>
-#include <locale>
 #include <sstream>
 
 namespace kyrOrvel {
@@ -93,9 +93,7 @@ double shareAtWork(const std::vector<Event>& events, const Axis& axis)
 
 std::string caption(std::size_t thread, double share, const Axis& axis)
 {
-    std::ostringstream words;
-    words.imbue(std::locale::classic());
-    words.exceptions(std::ios::badbit);
+    std::ostringstream words = plainStream();
     words << "thread " << thread << ": " << std::fixed << std::setprecision(0) << 100 * share
           << " % of " << std::setprecision(2) << axis.milliseconds() << " ms at work";
     return words.str();

@@ -1,6 +1,6 @@
 #include "BlockLDLTImpl.h"
 
-#include "../ordering/EarlyRule.h"
+#include "../NoiseShare.h"
 #include "Compliance.h"
 #include "MatrixWalk.h"
 #include "PivotBounds.h"
@@ -191,10 +191,11 @@ template <class T> PivotDemands BlockLDLT<T>::Impl::demands() const
 {
     PivotDemands result;
     result.signs = settings.signs == Signs::Expected && system().signsAreKnown;
-    if (system().canOrderLater())
+    if (system().canOrderLater()) {
         result.early = &system().early;
-    if (system().analysis.free)
-        result.earlyShare = double(softShare<T>());
+        if (system().analysis.free)
+            result.earlyShare = double(softShare<T>());
+    }
     return result;
 }
 

@@ -1,21 +1,16 @@
 #include "PivotCheck.h"
 
+#include "../NoiseShare.h"
 #include "PivotRange.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <tuple>
 
 namespace kyrOrvel {
 namespace client {
 
 namespace {
-
-/// The share of its terms that a pivot has to keep. Where exact arithmetic gives zero, rounding
-/// leaves a few machine epsilons of them at first, and more the longer the way to the pivot: up to
-/// some hundred were seen on random systems with dependent constraints.
-template <class T> constexpr T kNoiseShare = 512 * std::numeric_limits<T>::epsilon();
 
 /// Whether another order might serve the pivots of block row r better: they are those of an early
 /// block, or of an ordinary one that an early block has changed.
@@ -160,7 +155,8 @@ template <class T> bool PivotCheck<T>::takeAllAtOnce(const OrvelData<T>& data, P
     return true;
 }
 
-/// Checks and counts the pivots of a block row, up to the first that fails.
+/// Checks and counts the pivots of a block row, up to the first that fails; rows are checked in
+/// order.
 ///
 /// @param scales  one per pivot of the row
 template <class T>
@@ -168,13 +164,22 @@ PivotFailure<T> PivotCheck<T>::checkBlock(const OrvelData<T>& data, unsigned int
                                           const std::vector<unsigned int>& order,
                                           unsigned int firstTrailing, PivotDemands demands)
 {
+    enter(data, r);
+    const PivotFailure<T> failure = checkPivots(data, r, scales, order, firstTrailing, demands);
+    if (failure.kind == PivotFailure<T>::Kind::None)
+        leave(data, r);
+    return failure;
+}
+
+template <class T>
+PivotFailure<T> PivotCheck<T>::checkPivots(const OrvelData<T>& data, unsigned int r,
+                                           const T* scales, const std::vector<unsigned int>& order,
+                                           unsigned int firstTrailing, PivotDemands demands)
+{
     using Kind = typename PivotFailure<T>::Kind;
     const unsigned int m = data.factor.blockSizes[r];
-    enter(data, r);
-    if (m == 0) {
-        leave(data, r);
+    if (m == 0)
         return {};
-    }
     const bool trailing = order[r] >= firstTrailing;
     const bool strong =
         demands.early && owesToEarly(data.factor, r, trailing, order, *demands.early);
@@ -187,7 +192,6 @@ PivotFailure<T> PivotCheck<T>::checkBlock(const OrvelData<T>& data, unsigned int
     const bool known = !demands.signs || haveSign(pivots, m, trailing);
     if (known && areSound(pivots, scales, m, leastShare, blockNoise)) {
         count(pivots, m);
-        leave(data, r);
         return {};
     }
     for (unsigned int i = 0; i < m; ++i) {
@@ -207,7 +211,6 @@ PivotFailure<T> PivotCheck<T>::checkBlock(const OrvelData<T>& data, unsigned int
         if (magnitude < m_leastShare * pivot.scale)
             setLeastShare(magnitude / pivot.scale);
     }
-    leave(data, r);
     return {};
 }
 

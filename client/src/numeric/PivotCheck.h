@@ -111,6 +111,9 @@ private:
     PivotFailure<T> checkBlock(const OrvelData<T>& data, unsigned int r, const T* scales,
                                const std::vector<unsigned int>& order, unsigned int firstTrailing,
                                PivotDemands demands);
+    PivotFailure<T> checkPivots(const OrvelData<T>& data, unsigned int r, const T* scales,
+                                const std::vector<unsigned int>& order, unsigned int firstTrailing,
+                                PivotDemands demands);
     bool areSound(const T* pivots, const T* scales, std::size_t m, T share, T noise) const;
     void takeWeights(const OrvelData<T>& data, unsigned int r);
     bool hasBounded(const OrvelData<T>& data, unsigned int r) const;

@@ -55,11 +55,11 @@ Status placeConstraints(const OrderingInput& input, const std::vector<unsigned i
         ConstraintPlacement early(input, TrailingPlacement::AfterLast, rule);
         const bool fits = early.run(wanted).ok();
         if (fits && early.earlyBlocks() == 0) { // as without the rule
-            placed = {counts.count(early.order()), 0, false};
+            placed = {counts.count(early.order()), 0};
             return {};
         }
         if (fits && firstStructurallyZeroPivot(input, early.order()) == kNone)
-            placed = {counts.count(early.order()), early.earlyBlocks(), false};
+            placed = {counts.count(early.order()), early.earlyBlocks()};
     }
     if (placed.earlyBlocks > 0 && fillOf(input, placed) <= 1)
         return {};
@@ -67,7 +67,7 @@ Status placeConstraints(const OrderingInput& input, const std::vector<unsigned i
     Status status = placement.run(wanted);
     if (!status.ok())
         return status;
-    Candidate late{counts.count(placement.order()), 0, false};
+    Candidate late{counts.count(placement.order()), 0};
     if (placed.earlyBlocks == 0 || operationsOf(placed) >= kWorthwhile * operationsOf(late))
         placed = std::move(late);
     return {};
@@ -96,7 +96,7 @@ Status orderConstraints(const OrderingInput& input, const OrderGraph& orderGraph
     std::vector<unsigned int> order;
     Status status = space.order(orderGraph, order);
     if (status.ok())
-        found = {counts.count(std::move(order)), 0, false};
+        found = {counts.count(std::move(order)), 0};
     return status;
 }
 
@@ -113,7 +113,7 @@ Status orderPlaced(const OrderingInput& input, const OrderGraph& orderGraph, Man
     const bool isWishList = input.firstTrailing < input.pattern.numBlockRows;
     Status status = orderGraph({input.graph, input.sizes, isWishList}, wanted);
     if (status.ok() && !isWishList) {
-        best = {counts.count(std::move(wanted)), 0, false};
+        best = {counts.count(std::move(wanted)), 0};
         return {};
     }
     if (status.ok())
@@ -187,7 +187,7 @@ bool takeBothEnds(const OrderingInput& input, const EarlyRule* rule, Elimination
     if (!placement.run(fromBothEnds(oneEnd.elimination.order)).ok() ||
         firstStructurallyZeroPivot(input, placement.order()) != kNone)
         return false;
-    both = {counts.count(placement.order()), placement.earlyBlocks(), false};
+    both = {counts.count(placement.order()), placement.earlyBlocks()};
     return areTwoPaths(both.elimination.parents) &&
            operationsOf(both) < kBothEndsCost * operationsOf(oneEnd);
 }

@@ -1,5 +1,7 @@
 #include "EarlyRule.h"
 
+#include "../NoiseShare.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -127,9 +129,11 @@ template <class T> bool ValueRule<T>::isSoft(unsigned int t) const
     for (const auto& entry : m_A.row(t)) {
         if (entry.column == t)
             continue;
+        if (entry.column >= m_A.firstTrailing())
+            return false;
         const std::size_t m = m_A.blockSize(entry.column);
         const std::vector<double> cholesky = choleskyOf(m_A.find(entry.column, entry.column), m);
-        if (entry.column >= m_A.firstTrailing() || (cholesky.empty() && m > 0))
+        if (cholesky.empty() && m > 0)
             return false;
         std::vector<double> row(m);
         for (std::size_t i = 0; i < rows; ++i) {

@@ -3,20 +3,11 @@
 
 #include <kyrOrvelClient/BlockMatrix>
 
-#include <cmath>
-#include <limits>
 #include <utility>
 #include <vector>
 
 namespace kyrOrvel {
 namespace client {
-
-/// What a pivot of a soft block, and of what it couples to, keeps of its terms in any order: more
-/// than half of the digits. Refinement brings back the rest.
-template <class T> T softShare()
-{
-    return std::sqrt(512 * std::numeric_limits<T>::epsilon());
-}
 
 /// Decides which trailing blocks may be eliminated directly behind their first body, and which
 /// anywhere.
