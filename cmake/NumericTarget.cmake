@@ -14,6 +14,16 @@ function(kyrorvel_configure_target target)
     endif()
 endfunction()
 
+# For programs whose hard work is in the libraries, which have levels of their own: they take longer to
+# compile than to run, and compile in half to two thirds of the time at these levels.
+function(kyrorvel_compile_quickly target)
+    if(CMAKE_CXX_FLAGS MATCHES "-fsanitize")
+        target_compile_options(${target} PRIVATE -O0)
+    else()
+        target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-O1>)
+    endif()
+endfunction()
+
 # A library: hidden symbols, a version in its name, its headers verified to compile alone.
 function(kyrorvel_configure_library target)
     kyrorvel_configure_target(${target})
