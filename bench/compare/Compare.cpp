@@ -39,6 +39,7 @@ const std::vector<NamedScene>& scenes()
         {"chain 20", [] { return makeChain(20); }},
         {"chain 1000", [] { return makeChain(1000); }},
         {"chain 10000", [] { return makeChain(10000); }},
+        {"chain 100000", [] { return makeChain(100000); }},
         {"bridge 60", [] { return makeRopeBridge(60); }},
         {"bridge 1000", [] { return makeRopeBridge(1000); }},
         {"ragdolls 10", [] { return makeRagdollPile(10); }},
