@@ -226,14 +226,14 @@ std::uint64_t AnalyzedSystem<T>::countBytes(const BlockMatrix<T>& A,
     constexpr std::uint64_t kWord = sizeof(unsigned int);
     constexpr std::uint64_t kPerSlot = 2 * kWord + sizeof(T*); // column, tag, pointer
     constexpr std::uint64_t kPerRow = 3 * kWord;               // start, size, offset
-    constexpr std::uint64_t kVectors = 14; // pivots, their bounds and scales, right-hand sides ...
+    constexpr std::uint64_t kVectors = 16; // pivots, their bounds and scales, right-hand sides ...
     const std::uint64_t n = A.numBlockRows();
     const std::uint64_t matrixValues = data.matrix.valueCapacity;
     const std::uint64_t factors =
         2 * ((counts.scalars + kValueSlack) * sizeof(T) + counts.blocks * kPerSlot + n * kPerRow);
     const std::uint64_t matrix = matrixValues * sizeof(T) + analysis.matrixBlocks * kPerSlot +
                                  n * kPerRow + A.numBlocks() * ValueScatter<T>::kBytesPerBlock;
-    const std::uint64_t structure = (2 * counts.blocks + A.numBlocks()) * kWord + n * 16 * kWord;
+    const std::uint64_t structure = (2 * counts.blocks + A.numBlocks()) * kWord + n * 19 * kWord;
     const std::uint64_t square = std::uint64_t(largestBlock) * largestBlock;
     const std::uint64_t work = analysis.multifrontal ? 0 : 2 * square * sizeof(T); // of a block row
     // The serial factorization remembers the pattern by rows and by columns, where the input's

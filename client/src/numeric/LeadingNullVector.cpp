@@ -6,6 +6,34 @@
 namespace kyrOrvel {
 namespace client {
 
+namespace {
+
+/// w -= row·value, and magnitudes of that added to u.
+template <class T> void subtractRow(const T* row, T value, unsigned int size, T* w, T* u)
+{
+    for (unsigned int c = 0; c < size; ++c) {
+        const T product = row[c] * value;
+        w[c] -= product;
+        u[c] += std::abs(product);
+    }
+}
+
+/// The same for m rows of a size that the compiler knows.
+template <unsigned int Size, class T>
+void subtractRows(const T* rows, const T* values, unsigned int m, T* w, T* u)
+{
+    T ownW[Size];
+    T ownU[Size];
+    std::copy_n(w, Size, ownW);
+    std::copy_n(u, Size, ownU);
+    for (unsigned int j = 0; j < m; ++j)
+        subtractRow(rows + std::size_t(j) * Size, values[j], Size, ownW, ownU);
+    std::copy_n(ownW, Size, w);
+    std::copy_n(ownU, Size, u);
+}
+
+} // namespace
+
 template <class T> void LeadingNullVector<T>::reserve(std::size_t dimension, unsigned int blocks)
 {
     m_w.assign(dimension, 0);
@@ -24,8 +52,9 @@ void LeadingNullVector<T>::compute(const OrvelData<T>& data, unsigned int r, uns
     m_row = i;
     m_cost = 0;
     m_marked[r] = 1;
+    m_first = r;
     m_w[L.blockOffsets[r] + i] = 1;
-    for (unsigned int q = r + 1; q-- > 0;)
+    for (unsigned int q = r + 1; q-- > m_first;)
         if (m_marked[q]) {
             m_rows.push_back(q);
             take(L, q, q == r ? i + 1 : L.blockSizes[q]);
@@ -67,25 +96,27 @@ void LeadingNullVector<T>::take(const SparseMatrix<T>& L, unsigned int r, unsign
         const T value = w[own + j];
         u[own + j] += std::abs(value);
         const T* const row = L.blockData[diagonal] + std::size_t(j) * L.blockSizes[r];
-        for (unsigned int c = 0; c < j; ++c) {
-            w[own + c] -= row[c] * value;
-            u[own + c] += std::abs(row[c] * value);
-        }
+        subtractRow(row, value, j, w + own, u + own);
     }
+    if (L.rowStart[r] < diagonal)
+        m_first = std::min(m_first, L.blockColumns[L.rowStart[r]]); // they ascend
     for (unsigned int slot = L.rowStart[r]; slot < diagonal; ++slot) {
         const unsigned int column = L.blockColumns[slot];
-        const std::size_t p = L.blockSizes[column];
+        const unsigned int p = L.blockSizes[column];
         const unsigned int to = L.blockOffsets[column];
         m_marked[column] = 1;
-        for (unsigned int j = 0; j < m; ++j) {
-            const T value = w[own + j];
-            const T* const row = L.blockData[slot] + j * p;
-            for (std::size_t c = 0; c < p; ++c) {
-                w[to + c] -= row[c] * value;
-                u[to + c] += std::abs(row[c] * value);
-            }
+        switch (p) { // as in most rows
+        case 3:
+            subtractRows<3>(L.blockData[slot], w + own, m, w + to, u + to);
+            break;
+        case 6:
+            subtractRows<6>(L.blockData[slot], w + own, m, w + to, u + to);
+            break;
+        default:
+            for (std::size_t j = 0; j < m; ++j)
+                subtractRow(L.blockData[slot] + j * p, w[own + j], p, w + to, u + to);
         }
-        m_cost += m * p;
+        m_cost += std::size_t(m) * p;
     }
 }
 

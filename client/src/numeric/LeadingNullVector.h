@@ -43,6 +43,7 @@ private:
     std::vector<T> m_u; ///< |Lᵀ|·|w|
     std::vector<unsigned char> m_marked;
     std::vector<unsigned int> m_rows;
+    unsigned int m_first = 0; ///< no block row before it is marked
     unsigned int m_block = 0;
     unsigned int m_row = 0;
     std::size_t m_cost = 0;

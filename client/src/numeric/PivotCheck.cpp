@@ -72,9 +72,8 @@ void addSquares(const T* block, const T* w, std::size_t m, std::size_t p, FourSu
     }
 }
 
-/// What doubtful pivots may cost together with those below them in the elimination tree, in
-/// readings of L there. Those of other subtrees have their own.
-constexpr std::size_t kReadings = 4;
+/// What the doubtful pivots of a tree may cost together, in readings of its part of L.
+constexpr std::size_t kReadings = 2;
 
 } // namespace
 
@@ -99,7 +98,10 @@ void PivotCheck<T>::prepare(const SparseMatrix<T>& A, const std::vector<unsigned
     m_signs.resize(blocks);
     m_positive.resize(dimension);
     m_negative.resize(dimension);
-    m_inherited.resize(blocks);
+    m_below.resize(blocks);
+    m_top.resize(blocks);
+    m_budget.resize(blocks);
+    m_doubtful.reserve(dimension);
     m_nullVector.reserve(dimension, blocks);
 }
 
@@ -111,18 +113,19 @@ PivotFailure<T> PivotCheck<T>::run(const OrvelData<T>& data, const std::vector<u
     m_counts = {};
     if (data.hasPivotScales && takeAllAtOnce(data, demands))
         return {};
-    begin(kReadings);
+    begin();
     const SparseMatrix<T>& L = data.factor;
-    for (unsigned int r = 0; r < L.numBlockRows; ++r) {
+    PivotFailure<T> failure;
+    unsigned int r = 0;
+    for (; r < L.numBlockRows && failure.kind == Kind::None; ++r) {
         if (!data.hasPivotScales)
             estimateScales(data, r);
         const T* const scales =
             data.hasPivotScales ? data.pivotScales + L.blockOffsets[r] : m_scales.data();
-        const PivotFailure<T> failure = checkBlock(data, r, scales, order, firstTrailing, demands);
-        if (failure.kind != Kind::None)
-            return failure;
+        failure = checkBlock(data, r, scales, order, firstTrailing, demands);
     }
-    return {};
+    const PivotFailure<T> noise = findNoise(data, failure.kind == Kind::None ? r : r - 1);
+    return noise.kind == Kind::None ? failure : noise;
 }
 
 /// Counts all pivots if none can need a closer look, whatever their blocks and what came before
@@ -164,7 +167,7 @@ PivotFailure<T> PivotCheck<T>::checkBlock(const OrvelData<T>& data, unsigned int
                                           const std::vector<unsigned int>& order,
                                           unsigned int firstTrailing, PivotDemands demands)
 {
-    enter(data, r);
+    enter(r);
     const PivotFailure<T> failure = checkPivots(data, r, scales, order, firstTrailing, demands);
     if (failure.kind == PivotFailure<T>::Kind::None)
         leave(data, r);
@@ -202,7 +205,7 @@ PivotFailure<T> PivotCheck<T>::checkPivots(const OrvelData<T>& data, unsigned in
         const T share = std::max(leastShare, m_soundShare);
         const bool sound = magnitude > share * pivot.scale && magnitude > blockNoise;
         if (!sound) // as few are; infinities and NaN are not
-            pivot.kind = judge(data, pivot, leastShare);
+            pivot.kind = judge(pivot, leastShare);
         if (pivot.kind == Kind::None && demands.signs && (pivot.pivot < 0) != trailing)
             pivot.kind = wrongSign(data, pivot, trailing);
         if (pivot.kind != Kind::None)
@@ -237,7 +240,7 @@ void PivotCheck<T>::findUnusable(const OrvelData<T>& data, const std::vector<uns
     const SparseMatrix<T>& L = data.factor;
     std::vector<unsigned char> spoilt(L.numBlockRows, 0);
     later.assign(L.numBlockRows, 0);
-    begin(0); // noise is not told from weak pivots here
+    begin(); // noise is not told from weak pivots here
     for (unsigned int r = 0; r < L.numBlockRows; ++r) {
         const bool trailing = order[r] >= firstTrailing;
         if (!spoilt[r]) {
@@ -265,8 +268,7 @@ template <class T> bool PivotCheck<T>::hasBounded(const OrvelData<T>& data, unsi
 }
 
 template <class T>
-typename PivotFailure<T>::Kind PivotCheck<T>::judge(const OrvelData<T>& data,
-                                                    const PivotFailure<T>& pivot, T leastShare)
+typename PivotFailure<T>::Kind PivotCheck<T>::judge(const PivotFailure<T>& pivot, T leastShare)
 {
     using Kind = typename PivotFailure<T>::Kind;
     if (!std::isfinite(pivot.pivot) || !std::isfinite(pivot.blockScale))
@@ -281,8 +283,8 @@ typename PivotFailure<T>::Kind PivotCheck<T>::judge(const OrvelData<T>& data,
     if (magnitude <= leastShare * pivot.scale)
         return Kind::Weak;
     // Noise of the pivots before it may have grown on the way by what they lost to cancellation.
-    if (magnitude * m_leastShare <= kNoiseShare<T> * pivot.scale && isNoise(data, pivot))
-        return Kind::Lost;
+    if (magnitude * m_leastShare <= kNoiseShare<T> * pivot.scale)
+        m_doubtful.push_back({pivot.position, pivot.row, 0});
     return Kind::None;
 }
 
@@ -307,43 +309,117 @@ typename PivotFailure<T>::Kind PivotCheck<T>::wrongSign(const OrvelData<T>& data
     return zero || pivot.pivot <= small ? Kind::Lost : Kind::WrongSign;
 }
 
-/// Without a budget pivots are accepted.
-template <class T>
-bool PivotCheck<T>::isNoise(const OrvelData<T>& data, const PivotFailure<T>& pivot)
+template <class T> void PivotCheck<T>::begin()
 {
-    if (m_budget == 0)
-        return false;
-    m_nullVector.compute(data, pivot.position, pivot.row);
-    m_budget -= std::min(m_budget, m_nullVector.cost());
-    return std::abs(pivot.pivot) <=
-           std::numeric_limits<T>::epsilon() * m_nullVector.magnitude(data);
-}
-
-template <class T> void PivotCheck<T>::begin(std::size_t readings)
-{
-    m_readings = readings;
-    std::fill(m_inherited.begin(), m_inherited.end(), Inherited{T(1), 0});
+    m_doubtful.clear();
+    m_scalarsRead = 0;
+    std::fill(m_below.begin(), m_below.end(), Below{T(1), 0});
     setLeastShare(1);
 }
 
 /// What was lost in the pivots below a block row can have grown in its own; what was lost
 /// elsewhere cannot.
-template <class T> void PivotCheck<T>::enter(const OrvelData<T>& data, unsigned int r)
+template <class T> void PivotCheck<T>::enter(unsigned int r)
 {
-    const SparseMatrix<T>& L = data.factor;
-    std::size_t scalars = 0;
-    for (unsigned int slot = L.rowStart[r]; slot < L.rowStart[r + 1]; ++slot)
-        scalars += L.blockSizes[L.blockColumns[slot]];
-    m_budget = m_inherited[r].budget + m_readings * scalars * L.blockSizes[r];
-    if (m_leastShare != m_inherited[r].leastShare)
-        setLeastShare(m_inherited[r].leastShare);
+    if (m_leastShare != m_below[r].leastShare)
+        setLeastShare(m_below[r].leastShare);
 }
 
 template <class T> void PivotCheck<T>::leave(const OrvelData<T>& data, unsigned int r)
 {
-    Inherited& parent = m_inherited[data.eliminationTree.parent[r]];
-    parent.leastShare = std::min(parent.leastShare, m_leastShare);
-    parent.budget += m_budget;
+    const SparseMatrix<T>& L = data.factor;
+    std::size_t columns = 0;
+    for (unsigned int slot = L.rowStart[r]; slot < L.rowStart[r + 1]; ++slot)
+        columns += L.blockSizes[L.blockColumns[slot]];
+    m_below[r].scalars += columns * L.blockSizes[r];
+    const unsigned int parent = data.eliminationTree.parent[r];
+    if (parent == r)
+        return;
+    m_below[parent].leastShare = std::min(m_below[parent].leastShare, m_leastShare);
+    m_below[parent].scalars += m_below[r].scalars;
+}
+
+/// Of the doubtful pivots in the first `rows` block rows leaves those that may well be noise, the
+/// most likely first. Each pivot d(q) is taken to be off by ε·e(q), but not by more than itself,
+/// which makes e(p) = |A(p, p)| + Σ L(p, q)²·(|d(q)| + e(q)): as if errors on different ways to p
+/// had random signs.
+template <class T> void PivotCheck<T>::keepLikelyNoise(const OrvelData<T>& data, unsigned int rows)
+{
+    const SparseMatrix<T>& L = data.factor;
+    const T* const pivots = data.pivots.data;
+    std::vector<T>& weights = m_positive; // |d| + e: what it held has served
+    auto next = m_doubtful.begin();
+    for (unsigned int r = 0; r < rows; ++r) {
+        const unsigned int m = L.blockSizes[r];
+        const unsigned int diagonal = L.rowStart[r + 1] - 1;
+        for (unsigned int i = 0; i < m; ++i)
+            m_sums[i].clear();
+        for (unsigned int slot = L.rowStart[r]; slot < diagonal; ++slot) {
+            const unsigned int c = L.blockColumns[slot];
+            addSquares(L.blockData[slot], weights.data() + L.blockOffsets[c], m, L.blockSizes[c],
+                       m_sums.data());
+        }
+        T* const own = weights.data() + L.blockOffsets[r];
+        const T* const A = diagonalOf(data.matrix, r);
+        for (unsigned int i = 0; i < m; ++i) {
+            m_sums[i].addSquares(L.blockData[diagonal] + std::size_t(i) * m, own, i);
+            const T noise = std::abs(A[i * m + i]) + m_sums[i].total();
+            const T magnitude = std::abs(pivots[L.blockOffsets[r] + i]);
+            own[i] = magnitude + std::min(noise, magnitude / std::numeric_limits<T>::epsilon());
+            if (next != m_doubtful.end() && next->position == r && next->row == i)
+                next++->share = magnitude / noise;
+        }
+    }
+    m_doubtful.erase(std::remove_if(m_doubtful.begin(), m_doubtful.end(),
+                                    [](const Doubtful& d) { return d.share > kNoiseShare<T>; }),
+                     m_doubtful.end());
+    std::sort(m_doubtful.begin(), m_doubtful.end(),
+              [](const Doubtful& a, const Doubtful& b) { return a.share < b.share; });
+}
+
+/// The first of the doubtful pivots in the first `rows` block rows that is found to be noise. The
+/// most doubtful ones are looked at first, until their trees' budgets are spent: the others are
+/// accepted.
+template <class T>
+PivotFailure<T> PivotCheck<T>::findNoise(const OrvelData<T>& data, unsigned int rows)
+{
+    PivotFailure<T> first;
+    while (!m_doubtful.empty() && m_doubtful.back().position >= rows)
+        m_doubtful.pop_back();
+    if (m_doubtful.empty())
+        return first;
+    for (unsigned int r = rows; r-- > 0;) {
+        const unsigned int parent = data.eliminationTree.parent[r];
+        m_top[r] = parent == r || parent >= rows ? r : m_top[parent];
+        m_budget[r] = kReadings * m_below[r].scalars;
+    }
+    keepLikelyNoise(data, rows);
+    std::size_t end = data.pivots.size;
+    for (const Doubtful& doubtful : m_doubtful) {
+        const std::size_t s = data.factor.blockOffsets[doubtful.position] + doubtful.row;
+        std::size_t& budget = m_budget[m_top[doubtful.position]];
+        if (s > end || budget < m_below[doubtful.position].scalars)
+            continue;
+        m_nullVector.compute(data, doubtful.position, doubtful.row);
+        budget -= m_nullVector.cost(); // no more than there is below
+        m_scalarsRead += m_nullVector.cost();
+        const T noise = std::numeric_limits<T>::epsilon() * m_nullVector.magnitude(data);
+        if (!(std::abs(data.pivots.data[s]) <= noise))
+            continue;
+        end = s;
+        first.kind = PivotFailure<T>::Kind::Lost;
+        first.position = doubtful.position;
+        first.row = doubtful.row;
+        first.pivot = data.pivots.data[s];
+    }
+    if (first.kind != PivotFailure<T>::Kind::None) {
+        const std::vector<T>& scales = computeScales(data, first.position);
+        first.scale = scales[first.row];
+        first.blockScale = largestOf(scales.data(), data.factor.blockSizes[first.position]);
+        m_counts = {};
+        count(data.pivots.data, end);
+    }
+    return first;
 }
 
 template <class T> PivotFailure<T> PivotCheck<T>::runBounded(const OrvelData<T>& data)

@@ -62,7 +62,7 @@ struct PivotDemands {
 /// noise can be left; or when it is below the machine epsilon times the largest such sum of its
 /// block. Noise is told by that sum where the pivots below in the elimination tree were well
 /// determined. Where they were not it can be larger: then the vector that the leading matrix takes
-/// to the pivot decides, as long as a budget of the subtree lasts.
+/// to the pivot decides, for the most doubtful pivots of each tree.
 template <class T> class PivotCheck {
 public:
     /// Makes room for systems with the blocks of that one.
@@ -103,11 +103,13 @@ public:
 
     LeadingNullVector<T>& nullVector() { return m_nullVector; }
 
+    /// Scalars of L that the last `run` read for closer looks at doubtful pivots.
+    std::size_t scalarsRead() const { return m_scalarsRead; }
+
 private:
     void estimateScales(const OrvelData<T>& data, unsigned int r);
     bool takeAllAtOnce(const OrvelData<T>& data, PivotDemands demands);
-    typename PivotFailure<T>::Kind judge(const OrvelData<T>& data, const PivotFailure<T>& pivot,
-                                         T leastShare);
+    typename PivotFailure<T>::Kind judge(const PivotFailure<T>& pivot, T leastShare);
     PivotFailure<T> checkBlock(const OrvelData<T>& data, unsigned int r, const T* scales,
                                const std::vector<unsigned int>& order, unsigned int firstTrailing,
                                PivotDemands demands);
@@ -119,9 +121,10 @@ private:
     bool hasBounded(const OrvelData<T>& data, unsigned int r) const;
     typename PivotFailure<T>::Kind wrongSign(const OrvelData<T>& data, const PivotFailure<T>& pivot,
                                              bool trailing) const;
-    bool isNoise(const OrvelData<T>& data, const PivotFailure<T>& pivot);
-    void begin(std::size_t readings);
-    void enter(const OrvelData<T>& data, unsigned int r);
+    void keepLikelyNoise(const OrvelData<T>& data, unsigned int rows);
+    PivotFailure<T> findNoise(const OrvelData<T>& data, unsigned int rows);
+    void begin();
+    void enter(unsigned int r);
     void leave(const OrvelData<T>& data, unsigned int r);
     void setLeastShare(T share);
     void count(const T* pivots, std::size_t m);
@@ -136,16 +139,24 @@ private:
     PivotCounts m_counts;
     PivotFailure<T> m_firstBounded;
 
-    /// What the rows below one in the elimination tree leave to it.
-    struct Inherited {
-        T leastShare;       ///< of its terms that a pivot has kept
-        std::size_t budget; ///< scalars of L that doubtful pivots may still look at
+    /// What lies below a block row in the elimination tree.
+    struct Below {
+        T leastShare;        ///< of its terms that a pivot has kept
+        std::size_t scalars; ///< of L, with the row's own once it has been checked
     };
-    std::vector<Inherited> m_inherited; ///< per block row
-    std::size_t m_readings = 0;         ///< what each scalar of L adds to the budget
-    std::size_t m_budget = 0;           ///< with what the row at hand has inherited
-    T m_leastShare = 1;                 ///< likewise
-    T m_soundShare = 1;                 ///< what a pivot of it has to keep to need no closer look
+    /// A pivot that may be noise.
+    struct Doubtful {
+        unsigned int position;
+        unsigned int row;
+        T share; ///< it over what it may be off by, times the machine epsilon
+    };
+    std::vector<Below> m_below;        ///< per block row
+    std::vector<unsigned int> m_top;   ///< per block row checked: the one at the top of its tree
+    std::vector<std::size_t> m_budget; ///< likewise: scalars of L to be read for doubtful pivots
+    std::vector<Doubtful> m_doubtful;
+    std::size_t m_scalarsRead = 0;
+    T m_leastShare = 1; ///< below the row at hand
+    T m_soundShare = 1; ///< what a pivot of it has to keep to need no closer look
     LeadingNullVector<T> m_nullVector;
 };
 
