@@ -3,6 +3,7 @@
 #include "WorkerPool.h"
 
 #include <algorithm>
+#include <cfenv>
 #include <thread>
 
 namespace kyr {
@@ -15,14 +16,18 @@ void call(const Callback& callback)
         callback.function();
 }
 
-/// Runs a callback once on each of n workers; returns the first exception, or null.
+/// Runs a callback once on each of n workers, in the floating-point mode of the calling thread;
+/// returns the first exception, or null.
 std::exception_ptr runOnWorkers(unsigned int n, const Callback& callback)
 {
     WorkerPool& pool = WorkerPool::instance();
     std::vector<std::unique_ptr<Worker>> workers = pool.take(n);
     Completion completion(n);
+    std::fenv_t mode;
+    std::fegetenv(&mode);
     for (unsigned int i = 0; i < n; ++i)
-        workers[i]->assign(i, [&completion, &callback] {
+        workers[i]->assign(i, [&completion, &callback, &mode] {
+            std::fesetenv(&mode); // else that of the thread that happened to start the worker
             std::exception_ptr failure;
             try {
                 callback.function();

@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cfenv>
 #include <initializer_list>
 #include <string>
 #include <utility>
@@ -119,6 +120,19 @@ TYPED_TEST(FactorParallel, TakesAnotherNumberOfThreadsAndAnotherPatternAnyTime)
             Orvel::factorParallel(data, threads);
             ASSERT_TRUE(support::sameFactors(data, expected));
         }
+    }
+}
+
+TYPED_TEST(FactorParallel, EqualsTheSerialOneWhicheverWayTheThreadRounds)
+{
+    for (std::uint64_t seed = 401; seed <= 405; ++seed) {
+        SCOPED_TRACE(seed);
+        Random random(seed);
+        const System<TypeParam> system = this->system(random, {3, 6});
+        this->expectSerialBits(system); // workers are there from now on
+        std::fesetround(FE_UPWARD);
+        this->expectSerialBits(system);
+        std::fesetround(FE_TONEAREST);
     }
 }
 

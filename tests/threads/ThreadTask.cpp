@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cfenv>
 #include <functional>
 #include <mutex>
 #include <set>
@@ -54,6 +55,29 @@ TEST_P(ThreadTaskCounts, SecondCallbackRunsOnceOnEachWorker)
     task->execute(true);
 
     EXPECT_EQ(indices.sorted(), upTo(GetParam()));
+}
+
+/// A thread's rounding mode for as long as it lives.
+class Rounding {
+public:
+    explicit Rounding(int mode) { std::fesetround(mode); }
+    ~Rounding() { std::fesetround(FE_TONEAREST); }
+    Rounding(const Rounding&) = delete;
+    Rounding& operator=(const Rounding&) = delete;
+};
+
+// Workers are reused by threads of any mode, and results must not tell who started them.
+TEST_P(ThreadTaskCounts, WorkersComputeInTheModeOfTheExecutingThread)
+{
+    for (const int mode : {FE_UPWARD, FE_TONEAREST, FE_TOWARDZERO}) {
+        const Rounding rounding(mode);
+        std::atomic<unsigned int> alike{0};
+        const HeldTask task(GetParam(), [&] { alike += std::fegetround() == mode; });
+
+        task->execute(true);
+
+        EXPECT_EQ(alike, GetParam()) << "mode " << mode;
+    }
 }
 
 TEST_P(ThreadTaskCounts, WorkersRunAtTheSameTimeOnThreadsOfTheirOwn)
