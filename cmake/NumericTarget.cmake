@@ -3,7 +3,8 @@
 # multiply-adds, and -ffast-math from outside is taken back.
 function(kyrorvel_configure_target target)
     target_compile_features(${target} PUBLIC cxx_std_17)
-    target_compile_options(${target} PRIVATE -fno-fast-math -ffp-contract=off)
+    # Exceptions and type information as well, which many engines turn off for everything.
+    target_compile_options(${target} PRIVATE -fno-fast-math -ffp-contract=off -fexceptions -frtti)
     set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
     if(KYRORVEL_WARNINGS)
         target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
@@ -32,6 +33,7 @@ function(kyrorvel_configure_library target)
         VISIBILITY_INLINES_HIDDEN ON
         POSITION_INDEPENDENT_CODE ON
         INSTALL_RPATH "$ORIGIN"
+        UNITY_BUILD OFF # names without linkage repeat from file to file
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
         VERIFY_INTERFACE_HEADER_SETS ${PROJECT_IS_TOP_LEVEL})

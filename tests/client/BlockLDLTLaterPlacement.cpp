@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <limits>
 #include <vector>
@@ -81,6 +82,57 @@ protected:
     }
 };
 TYPED_TEST_SUITE(LaterPlacement, support::Scalars);
+
+/// The largest |b - A·x| beside |A|·|x| + |b|, row by row (Oettli, Prager 1964).
+template <class T> double componentwiseError(const BlockMatrix<T>& A, const T* x, const T* b)
+{
+    const support::Dense dense = support::denseOf(A);
+    long double error = 0;
+    for (std::size_t i = 0; i < dense.size(); ++i) {
+        long double rest = b[i];
+        long double weight = std::abs(b[i]);
+        for (std::size_t j = 0; j < dense.size(); ++j) {
+            rest -= dense[i][j] * x[j];
+            weight += std::abs(dense[i][j] * x[j]);
+        }
+        error = std::max(error, std::abs(rest) / weight);
+    }
+    return double(error);
+}
+
+/// Two masses on a line and a joint that acts on them by `first` and `second`.
+template <class T> BlockMatrix<T> pairOf(T firstMass, T first, T secondMass, T second)
+{
+    BlockMatrix<T> A({1, 1, 1}, 2);
+    *A.block(0, 0) = firstMass;
+    *A.block(1, 1) = secondMass;
+    *A.block(2, 0) = first;
+    *A.block(2, 1) = second;
+    return A;
+}
+
+// Eliminated between the two, the joint would add so much to the second mass that nothing of that
+// is left. No pivot would be small.
+TYPED_TEST(LaterPlacement, JointThatHardlyActsOnItsFirstBodyIsSolved)
+{
+    const auto little = TypeParam(sizeof(TypeParam) == sizeof(double) ? 1e-8 : 1e-3);
+    const TypeParam heavy = 1 / little;
+    for (const BlockMatrix<TypeParam>& A :
+         {pairOf<TypeParam>(1, little, 1, 1), pairOf<TypeParam>(1, 1, 1, little),
+          pairOf<TypeParam>(heavy, 1, 1, 1), pairOf<TypeParam>(1, 1, heavy, 1)})
+        for (const bool values : {true, false}) {
+            BlockLDLT<TypeParam> solver;
+            if (!values)
+                solver.analyzePattern(A);
+            ASSERT_TRUE((values ? solver.compute(A) : solver.factorize(A)).ok());
+            const TypeParam b[] = {TypeParam(0.3) * *A.find(0, 0), TypeParam(0.7) * *A.find(1, 1),
+                                   TypeParam(0.45)};
+            TypeParam x[3];
+            ASSERT_TRUE(solver.solve(b, x).ok());
+
+            EXPECT_LT(componentwiseError(A, x, b), 8 * kEpsilon<TypeParam>);
+        }
+}
 
 TYPED_TEST(LaterPlacement, BodyBetweenTwoFiveRowJointsIsSolved)
 {

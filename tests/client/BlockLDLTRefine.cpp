@@ -235,6 +235,22 @@ TYPED_TEST(Refine, RightHandSideThatIsNotFiniteIsNamedAndXIsUntouched)
     EXPECT_TRUE(support::sameBits(this->x.data(), before.data(), before.size()));
 }
 
+TYPED_TEST(RefineOfOtherSystems, OverflowingProductHasNoBackwardError)
+{
+    const TypeParam huge = std::sqrt(std::numeric_limits<TypeParam>::max()) * 2;
+    BlockMatrix<TypeParam> A({1, 1});
+    *A.block(0, 0) = huge;
+    *A.block(1, 1) = 1;
+    BlockLDLT<TypeParam> solver;
+    ASSERT_TRUE(solver.compute(A).ok());
+    const TypeParam b[] = {1, 1};
+    TypeParam x[] = {huge, 1};
+
+    solver.refine(b, x, 3);
+
+    EXPECT_TRUE(std::isnan(solver.statistics().backwardError));
+}
+
 // The product with x overflows: no correction can be judged, none is made.
 TYPED_TEST(RefineOfOtherSystems, OverflowingResidualLeavesTheSolution)
 {

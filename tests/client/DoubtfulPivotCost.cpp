@@ -38,7 +38,7 @@ TEST(DoubtfulPivotCost, IsAtMostTwoReadingsOfTheFactor)
         ASSERT_TRUE(solver.compute(A).ok()) << solver.info().message;
         kyrOrvel::client::PivotCheck<float> check;
         const std::vector<unsigned int>& order = solver.analysis().order;
-        check.prepare(solver.data().matrix, order, A.firstTrailing());
+        check.prepare(solver.data(), order, A.firstTrailing(), nullptr);
 
         check.run(solver.data(), order, A.firstTrailing(), {});
 

@@ -92,6 +92,58 @@ TEST(MixedLDLT, SolvesWherePlainCorrectionDiverges)
     }
 }
 
+/// Pairs that float cannot tell from singular ones: Krylov steps are needed.
+BlockMatrix<double> nearlySingularPairs(unsigned int n)
+{
+    BlockMatrix<double> A(std::vector<unsigned int>(n, 2));
+    for (unsigned int b = 0; b < n; ++b) {
+        double* const values = A.block(b, b);
+        values[0] = values[2] = 1;
+        values[3] = 1 + 1e-9 * (b + 1);
+    }
+    return A;
+}
+
+TEST(MixedLDLT, SolvesSystemsOfAnySizeOneAfterTheOther)
+{
+    MixedLDLT solver;
+    for (const unsigned int n : {1u, 40u, 1u}) {
+        SCOPED_TRACE(n);
+        const BlockMatrix<double> A = nearlySingularPairs(n);
+        std::vector<double> b(A.dimension());
+        for (std::size_t i = 0; i < b.size(); ++i)
+            b[i] = 1 + 0.1 * double(i);
+        std::vector<double> x(b.size());
+        std::vector<double> expected(b.size());
+        MixedLDLT fresh;
+        fresh.compute(A);
+        const StatusCode code = fresh.solve(b.data(), expected.data()).code;
+        ASSERT_TRUE(solver.compute(A).ok() || solver.info().code == fresh.info().code);
+
+        EXPECT_EQ(solver.solve(b.data(), x.data()).code, code);
+
+        EXPECT_TRUE(support::sameBits(x.data(), expected.data(), x.size()));
+    }
+}
+
+TEST(MixedLDLT, StatusesHaveTheIdsOfTheMatrixFactored)
+{
+    BlockMatrix<double> A({1, 1});
+    *A.block(0, 0) = *A.block(1, 1) = 1;
+    A.setId(1, 12);
+    MixedLDLT solver;
+    ASSERT_TRUE(solver.analyzePattern(A).ok());
+    A.setId(1, 22);
+    *A.block(1, 1) = std::numeric_limits<double>::infinity();
+
+    EXPECT_EQ(solver.factorize(A).id, 22u);
+
+    BlockMatrix<double> without({1, 1});
+    *without.block(0, 0) = 1;
+    *without.block(1, 1) = std::numeric_limits<double>::infinity();
+    EXPECT_EQ(solver.factorize(without).id, 1u);
+}
+
 TEST(MixedLDLT, SingularMatrixIsInaccurateAndLeavesX)
 {
     const auto A = support::scalarMatrix<double>({{4}, {0, 4}, {1, 1, 0}, {1, 1, 0, 0}}, 2);

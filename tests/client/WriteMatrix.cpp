@@ -175,6 +175,13 @@ TEST_F(WriteMatrix, TrailingBlockThatCouplesToNothingIsReadBack)
     EXPECT_EQ(support::rowsOf(writtenAndRead(A)), support::drawnRows({"X", ". .", ". . ."}));
 }
 
+TEST_F(WriteMatrix, BlockThatCouplesToEmptyBlocksOnlyIsReadBack)
+{
+    const BlockMatrix<double> A = support::drawnMatrix({"X", "X ."}, 1, {0, 4});
+
+    EXPECT_EQ(writtenAndRead(A).dimension(), 4u);
+}
+
 TEST_F(WriteMatrix, ValuesThatAreNotFiniteAreRefusedWithTheirPlace)
 {
     for (const double bad :

@@ -69,6 +69,21 @@ TEST(EigenFailures, MatrixOfZerosIsSingular)
     EXPECT_EQ(solver.status().code, StatusCode::Singular);
 }
 
+TEST(EigenFailures, SolveWithoutAFactorIsReported)
+{
+    Matrix A(2, 2);
+    A.insert(0, 0) = 2;
+    A.insert(1, 1) = 3;
+    EigenLDLT<Matrix> solver;
+    solver.analyzePattern(A);
+    ASSERT_EQ(solver.info(), Eigen::Success);
+
+    expectNoSolution(solver);
+
+    EXPECT_EQ(solver.info(), Eigen::InvalidInput);
+    EXPECT_EQ(solver.status().code, StatusCode::CallSequence);
+}
+
 TEST(EigenFailures, NaNIsReportedWithItsPlace)
 {
     for (const bool onDiagonal : {false, true}) {

@@ -55,13 +55,14 @@ Status checkValues(const BlockMatrix<double>& A)
     return {};
 }
 
-/// Blocks with nothing stored in their rows and columns.
+/// Blocks with no scalar stored in their rows and columns.
 std::vector<unsigned char> emptyBlocks(const BlockMatrix<double>& A)
 {
     std::vector<unsigned char> empty(A.numBlockRows(), 1);
     for (unsigned int r = 0; r < A.numBlockRows(); ++r)
         for (const auto& entry : A.row(r))
-            empty[r] = empty[entry.column] = 0;
+            if (A.blockSize(r) > 0 && A.blockSize(entry.column) > 0)
+                empty[r] = empty[entry.column] = 0;
     return empty;
 }
 

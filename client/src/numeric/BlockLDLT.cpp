@@ -79,7 +79,8 @@ template <class T> void BlockLDLT<T>::Impl::prepareVectors()
          {&pivotBounds, &pivotScales, &work, &rightHandSide, &solution, &residual, &weight})
         vector->resize(dimension);
     unit.resize(system().largestBlock);
-    pivotCheck.prepare(A, system().analysis.order, system().pattern.firstTrailing());
+    pivotCheck.prepare(data(), system().analysis.order, system().pattern.firstTrailing(),
+                       system().canOrderLater() ? &system().early : nullptr);
     prepared = &system();
 }
 
@@ -193,8 +194,10 @@ template <class T> PivotDemands BlockLDLT<T>::Impl::demands() const
     result.signs = settings.signs == Signs::Expected && system().signsAreKnown;
     if (system().canOrderLater()) {
         result.early = &system().early;
-        if (system().analysis.free)
+        if (system().analysis.free) {
             result.earlyShare = double(softShare<T>());
+            result.diagonalShare = 0; // what contacts add up to there does no harm that was seen
+        }
     }
     return result;
 }
@@ -290,8 +293,24 @@ template <class T> const OrvelData<T>& BlockLDLT<T>::data() const
     return m_impl->data();
 }
 
-template class BlockLDLT<float>;
-template class BlockLDLT<double>;
+// Member by member, as in the other files that define some: an instance of the whole class refers
+// to those weakly under link-time optimisation, and linkers take nothing from archives for that.
+#define KYRORVEL_INSTANTIATE(T)                                                                    \
+    template BlockLDLT<T>::BlockLDLT();                                                            \
+    template BlockLDLT<T>::~BlockLDLT();                                                           \
+    template BlockLDLT<T>::BlockLDLT(BlockLDLT&&) noexcept;                                        \
+    template BlockLDLT<T>& BlockLDLT<T>::operator=(BlockLDLT&&) noexcept;                          \
+    template void BlockLDLT<T>::setTrace(FactorTrace*);                                            \
+    template const Status& BlockLDLT<T>::analyzePattern(const BlockMatrix<T>&);                    \
+    template const Status& BlockLDLT<T>::factorize(const BlockMatrix<T>&);                         \
+    template const Status& BlockLDLT<T>::compute(const BlockMatrix<T>&);                           \
+    template const Status& BlockLDLT<T>::info() const;                                             \
+    template const Analysis& BlockLDLT<T>::analysis() const;                                       \
+    template Statistics BlockLDLT<T>::statistics() const;                                          \
+    template const OrvelData<T>& BlockLDLT<T>::data() const;
+KYRORVEL_INSTANTIATE(float)
+KYRORVEL_INSTANTIATE(double)
+#undef KYRORVEL_INSTANTIATE
 
 } // namespace client
 } // namespace kyrOrvel

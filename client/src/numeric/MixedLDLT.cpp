@@ -108,21 +108,31 @@ struct KYRORVEL_HIDDEN MixedLDLT::Impl {
         solver.setCorrections(0); // corrections are made here, in double
     }
 
+    template <class T> static void layOut(const BlockMatrix<double>& A, BlockMatrix<T>& copy)
+    {
+        copy = BlockMatrix<T>(A.blockSizes(), A.firstTrailing());
+        for (unsigned int r = 0; r < A.numBlockRows(); ++r)
+            for (const auto& entry : A.row(r))
+                copy.block(r, entry.column);
+    }
+
+    /// For what the factor's statuses say.
+    void takeIds(const BlockMatrix<double>& A)
+    {
+        if (rounded.hasIds() && !A.hasIds())
+            layOut(A, rounded);
+        for (unsigned int r = 0; A.hasIds() && r < A.numBlockRows(); ++r)
+            rounded.setId(r, A.id(r));
+    }
+
     /// Lays out both copies on A's pattern.
     void takePattern(const BlockMatrix<double>& A)
     {
         pattern = MatrixPattern(A);
         compliant = false;
-        rounded = BlockMatrix<float>(A.blockSizes(), A.firstTrailing());
-        matrix = BlockMatrix<double>(A.blockSizes(), A.firstTrailing());
-        for (unsigned int r = 0; r < A.numBlockRows(); ++r) {
-            for (const auto& entry : A.row(r)) {
-                rounded.block(r, entry.column);
-                matrix.block(r, entry.column);
-            }
-            if (A.hasIds())
-                rounded.setId(r, A.id(r));
-        }
+        layOut(A, rounded);
+        layOut(A, matrix);
+        takeIds(A);
         for (auto* vector : {&rightHandSide, &solution, &next, &residual, &weight})
             vector->resize(A.dimension());
         correction.resize(A.dimension());
@@ -145,6 +155,7 @@ struct KYRORVEL_HIDDEN MixedLDLT::Impl {
         Status result = pattern.compare(A);
         if (!result.ok())
             return result;
+        takeIds(A);
         copyValues(A);
         takeSettings();
         result = solver.factorize(rounded);

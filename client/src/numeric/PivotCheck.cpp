@@ -12,18 +12,6 @@ namespace client {
 
 namespace {
 
-/// Whether another order might serve the pivots of block row r better: they are those of an early
-/// block, or of an ordinary one that an early block has changed.
-template <class T>
-bool owesToEarly(const SparseMatrix<T>& L, unsigned int r, bool trailing,
-                 const std::vector<unsigned int>& order, const std::vector<unsigned char>& early)
-{
-    if (trailing)
-        return early[order[r]] != 0;
-    return std::any_of(L.blockColumns + L.rowStart[r], L.blockColumns + L.rowStart[r + 1],
-                       [&](unsigned int c) { return early[order[c]] != 0; });
-}
-
 /// Signs among the pivots of a block.
 enum : unsigned char { kPositive = 1, kNegative = 2 };
 
@@ -78,10 +66,18 @@ constexpr std::size_t kReadings = 2;
 } // namespace
 
 template <class T>
-void PivotCheck<T>::prepare(const SparseMatrix<T>& A, const std::vector<unsigned int>& order,
-                            unsigned int firstTrailing)
+void PivotCheck<T>::prepare(const OrvelData<T>& data, const std::vector<unsigned int>& order,
+                            unsigned int firstTrailing, const std::vector<unsigned char>* early)
 {
+    const SparseMatrix<T>& A = data.matrix;
     const unsigned int blocks = A.numBlockRows;
+    m_owing.clear();
+    for (unsigned int r = 0; early && r < blocks; ++r)
+        if (order[r] < firstTrailing &&
+            std::any_of(data.factorColumns.data() + data.factorRowStart[r],
+                        data.factorColumns.data() + data.factorRowStart[r + 1],
+                        [&](unsigned int c) { return (*early)[order[c]] != 0; }))
+            m_owing.push_back(r);
     m_expected.clear();
     m_expectedNegative = 0;
     std::size_t largestBlock = 0;
@@ -143,7 +139,8 @@ template <class T> bool PivotCheck<T>::takeAllAtOnce(const OrvelData<T>& data, P
     const PivotRange<T> range =
         findRange(pivots, data.pivotScales, demands.signs ? m_expected.data() : nullptr, n, share);
     if (!range.known || range.leastMargin <= 0 ||
-        range.smallest <= std::numeric_limits<T>::epsilon() * range.largestScale)
+        range.smallest <= std::numeric_limits<T>::epsilon() * range.largestScale ||
+        (demands.early && !areDiagonalsSound(data, T(demands.diagonalShare))))
         return false;
     m_counts.negative = demands.signs ? m_expectedNegative
                                       : static_cast<std::size_t>(std::count_if(
@@ -156,6 +153,19 @@ template <class T> bool PivotCheck<T>::takeAllAtOnce(const OrvelData<T>& data, P
     m_counts.smallest = firstOf(range.smallest);
     m_counts.largest = firstOf(range.largest);
     return true;
+}
+
+template <class T> bool PivotCheck<T>::areDiagonalsSound(const OrvelData<T>& data, T share) const
+{
+    bool all = true;
+    for (const unsigned int r : m_owing) {
+        const std::size_t m = data.matrix.blockSizes[r];
+        const T* const A = diagonalOf(data.matrix, r);
+        const T* const scales = data.pivotScales + data.factor.blockOffsets[r];
+        for (std::size_t i = 0; i < m; ++i)
+            all &= std::abs(A[i * (m + 1)]) > share * scales[i];
+    }
+    return all;
 }
 
 /// Checks and counts the pivots of a block row, up to the first that fails; rows are checked in
@@ -184,16 +194,19 @@ PivotFailure<T> PivotCheck<T>::checkPivots(const OrvelData<T>& data, unsigned in
     if (m == 0)
         return {};
     const bool trailing = order[r] >= firstTrailing;
-    const bool strong =
-        demands.early && owesToEarly(data.factor, r, trailing, order, *demands.early);
-    const T leastShare = strong ? T(demands.earlyShare) : T(0);
+    // Whether another order might serve these pivots better: those of an early block, or of an
+    // ordinary one that early blocks add to.
+    const bool early = demands.early && trailing && (*demands.early)[order[r]] != 0;
+    const bool owing =
+        demands.early && !trailing && std::binary_search(m_owing.begin(), m_owing.end(), r);
+    const T leastShare = early || owing ? T(demands.earlyShare) : T(0);
     PivotFailure<T> pivot;
     pivot.position = r;
     pivot.blockScale = largestOf(scales, m);
     const T blockNoise = std::numeric_limits<T>::epsilon() * pivot.blockScale;
     const T* const pivots = data.pivots.data + data.factor.blockOffsets[r];
     const bool known = !demands.signs || haveSign(pivots, m, trailing);
-    if (known && areSound(pivots, scales, m, leastShare, blockNoise)) {
+    if (known && !owing && areSound(pivots, scales, m, leastShare, blockNoise)) {
         count(pivots, m);
         return {};
     }
@@ -206,6 +219,10 @@ PivotFailure<T> PivotCheck<T>::checkPivots(const OrvelData<T>& data, unsigned in
         const bool sound = magnitude > share * pivot.scale && magnitude > blockNoise;
         if (!sound) // as few are; infinities and NaN are not
             pivot.kind = judge(pivot, leastShare);
+        if (owing && pivot.kind == Kind::None &&
+            !(std::abs(diagonalOf(data.matrix, r)[std::size_t(i) * (m + 1)]) >
+              T(demands.diagonalShare) * pivot.scale))
+            pivot.kind = Kind::Weak;
         if (pivot.kind == Kind::None && demands.signs && (pivot.pivot < 0) != trailing)
             pivot.kind = wrongSign(data, pivot, trailing);
         if (pivot.kind != Kind::None)

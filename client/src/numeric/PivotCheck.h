@@ -53,6 +53,10 @@ struct PivotDemands {
     /// terms.
     const std::vector<unsigned char>* early = nullptr;
     double earlyShare = kEarlyShare; ///< how good
+    /// What diagonals of ordinary blocks have to be, at least, of their pivots' terms where early
+    /// blocks added to these: else most digits of them are lost. So they are where an early block
+    /// hardly acts on its first body, or that is much heavier.
+    double diagonalShare = kEarlyShare;
 };
 
 /// Finds the first pivot of a factorization that cannot be trusted.
@@ -65,14 +69,16 @@ struct PivotDemands {
 /// to the pivot decides, for the most doubtful pivots of each tree.
 template <class T> class PivotCheck {
 public:
-    /// Makes room for systems with the blocks of that one.
+    /// Makes room for systems with the pattern of that one, which has been analysed.
     ///
     /// @param order,firstTrailing  as below
-    void prepare(const SparseMatrix<T>& A, const std::vector<unsigned int>& order,
-                 unsigned int firstTrailing);
+    /// @param early                as in PivotDemands
+    void prepare(const OrvelData<T>& data, const std::vector<unsigned int>& order,
+                 unsigned int firstTrailing, const std::vector<unsigned char>* early);
 
     /// @param order         order[k]: the user's number of the block at position k
     /// @param firstTrailing the user's number of the first trailing block
+    /// @param demands       with the `early` that `prepare` was told of
     /// O(scalars of the factor), a few times that where pivots are doubtful; O(scalars) where the
     /// factorization left `pivotScales` and no pivot is; allocates nothing.
     PivotFailure<T> run(const OrvelData<T>& data, const std::vector<unsigned int>& order,
@@ -116,6 +122,7 @@ private:
     PivotFailure<T> checkPivots(const OrvelData<T>& data, unsigned int r, const T* scales,
                                 const std::vector<unsigned int>& order, unsigned int firstTrailing,
                                 PivotDemands demands);
+    bool areDiagonalsSound(const OrvelData<T>& data, T share) const;
     bool areSound(const T* pivots, const T* scales, std::size_t m, T share, T noise) const;
     void takeWeights(const OrvelData<T>& data, unsigned int r);
     bool hasBounded(const OrvelData<T>& data, unsigned int r) const;
@@ -133,6 +140,7 @@ private:
     std::vector<FourSums<T>> m_sums;    ///< likewise
     std::vector<T> m_expected;          ///< per pivot: 1, or -1 in trailing blocks
     std::size_t m_expectedNegative = 0; ///< pivots
+    std::vector<unsigned int> m_owing;  ///< ordinary block rows that early blocks add to
     std::vector<unsigned char> m_signs; ///< per block row checked: kPositive, kNegative, both
     std::vector<T> m_positive;          ///< per pivot checked: it where positive, or zero
     std::vector<T> m_negative;          ///< likewise its magnitude where negative

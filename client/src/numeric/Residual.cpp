@@ -33,8 +33,12 @@ T backwardErrorOf(const std::vector<T>& residual, const std::vector<T>& weight,
     T error = 0;
     for (std::size_t i = 0; i < residual.size(); ++i) {
         const T magnitude = std::abs(residual[i]);
-        if (magnitude != 0)
-            error = std::max(error, magnitude / (weight[i] + std::abs(b[i])));
+        if (magnitude == 0)
+            continue;
+        const T share = magnitude / (weight[i] + std::abs(b[i]));
+        if (std::isnan(share)) // of infinities: nothing is known
+            return share;
+        error = std::max(error, share);
     }
     return error;
 }
