@@ -8,7 +8,7 @@ namespace {
 /// What a register holds.
 constexpr int kVectorBytes = 64;
 
-/// Rows of a tile, such that its sums of two vectors each stay in registers.
+/// Rows of a tile, such that its sums of four vectors each stay in registers.
 constexpr int kTileRows = 6;
 
 #include "detail/FactorTemplates.h"

@@ -8,7 +8,7 @@
 namespace kyrOrvel {
 namespace detail {
 
-/// The ways to run a factorization. All give the same bits.
+/// The ways to factor, to solve and to update fronts. All give the same bits.
 enum class FactorPath {
     Plain,    ///< block by block, as the order of operations is defined
     Baseline, ///< by rows or panels, compiled for every processor of the architecture
@@ -30,7 +30,8 @@ FactorPath bestFactorPath();
 /// Whether the processor can run a path, and this build has it.
 KYRORVEL_EXPORT bool isAvailable(FactorPath path);
 
-/// Which path factorizations take from now on, in all threads; for tests and measurements.
+/// Which path factorizations, solves and fronts take from now on, in all threads; for tests and
+/// measurements.
 KYRORVEL_EXPORT void setFactorPath(FactorPath path);
 
 FactorPath factorPath();
@@ -45,7 +46,7 @@ KYRORVEL_EXPORT void setSolveReading(SolveReading reading);
 
 SolveReading solveReading();
 
-/// The functions of the path that factorizations take, or null for the plain one.
+/// The functions of the path in use, or null for the plain one.
 template <class T> const FactorFunctions<T>* factorFunctions();
 
 } // namespace detail
