@@ -12,6 +12,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
+#include <cstddef>
 #include <numeric>
 #include <vector>
 
@@ -162,6 +164,56 @@ TYPED_TEST(FactorPathBits, EqualThePlainFactorizationWhereRowsBelowAPanelAreTake
                 if (this->HasFatalFailure())
                     return;
             }
+}
+
+/// How many of the values of L satisfy a predicate.
+template <class T, class Predicate>
+std::size_t countOf(const support::PlainFactors<T>& factors, Predicate predicate)
+{
+    std::ptrdiff_t count = 0;
+    for (const auto& block : factors.L)
+        count += std::count_if(block.second.begin(), block.second.end(), predicate);
+    return static_cast<std::size_t>(count);
+}
+
+TYPED_TEST(FactorPathBits, EqualThePlainFactorizationWithZeroPivots)
+{
+    std::size_t zeros[2] = {}; // by sign
+    std::size_t infinities = 0;
+    for (std::uint64_t seed = 7001; seed <= 7200; ++seed) {
+        SCOPED_TRACE(seed);
+        Random random(seed);
+        const System<TypeParam> system = support::zeroPivotSystem<TypeParam>(random);
+        const auto factors = support::plainFactor(system);
+        for (const TypeParam pivot : factors.D)
+            if (pivot == 0)
+                ++zeros[std::signbit(pivot)];
+        infinities += countOf(factors, [](TypeParam value) { return std::isinf(value); });
+        this->expectPlainBits(system);
+        if (this->HasFatalFailure())
+            return;
+    }
+    EXPECT_GT(zeros[0], 100u);
+    EXPECT_GT(zeros[1], 20u);
+    EXPECT_GT(infinities, 100u);
+}
+
+TYPED_TEST(FactorPathBits, EqualThePlainFactorizationWithDenormals)
+{
+    std::size_t denormals = 0;
+    for (std::uint64_t seed = 8001; seed <= 8150; ++seed) {
+        SCOPED_TRACE(seed);
+        Random random(seed);
+        const System<TypeParam> system = support::denormalSystem<TypeParam>(random);
+        const auto factors = support::plainFactor(system);
+        ASSERT_EQ(countOf(factors, [](TypeParam value) { return std::isnan(value); }), 0u);
+        denormals += countOf(
+            factors, [](TypeParam value) { return std::fpclassify(value) == FP_SUBNORMAL; });
+        this->expectPlainBits(system);
+        if (this->HasFatalFailure())
+            return;
+    }
+    EXPECT_GT(denormals, 1000u);
 }
 
 TYPED_TEST(FactorPathBits, KeepPivotsToBoundsAsThePlainOneDoes)

@@ -87,9 +87,36 @@ TYPED_TEST(SolvePathBits, EqualThePlainSolveOnBlocksOfAllSizes)
     for (std::uint64_t seed = 1; seed <= 20; ++seed) {
         SCOPED_TRACE(seed);
         Random random(seed);
-        this->expectPlainSolutions(random,
-                                   this->system(random, random.integer(1, 10),
-                                                {0, 1, 2, 3, 4, 5, 6, 7, 9, 11, 13, 17, 40}));
+        this->expectPlainSolutions(
+            random, this->system(random, random.integer(1, 10),
+                                 {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 17, 40}));
+    }
+}
+
+TYPED_TEST(SolvePathBits, EqualThePlainSolveOnLargeBlocks)
+{
+    for (const unsigned int size : {41u, 64u, 95u, 130u, 300u}) {
+        Random random(size);
+        SCOPED_TRACE(random.seed());
+        this->expectPlainSolutions(random, this->system(random, 3, {6, size}));
+    }
+}
+
+TYPED_TEST(SolvePathBits, EqualThePlainSolveWithZeroPivots)
+{
+    for (std::uint64_t seed = 7001; seed <= 7060; ++seed) {
+        SCOPED_TRACE(seed);
+        Random random(seed);
+        this->expectPlainSolutions(random, support::zeroPivotSystem<TypeParam>(random));
+    }
+}
+
+TYPED_TEST(SolvePathBits, EqualThePlainSolveWithDenormals)
+{
+    for (std::uint64_t seed = 8001; seed <= 8060; ++seed) {
+        SCOPED_TRACE(seed);
+        Random random(seed);
+        this->expectPlainSolutions(random, support::denormalSystem<TypeParam>(random));
     }
 }
 

@@ -45,8 +45,9 @@ support::Block<T> drawValues(support::Random& random, int m, int n, bool diagona
 
 enum class Order { lower, upper };
 
-/// Random block sizes, 0 included, and couplings; every row has its diagonal block. In upper order
-/// block 0 couples to block 1 at least: that is what tells upper order from lower.
+/// Random block sizes, 0 included and a few of them large, and couplings; every row has its
+/// diagonal block. In upper order block 0 couples to block 1 at least: that is what tells upper
+/// order from lower.
 template <class T> Listing<T> drawListing(support::Random& random, Order order)
 {
     Listing<T> listing;
@@ -54,7 +55,8 @@ template <class T> Listing<T> drawListing(support::Random& random, Order order)
     const double density = 0.8 * random.unit();
     listing.offsets.push_back(0);
     for (unsigned int r = 0; r < n; ++r) {
-        listing.sizes.push_back(random.integer(0, 6));
+        listing.sizes.push_back(random.chance(0.01) ? random.integer(14, 60)
+                                                    : random.integer(0, 13));
         listing.offsets.push_back(listing.offsets.back() + listing.sizes.back());
     }
     listing.rows.resize(n);

@@ -30,27 +30,41 @@ template <class T> std::vector<T> drawRightHandSide(Random& random, const System
     return b;
 }
 
+/// Solves from positions before, in and behind what is not zero.
+template <class T> void expectPlainUnitSolves(Random& random, const System<T>& system)
+{
+    const auto data = support::makeData(system);
+    const auto factors = support::plainFactor(system);
+    for (int i = 0; i < 6; ++i) {
+        std::vector<T> x = drawRightHandSide(random, system);
+        // From -1 to past the end.
+        const int start = static_cast<int>(random.integer(0, system.dimension() + 4)) - 1;
+        SCOPED_TRACE(testing::Message() << "start " << start);
+        std::vector<T> expected = x;
+        const unsigned int first = support::plainUnitSolve(factors, expected, start);
+
+        EXPECT_EQ(kyrOrvel::Orvel::unitSolve(*data, x.data(), start), first);
+
+        ASSERT_TRUE(support::sameBits(x.data(), expected.data(), x.size()));
+    }
+}
+
 TYPED_TEST(UnitSolveBits, EqualsThePlainUnitSolve)
 {
     for (std::uint64_t seed = 1; seed <= 120; ++seed) {
         SCOPED_TRACE(seed);
         Random random(seed);
-        const System<TypeParam> system = support::bitSystem<TypeParam>(random);
-        const auto data = support::makeData(system);
-        const auto factors = support::plainFactor(system);
+        expectPlainUnitSolves(random, support::bitSystem<TypeParam>(random));
+    }
+}
 
-        for (int i = 0; i < 6; ++i) {
-            std::vector<TypeParam> x = drawRightHandSide(random, system);
-            // From -1 to past the end.
-            const int start = static_cast<int>(random.integer(0, system.dimension() + 4)) - 1;
-            SCOPED_TRACE(testing::Message() << "start " << start);
-            std::vector<TypeParam> expected = x;
-            const unsigned int first = support::plainUnitSolve(factors, expected, start);
-
-            EXPECT_EQ(kyrOrvel::Orvel::unitSolve(*data, x.data(), start), first);
-
-            ASSERT_TRUE(support::sameBits(x.data(), expected.data(), x.size()));
-        }
+TYPED_TEST(UnitSolveBits, EqualsThePlainUnitSolveOnLargeBlocks)
+{
+    for (const unsigned int size : {17u, 40u, 64u, 130u}) {
+        Random random(size);
+        SCOPED_TRACE(random.seed());
+        expectPlainUnitSolves(random,
+                              support::dominantSystem<TypeParam>(random, 4, 0.6, size - 3, size));
     }
 }
 

@@ -8,7 +8,9 @@
 #include "Systems.h"
 
 #include <cmath>
+#include <cstddef>
 #include <limits>
+#include <vector>
 
 namespace support {
 
@@ -59,7 +61,7 @@ template <class T> System<T> bitSystem(Random& random)
     System<T> system;
     const unsigned int n = random.integer(1, 11);
     const unsigned int smallest = random.integer(0, 1);
-    const unsigned int largest = random.integer(2, 9);
+    const unsigned int largest = random.integer(2, 13);
     system.sizes = randomSizes(random, n, smallest, largest);
     drawPatterns(random, n, system.rows, system.factorRows);
     const unsigned int kind = random.integer(0, 5);
@@ -72,6 +74,51 @@ template <class T> System<T> bitSystem(Random& random)
         makeDominant(system, std::vector<bool>(n, false));
     if (kind == 1 || kind == 3)
         spoilSome(random, system);
+    return system;
+}
+
+/// A closed pattern with blocks of sizes that rows take, or of up to 13; values are to be drawn.
+template <class T> System<T> closedPattern(Random& random)
+{
+    System<T> system;
+    const unsigned int n = random.integer(1, 8);
+    system.sizes = randomSizes(random, n, 0, random.chance(0.5) ? 8 : 13);
+    system.rows = randomRows(random, n, 0.4 * random.unit());
+    system.factorRows = eliminated(system.rows);
+    return system;
+}
+
+/// Every value is -1, 1 or a zero of either sign, zeros being rarer on the diagonal: pivots are
+/// zero from the start or by cancellation. NaN is behind most of them, but not in other branches.
+template <class T> System<T> zeroPivotSystem(Random& random)
+{
+    System<T> system = closedPattern<T>(random);
+    const double ones = 0.4 * random.unit();
+    const double onesOfDiagonal = 1 - 0.2 * random.unit();
+    const auto draw = [&](double chance) {
+        const T value = random.chance(chance) ? T(1) : T(0);
+        return random.chance(0.5) ? value : -value;
+    };
+    system.blocks = drawBlocks<T>(system.sizes, system.rows, [&] { return draw(ones); });
+    for (unsigned int r = 0; r < system.numRows(); ++r)
+        for (unsigned int i = 0; i < system.sizes[r]; ++i)
+            system.blocks.at({r, r})[i * (std::size_t(system.sizes[r]) + 1)] = draw(onesOfDiagonal);
+    return system;
+}
+
+/// Diagonals around 1, and beside them values that are denormal or whose products are.
+template <class T> System<T> denormalSystem(Random& random)
+{
+    using Limits = std::numeric_limits<T>;
+    System<T> system = closedPattern<T>(random);
+    system.blocks = drawBlocks<T>(system.sizes, system.rows, [&] {
+        const int exponent = random.chance(0.5) ? Limits::min_exponent : Limits::min_exponent / 2;
+        return std::ldexp(random.scalar<T>(), exponent - static_cast<int>(random.integer(0, 8)));
+    });
+    for (unsigned int r = 0; r < system.numRows(); ++r)
+        for (unsigned int i = 0; i < system.sizes[r]; ++i)
+            system.blocks.at({r, r})[i * (std::size_t(system.sizes[r]) + 1)] =
+                1 + random.scalar<T>() / 4;
     return system;
 }
 
