@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdio>
+#include <vector>
 
 namespace bench {
 
@@ -25,10 +26,30 @@ template <class... Arguments> std::string format(const char* pattern, Arguments.
     return text.data();
 }
 
+std::string escaped(const std::string& words)
+{
+    std::string result;
+    for (const char c : words)
+        switch (c) {
+        case '&':
+            result += "&amp;";
+            break;
+        case '<':
+            result += "&lt;";
+            break;
+        case '>':
+            result += "&gt;";
+            break;
+        default:
+            result += c;
+        }
+    return result;
+}
+
 std::string label(double x, double y, const std::string& words, const char* anchor = "start")
 {
     return format("<text x=\"%.1f\" y=\"%.1f\" text-anchor=\"%s\" fill=\"#222\">", x, y, anchor) +
-           words + "</text>\n";
+           escaped(words) + "</text>\n";
 }
 
 std::string line(double x1, double y1, double x2, double y2, const char* colour, double width)
@@ -53,13 +74,18 @@ std::string page(double height, const std::string& title, const std::string& sha
            "<g font-size=\"17\">" + label(20, 28, title) + "</g>" + shapes + "</svg>\n";
 }
 
+std::size_t contendersOf(const Table& table)
+{
+    return table.empty() ? 0 : table.front().results.size();
+}
+
 std::string legend(const Table& table, double y)
 {
     std::string shapes;
     const double x = kWidth - kRight + 25;
-    for (std::size_t c = 0; !table.empty() && c < table.front().second.size(); ++c, y += 20) {
+    for (std::size_t c = 0; c < contendersOf(table); ++c, y += 20) {
         shapes += bar(x, y - 10, 12, 12, kColours[c % kColours.size()]);
-        shapes += label(x + 18, y, table.front().second[c].contender);
+        shapes += label(x + 18, y, table.front().results[c].contender);
     }
     return shapes;
 }
@@ -85,6 +111,25 @@ std::string ratioGrid(int least, double bottom)
     return shapes;
 }
 
+/// How many times as long as the fastest a contender takes on the inputs that it solves, ascending,
+/// up to the end of the axis: what lies beyond is no share of what is within.
+std::vector<double> ratiosOf(const Table& table, Step step, std::size_t contender)
+{
+    std::vector<double> ratios;
+    for (const Row& row : table) {
+        double fastest = 1e300;
+        for (const Result& result : row.results)
+            if (result.solved)
+                fastest = std::min(fastest, result.milliseconds[step]);
+        const Result& result = row.results[contender];
+        const double ratio = result.milliseconds[step] / fastest;
+        if (result.solved && ratio <= std::exp2(kMostDoublings))
+            ratios.push_back(ratio);
+    }
+    std::sort(ratios.begin(), ratios.end());
+    return ratios;
+}
+
 } // namespace
 
 std::string profileOf(const Table& table, Step step, const std::string& title)
@@ -96,18 +141,8 @@ std::string profileOf(const Table& table, Step step, const std::string& title)
         shapes += line(kLeft, up(tenth / 10.0), kWidth - kRight, up(tenth / 10.0), "#ddd", 1);
         shapes += label(kLeft - 8, up(tenth / 10.0) + 4, format("%d %%", 10 * tenth), "end");
     }
-    const std::size_t contenders = table.empty() ? 0 : table.front().second.size();
-    for (std::size_t c = 0; c < contenders; ++c) {
-        std::vector<double> ratios;
-        for (const auto& [name, results] : table) {
-            double fastest = 1e300;
-            for (const Result& result : results)
-                if (result.solved)
-                    fastest = std::min(fastest, result.milliseconds[step]);
-            if (results[c].solved)
-                ratios.push_back(results[c].milliseconds[step] / fastest);
-        }
-        std::sort(ratios.begin(), ratios.end());
+    for (std::size_t c = 0; c < contendersOf(table); ++c) {
+        const std::vector<double> ratios = ratiosOf(table, step, c);
         const char* const colour = kColours[c % kColours.size()];
         double x = across(1, 0);
         double y = up(0);
@@ -133,7 +168,8 @@ std::string barsOf(const Table& table, Step step, const std::string& title)
     constexpr int kLeast = -2;
     double y = kTop;
     std::string shapes;
-    for (const auto& [name, results] : table) {
+    for (const Row& row : table) {
+        const std::vector<Result>& results = row.results;
         const double start = y;
         for (std::size_t c = 0; c < results.size(); ++c) {
             if (!results[c].solved || !results[0].solved)
@@ -145,12 +181,12 @@ std::string barsOf(const Table& table, Step step, const std::string& title)
                           kColours[c % kColours.size()]);
             y += kBar;
         }
-        shapes += label(kLeft - 10, (start + y) / 2 + 4, name, "end");
+        shapes += label(kLeft - 10, (start + y) / 2 + 4, row.input, "end");
         y += kGap;
     }
     shapes +=
         label((kLeft + kWidth - kRight) / 2, y + 36,
-              "times as long as " + (table.empty() ? "" : table[0].second[0].contender), "middle");
+              "times as long as " + (table.empty() ? "" : table[0].results[0].contender), "middle");
     return page(y + 60, title, ratioGrid(kLeast, y) + shapes + legend(table, kTop + 20));
 }
 

@@ -1,6 +1,7 @@
 // This library and its peers on the same systems in the same run, one thread each.
 
 #include "Charts.h"
+#include "Csv.h"
 
 #include "peers/Measurement.h"
 #include "peers/OneThread.h"
@@ -17,6 +18,7 @@
 #include <functional>
 #include <string>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace bench {
@@ -123,9 +125,8 @@ void print(const Input& input, const std::vector<Result>& results, std::size_t o
         const auto& ms = result.milliseconds;
         std::printf("  %-26s %10.3f %10.3f %10.4f %9.2e", result.contender.c_str(), ms[kAnalyze],
                     ms[kFactorize], ms[kSolve], result.factorScalars);
-        const double speed = 2e-6 * result.operations / ms[kFactorize];
-        if (speed > 0)
-            std::printf(" %8.2f", speed);
+        if (gflopsOf(result) > 0)
+            std::printf(" %8.2f", gflopsOf(result));
         else
             std::printf(" %8s", "-");
         std::printf(" %9.1e%s\n", result.residual, result.solved ? "" : "  not solved");
@@ -134,36 +135,66 @@ void print(const Input& input, const std::vector<Result>& results, std::size_t o
                 ratioOf(results, own, kAnalyze), ratioOf(results, own, kFactorize),
                 ratioOf(results, own, kSolve));
     if (dgemm > 0 && results[0].solved)
-        std::printf("; refactor at %.0f %% of dgemm",
-                    2e-4 * results[0].operations / results[0].milliseconds[kFactorize] / dgemm);
+        std::printf("; refactor at %.0f %% of dgemm", 100 * gflopsOf(results[0]) / dgemm);
     std::printf("\n");
     std::fflush(stdout);
 }
 
-void writeCsv(const std::string& path, const Table& table)
-{
-    std::ofstream file(path);
-    file << "input,solver,analyse ms,refactor ms,solve ms,nnz(L),multiply-subtracts,residual\n";
-    for (const auto& [name, results] : table)
-        for (const Result& result : results)
-            if (result.solved)
-                file << name << ",\"" << result.contender << "\"," << result.milliseconds[kAnalyze]
-                     << ',' << result.milliseconds[kFactorize] << ',' << result.milliseconds[kSolve]
-                     << ',' << result.factorScalars << ',' << result.operations << ','
-                     << result.residual << '\n';
-    if (!file.flush())
-        std::fprintf(stderr, "bench_compare: cannot write %s\n", path.c_str());
-}
-
-void writeCharts(const std::string& prefix, const Table& table)
+/// The profile and the bars of each step.
+std::vector<std::pair<std::string, std::string>> chartsOf(const std::string& prefix,
+                                                          const Table& table)
 {
     const std::vector<std::pair<Step, std::string>> steps = {
         {kAnalyze, "analyse"}, {kFactorize, "refactor"}, {kSolve, "solve"}};
+    std::vector<std::pair<std::string, std::string>> files;
     for (const auto& [step, name] : steps) {
-        std::ofstream(prefix + "-" + name + "-profile.svg")
-            << profileOf(table, step, "Performance profile: " + name);
-        std::ofstream(prefix + "-" + name + ".svg") << barsOf(table, step, "Time: " + name);
+        files.emplace_back(prefix + "-" + name + "-profile.svg",
+                           profileOf(table, step, "Performance profile: " + name));
+        files.emplace_back(prefix + "-" + name + ".svg", barsOf(table, step, "Time: " + name));
     }
+    return files;
+}
+
+/// The files that were asked for, each with its text.
+std::vector<std::pair<std::string, std::string>> outputsOf(const Options& options,
+                                                           const Table& table, double dgemm)
+{
+    std::vector<std::pair<std::string, std::string>> files;
+    if (!options.svg.empty())
+        files = chartsOf(options.svg, table);
+    if (!options.csv.empty())
+        files.emplace_back(options.csv, csvOf(table, dgemm));
+    return files;
+}
+
+bool cannotWrite(const std::string& path)
+{
+    std::fprintf(stderr, "bench_compare: cannot write %s\n", path.c_str());
+    return false;
+}
+
+/// Whether all files that will be written can be: measurements take minutes.
+bool canWriteAll(const Options& options)
+{
+    for (const auto& [path, text] : outputsOf(options, {}, 0)) {
+        const bool isNew = access(path.c_str(), F_OK) != 0;
+        if (!std::ofstream(path, std::ios::app))
+            return cannotWrite(path);
+        if (isNew)
+            std::remove(path.c_str());
+    }
+    return true;
+}
+
+bool writeAll(const Options& options, const Table& table, double dgemm)
+{
+    bool written = true;
+    for (const auto& [path, text] : outputsOf(options, table, dgemm)) {
+        std::ofstream file(path);
+        file << text;
+        written = (file.flush() || cannotWrite(path)) && written;
+    }
+    return written;
 }
 
 bool startsWithAny(const std::string& name, const std::vector<std::string>& beginnings)
@@ -172,6 +203,28 @@ bool startsWithAny(const std::string& name, const std::vector<std::string>& begi
                        [&](const std::string& begin) { return name.rfind(begin, 0) == 0; });
 }
 
+/// Whether every input is a file or begins the name of a scene.
+bool areKnown(const std::vector<std::string>& inputs)
+{
+    for (const std::string& input : inputs) {
+        const bool known =
+            std::any_of(scenes().begin(), scenes().end(), [&](const NamedScene& scene) {
+                return startsWithAny(scene.name, {input});
+            });
+        if (known || isFile(input))
+            continue;
+        std::fprintf(stderr,
+                     "bench_compare: '%s' is no Matrix Market file (*.mtx) and begins no scene's "
+                     "name; --list names the scenes\n",
+                     input.c_str());
+        return false;
+    }
+    return true;
+}
+
+/// What it returns where nothing is measured because of how it was called.
+constexpr int kMisused = 2;
+
 int run(const Options& options)
 {
     if (options.list) {
@@ -179,6 +232,8 @@ int run(const Options& options)
             std::printf("%s\n", scene.name);
         return 0;
     }
+    if (!areKnown(options.inputs) || !canWriteAll(options))
+        return kMisused;
     std::vector<Contender> contenders = allContenders();
     const std::size_t own = ownContenders().size();
     contenders.erase(std::remove_if(contenders.begin() + static_cast<std::ptrdiff_t>(own),
@@ -200,7 +255,7 @@ int run(const Options& options)
         const std::vector<Result> results = measure(input, contenders, options.seconds);
         print(input, results, own, dgemm);
         failed = failed || !results[0].solved;
-        table.emplace_back(input.name, results);
+        table.push_back({input.name, input.matrix.dimension(), results});
     };
     for (const NamedScene& scene : scenes()) {
         const std::string name = scene.name;
@@ -221,10 +276,7 @@ int run(const Options& options)
             else
                 failed = true;
         }
-    if (!options.csv.empty())
-        writeCsv(options.csv, table);
-    if (!options.svg.empty())
-        writeCharts(options.svg, table);
+    failed = !writeAll(options, table, dgemm) || failed;
     return failed ? 1 : 0;
 }
 

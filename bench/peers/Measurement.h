@@ -21,6 +21,13 @@ struct Result {
     double residual = 0;
 };
 
+/// GFLOP/s of a refactorization, two per multiply-subtract; 0 if unknown.
+inline double gflopsOf(const Result& result)
+{
+    const double milliseconds = result.milliseconds[kFactorize];
+    return result.solved && milliseconds > 0 ? 2e-6 * result.operations / milliseconds : 0;
+}
+
 /// Lets all contenders take turns until the time is used up, each at least three times, very slow
 /// ones once.
 ///
