@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <vector>
 
@@ -90,6 +91,9 @@ private:
         auto& expected = const_cast<OrvelData<T>&>(plain.data());
         auto& data = const_cast<OrvelData<T>&>(fast.data());
         const std::vector<T> solution = solutionOf(expected, scene.rightHandSide);
+        // NaN would equal any other.
+        ASSERT_TRUE(std::all_of(solution.begin(), solution.end(),
+                                [](T value) { return std::isfinite(value); }));
         data.onlyValuesChanged = 0;
         ScenePathBits::forEachPath([&] {
             Orvel::factorSerial(data);
