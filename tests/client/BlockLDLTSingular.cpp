@@ -72,6 +72,36 @@ TYPED_TEST(Singular, DuplicatedConstraintIsNamed)
                                   (sizeof(TypeParam) == 4 ? "0.000345" : "1.49e-08") + " would do");
 }
 
+// 4 .  . 1     Body 1 has a mass of zero.
+// . 0  . .
+// . .  4 1
+// 1 .  1 .
+TYPED_TEST(Singular, BodyWithoutMassIsToldSo)
+{
+    const Status status =
+        this->computed(support::scalarMatrix<TypeParam>({{4}, {0, 0}, {0, 0, 4}, {1, 0, 1, 0}}, 3));
+
+    EXPECT_EQ(status.code, StatusCode::Singular);
+    EXPECT_EQ(status.block, 1u);
+    EXPECT_EQ(status.message,
+              "the pivot of row 0 of block 1 is 0: the row is zero or depends on rows eliminated "
+              "before it; the diagonal block of an ordinary block has to be positive definite; see "
+              "that its mass and inertia are filled in, and not zero");
+}
+
+TYPED_TEST(Singular, MessageGivesTheIdsOfAllBlocksThatItNames)
+{
+    auto A = support::scalarMatrix<TypeParam>({{4}, {0, 4}, {1, 1, 0}, {1, 1, 0, 0}}, 2);
+    for (unsigned int block = 0; block < 4; ++block)
+        A.setId(block, 100 + block);
+
+    const std::string message = this->computed(A).message;
+
+    EXPECT_TRUE(message.find(" (block 3 is 103, block 2 is 102)") != std::string::npos ||
+                message.find(" (block 2 is 102, block 3 is 103)") != std::string::npos)
+        << message;
+}
+
 // 4 . . 1     Row 1 of the joint holds nothing.
 // . 4 . 2
 // . . 4 3

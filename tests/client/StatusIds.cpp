@@ -48,14 +48,17 @@ protected:
         return b < A.firstTrailing() ? kBody + b : kJoint + b;
     }
 
-    /// Expects the id of block b, and the sentence to end with it.
+    /// Expects the id of block b, and that the sentence ends with it and those of other blocks.
     static void expectNamed(const Status& status, unsigned int b, std::uint64_t id)
     {
         EXPECT_EQ(status.block, b) << status.message;
         EXPECT_EQ(status.id, id) << status.message;
-        const std::string end = " (block " + std::to_string(b) + " is " + std::to_string(id) + ")";
-        ASSERT_GE(status.message.size(), end.size());
-        EXPECT_EQ(status.message.substr(status.message.size() - end.size()), end);
+        const std::string named = " (block " + std::to_string(b) + " is " + std::to_string(id);
+        const std::size_t at = status.message.find(named);
+        ASSERT_NE(at, std::string::npos) << status.message;
+        const char next = status.message[at + named.size()];
+        EXPECT_TRUE(next == ')' || next == ',') << status.message;
+        EXPECT_EQ(status.message.back(), ')') << status.message;
     }
 };
 TYPED_TEST_SUITE(StatusIds, support::Scalars);

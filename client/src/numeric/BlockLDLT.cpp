@@ -18,7 +18,7 @@ Status callSequence(const char* needed)
 
 std::string idRemark(unsigned int block, std::uint64_t id)
 {
-    return " (block " + std::to_string(block) + " is " + std::to_string(id) + ")";
+    return "block " + std::to_string(block) + " is " + std::to_string(id);
 }
 
 template <class T> Status BlockLDLT<T>::Impl::analyze(const BlockMatrix<T>& A, bool values)
@@ -228,13 +228,19 @@ template <class T> void BlockLDLT<T>::Impl::addIds(Status& s) const
     const auto idOf = [&](unsigned int block) {
         return block < ids.size() ? ids[block] : std::uint64_t(block);
     };
-    if (s.block != kNone) {
-        s.id = idOf(s.block);
-        if (s.block < ids.size())
-            s.message += idRemark(s.block, s.id);
-    }
     for (Dependency& dependency : s.dependsOn)
         dependency.id = idOf(dependency.block);
+    if (s.block == kNone)
+        return;
+    s.id = idOf(s.block);
+    if (ids.empty())
+        return;
+    std::vector<unsigned int> named = blocksOf(s.dependsOn, s.block);
+    named.resize(std::min(named.size(), kNamedDependencies));
+    s.message += " (" + idRemark(s.block, s.id);
+    for (const unsigned int block : named)
+        s.message += ", " + idRemark(block, idOf(block));
+    s.message += ")";
 }
 
 template <class T> BlockLDLT<T>::BlockLDLT() : m_impl(std::make_unique<Impl>())

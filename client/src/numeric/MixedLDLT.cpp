@@ -51,7 +51,7 @@ Status beyondFloat(const BlockMatrix<double>& A, unsigned int r, unsigned int c,
     status.message = "block (" + std::to_string(r) + ", " + std::to_string(c) + ") holds " +
                      numberText(value) + " in its row " + std::to_string(i) +
                      ", beyond float's range: scale the matrix or factor it in double" +
-                     (A.hasIds() ? idRemark(r, A.id(r)) : "");
+                     (A.hasIds() ? " (" + idRemark(r, A.id(r)) + ")" : "");
     status.block = r;
     status.row = static_cast<unsigned int>(i);
     status.id = A.id(r);

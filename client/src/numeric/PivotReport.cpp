@@ -13,9 +13,6 @@ namespace client {
 
 namespace {
 
-/// Blocks that a message names; Status::dependsOn holds all.
-constexpr std::size_t kNamed = 5;
-
 std::string placeOf(unsigned int block, unsigned int row)
 {
     return "the pivot of row " + std::to_string(row) + " of block " + std::to_string(block);
@@ -65,15 +62,11 @@ std::vector<Dependency> findDependencies(const PivotFailure<T>& failure, const O
 /// "; it is a combination of blocks 3 and 5", or nothing.
 std::string nameDependencies(const std::vector<Dependency>& dependencies, unsigned int own)
 {
-    std::vector<unsigned int> blocks;
-    for (const Dependency& dependency : dependencies)
-        if (dependency.block != own &&
-            std::find(blocks.begin(), blocks.end(), dependency.block) == blocks.end())
-            blocks.push_back(dependency.block);
+    const std::vector<unsigned int> blocks = blocksOf(dependencies, own);
     if (blocks.empty())
         return "";
     std::string text = blocks.size() == 1 ? "; it depends on block " : "; it depends on blocks ";
-    const std::size_t named = std::min(blocks.size(), kNamed);
+    const std::size_t named = std::min(blocks.size(), kNamedDependencies);
     for (std::size_t b = 0; b < named; ++b) {
         if (b > 0)
             text += b + 1 == blocks.size() ? " and " : ", ";
@@ -98,7 +91,27 @@ void addDependencies(const PivotFailure<T>& failure, const OrvelData<T>& data,
     status.message += "; a compliance of " + numberText(status.compliance) + " would do";
 }
 
+/// What to do about a row that depends on others.
+std::string adviceFor(unsigned int block, unsigned int firstTrailing, std::size_t blocks)
+{
+    return block < firstTrailing && firstTrailing < blocks
+               ? "the diagonal block of an ordinary block has to be positive definite; see that "
+                 "its "
+                 "mass and inertia are filled in, and not zero"
+               : "remove what is redundant or give the block a diagonal (a compliance)";
+}
+
 } // namespace
+
+std::vector<unsigned int> blocksOf(const std::vector<Dependency>& dependencies, unsigned int own)
+{
+    std::vector<unsigned int> blocks;
+    for (const Dependency& dependency : dependencies)
+        if (dependency.block != own &&
+            std::find(blocks.begin(), blocks.end(), dependency.block) == blocks.end())
+            blocks.push_back(dependency.block);
+    return blocks;
+}
 
 template <class T>
 Status reportPivot(const PivotFailure<T>& failure, const OrvelData<T>& data,
@@ -131,16 +144,15 @@ Status reportPivot(const PivotFailure<T>& failure, const OrvelData<T>& data,
             "mend that, or allow any signs";
         return status;
     case Kind::Zero:
-        status.message = is +
-                         ": the row is zero or depends on rows eliminated before it; "
-                         "remove what is redundant or give the block a diagonal (a compliance)";
+        status.message = is + ": the row is zero or depends on rows eliminated before it; " +
+                         adviceFor(status.block, firstTrailing, order.size());
         break;
     case Kind::Lost:
     case Kind::Weak:
         status.message = is + ", rounding noise beside its terms of " +
                          numberText(double(failure.scale)) +
-                         ": the row depends on rows eliminated before it; remove what is "
-                         "redundant or give the block a diagonal (a compliance)";
+                         ": the row depends on rows eliminated before it; " +
+                         adviceFor(status.block, firstTrailing, order.size());
         break;
     case Kind::OutOfScale:
         status.message = is + ", nothing beside its block's scale of " +

@@ -5,8 +5,17 @@
 
 #include <kyrOrvelClient/Status>
 
+#include <cstddef>
+#include <vector>
+
 namespace kyrOrvel {
 namespace client {
+
+/// Blocks that a message names of those that one depends on; Status::dependsOn holds all.
+constexpr std::size_t kNamedDependencies = 5;
+
+/// The blocks of dependencies other than the block's own, each once, the weightiest first.
+std::vector<unsigned int> blocksOf(const std::vector<Dependency>& dependencies, unsigned int own);
 
 /// The status that tells a failure's place, reason and remedy. For a singular matrix one back-solve
 /// finds the rows that the failed one depends on.
