@@ -74,7 +74,7 @@ int runCheck(const CheckOptions& options)
     reportInput(report, input);
 
     BlockLDLT<double> solver;
-    solver.setOrdering(orderingOf(options.ordering));
+    solver.setOrdering(orderingOf(options.solver.ordering));
     {
         const Progress progress("analysing and factoring");
         solver.compute(input.matrix);

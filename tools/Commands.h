@@ -36,13 +36,13 @@ struct SolverOptions {
 
 struct InfoOptions {
     MatrixOptions input;
-    std::string ordering = "automatic";
+    SolverOptions solver;
     bool json = false;
 };
 
 struct CheckOptions {
     MatrixOptions input;
-    std::string ordering = "automatic";
+    SolverOptions solver;
     bool json = false;
 };
 
@@ -76,9 +76,8 @@ std::string describeScenes();
 
 struct PlotOptions {
     MatrixOptions input;
-    std::string what = "all";           ///< a kind of picture, or all
-    std::string ordering = "automatic"; ///< as orderingOf names it
-    unsigned int threads = 1;
+    std::string what = "all"; ///< a kind of picture, or all
+    SolverOptions solver;
     std::string output; ///< picture file, or empty: in the terminal
     bool text = false;  ///< in the terminal, too
     bool json = false;

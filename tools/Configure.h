@@ -19,6 +19,15 @@ void configure(kyrOrvel::client::BlockLDLT<T>& solver, const SolverOptions& opti
         solver.setFactorization(kyrOrvel::client::Factorization::Parallel);
 }
 
+/// Whether a solver has an order for the matrix that it was given: also one that met unusable
+/// pivots, unless the analysis failed.
+template <class T>
+bool hasOrder(const kyrOrvel::client::BlockLDLT<T>& solver,
+              const kyrOrvel::client::BlockMatrix<T>& A)
+{
+    return solver.analysis().order.size() == A.numBlockRows();
+}
+
 } // namespace orvel
 
 #endif

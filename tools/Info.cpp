@@ -1,6 +1,6 @@
 #include "Commands.h"
+#include "Configure.h"
 #include "MatrixInput.h"
-#include "Orderings.h"
 #include "Progress.h"
 #include "Report.h"
 
@@ -22,12 +22,13 @@ int runInfo(const InfoOptions& options)
     report.line("entries", input.entries, "entries", std::to_string(input.entries),
                 "lower triangle");
     BlockLDLT<double> solver;
-    solver.setOrdering(orderingOf(options.ordering));
+    configure(solver, options.solver);
     {
-        const Progress progress("analysing");
-        solver.analyzePattern(input.matrix);
+        // The order that `orvel solve` uses depends on the values, and is known where they fail.
+        const Progress progress("analysing and factoring");
+        solver.compute(input.matrix);
     }
-    if (!solver.info().ok())
+    if (!hasOrder(solver, input.matrix))
         return reportFailure(report, input, solver.info());
     reportAnalysis(report, solver.analysis());
     report.finish();

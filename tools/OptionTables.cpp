@@ -141,7 +141,7 @@ void addJson(CLI::App& command, bool& json)
 template <class Options> void addAnalysis(CLI::App& command, Options& options)
 {
     addMatrix(command, options.input);
-    addOrdering(command, options.ordering);
+    addOrdering(command, options.solver.ordering);
     addJson(command, options.json);
 }
 
@@ -222,8 +222,8 @@ void declare(CLI::App& command, PlotOptions& options)
 {
     addMatrix(command, options.input);
     addName(command, "--what", options.what, "KIND", plotNames());
-    addOrdering(command, options.ordering);
-    addThreads(command, options.threads,
+    addOrdering(command, options.solver.ordering);
+    addThreads(command, options.solver.threads,
                "threads to factor on, 1 to 255; the tree shows which owns what");
     addFile(command, "--output", options.output,
             "picture to write: .svg, .png or .pdf; by default text in the terminal");

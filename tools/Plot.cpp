@@ -53,25 +53,20 @@ private:
     }
 };
 
-/// Analyses, and factors where that is needed. Factoring, the order is that of `orvel solve`;
-/// without, that of `orvel info`.
+/// Factors, for the order that `orvel solve` uses. A failure counts where the pivots are asked for,
+/// or if there is no order.
 Status prepare(const PlotOptions& options, const Kinds& kinds, BlockLDLT<double>& solver,
                PlotSubject& subject)
 {
-    SolverOptions how;
-    how.ordering = options.ordering;
-    how.threads = options.threads;
-    configure(solver, how);
-    if (kinds.timeline || options.threads > 1) // a schedule is what there is to draw
+    configure(solver, options.solver);
+    if (kinds.timeline || options.solver.threads > 1) // a schedule is what there is to draw
         solver.setFactorization(Factorization::Multifrontal);
-    const Progress progress(kinds.needFactorization() ? "analysing and factoring" : "analysing");
-    if (!kinds.needFactorization()) {
-        subject.analysed = solver.analyzePattern(subject.matrix).ok();
-        return solver.info();
-    }
+    const Progress progress("analysing and factoring");
     solver.compute(subject.matrix);
     const kyrOrvel::OrvelData<double>& data = solver.data();
     subject.analysed = data.factorRowStart.size() == subject.matrix.numBlockRows() + std::size_t(1);
+    if (subject.analysed && !kinds.needFactorization())
+        return {};
     subject.factored = subject.analysed && data.factored != 0;
     if (subject.factored && kinds.timeline) { // once more, the memory being there
         solver.setTrace(&subject.trace);

@@ -29,6 +29,21 @@ TEST(Bench, ReportsInJson)
         EXPECT_NE(out.find(key), std::string::npos) << key << " in " << out;
 }
 
+// The values refuse the first order that is the best by the pattern.
+TEST(Bench, TellsOfAnOrderThatIsNotTheOneTimed)
+{
+    const std::vector<std::string> bench = {"bench",  "--seconds", "0.001",     "--scene",
+                                            "tracks", "20",        "--ordering"};
+    const std::string remark = "without the order that pivots asked for later\n";
+    for (const auto& [ordering, again] :
+         {std::pair{"best", true}, std::pair{"constraint-aware", false}}) {
+        SCOPED_TRACE(ordering);
+        std::vector<std::string> command = bench;
+        command.emplace_back(ordering);
+        EXPECT_EQ(expectDone(command).find(remark) != std::string::npos, again);
+    }
+}
+
 #ifdef ORVEL_HAS_PEERS
 
 TEST(Bench, PeersAreMeasuredBesideThisLibrary)

@@ -95,7 +95,21 @@ TEST(Info, FoundBlocksEndAt64Rows)
               "  blocks                       2  2 ordinary, 0 trailing, sizes 6 to 64");
 }
 
-// Whether the values can be factored is not looked at: these two rows are the same.
+// An order that the values refuse is not used, and by the pattern alone it would be: info tells of
+// the other one.
+TEST(Info, FactorIsThatOfSolve)
+{
+    const std::vector<std::string> scene = {"--scene", "tracks", "20", "--ordering", "best"};
+    std::vector<std::string> info = {"info"};
+    std::vector<std::string> solve = {"solve"};
+    info.insert(info.end(), scene.begin(), scene.end());
+    solve.insert(solve.end(), scene.begin(), scene.end());
+    const std::string described = linesFrom(expectDone(info), "  blocks of A");
+    const std::string solved = linesFrom(expectDone(solve), "  blocks of A");
+    EXPECT_EQ(described, solved.substr(0, described.size()));
+}
+
+// Whether the values can be factored does not matter: these two rows are the same.
 TEST(Info, SingularValuesDoNotMatter)
 {
     const support::Folder folder;

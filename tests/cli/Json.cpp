@@ -109,6 +109,23 @@ TEST(Json, OfAPlotSaysNoMoreThanWasLookedAt)
     EXPECT_FALSE(json.contains("pivots"));
 }
 
+// By the pattern alone the order would be another one.
+TEST(Json, OfAPlotHasTheOperationsOfSolve)
+{
+    const support::Folder folder;
+    const std::vector<std::string> scene = {"--scene", "tracks", "20", "--ordering", "best"};
+    const auto jsonFor = [&](std::vector<std::string> command) {
+        command.insert(command.end(), scene.begin(), scene.end());
+        return jsonOf(command);
+    };
+    const Json operations = jsonFor({"solve"})["operations"];
+    for (const char* const kind : {"pattern", "factor", "tree", "all"}) {
+        SCOPED_TRACE(kind);
+        const Json json = jsonFor({"plot", "--output", folder.path("a.svg"), "--what", kind});
+        EXPECT_EQ(json["operations"], operations);
+    }
+}
+
 TEST(Json, OfAPlotLeavesNoRoomForText)
 {
     const support::Folder folder;

@@ -103,7 +103,7 @@ TEST(PlotFailure, SingularMatrixIsDrawnAndReported)
     }
 }
 
-// Values are not looked at for these.
+// Pivots are not asked for by these.
 TEST(PlotFailure, SingularMatrixHasAPatternAFactorAndATree)
 {
     const support::Folder folder;

@@ -78,9 +78,9 @@ protected:
 
 TEST_F(Progress, NamesThePhasesAndErasesThem)
 {
-    EXPECT_EQ(Terminal().show("info --scene rope 3"), std::string(kErase) +
-                                                          "orvel: making rope 3 ..." + kErase +
-                                                          kErase + "orvel: analysing ..." + kErase);
+    EXPECT_EQ(Terminal().show("info --scene rope 3"),
+              std::string(kErase) + "orvel: making rope 3 ..." + kErase + kErase +
+                  "orvel: analysing and factoring ..." + kErase);
     EXPECT_EQ(Terminal().show("scene rope 3 --solve"), std::string(kErase) +
                                                            "orvel: analysing and factoring ..." +
                                                            kErase + "orvel: solving ..." + kErase);
@@ -97,7 +97,7 @@ TEST_F(Progress, OfReadingIsTheShareOfBytes)
     EXPECT_EQ(shown, std::string(kErase) + "orvel: reading chain.mtx ..." + kErase +
                          "orvel: reading chain.mtx: 81 %" + kErase +
                          "orvel: dividing into blocks ..." + kErase + kErase +
-                         "orvel: analysing ..." + kErase);
+                         "orvel: analysing and factoring ..." + kErase);
 }
 
 TEST_F(Progress, OfMeasuringEndsWithAllOfIt)
