@@ -1,14 +1,17 @@
 #include "Commands.h"
+#include "Configure.h"
 #include "MatrixInput.h"
-#include "Orderings.h"
 #include "Progress.h"
 #include "Report.h"
 
 #include <kyrOrvelClient/BlockLDLT>
 #include <kyrOrvelClient/Diagnosis>
 
+#include <kyrOrvel/Orvel>
+
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <cstddef>
 
 namespace orvel {
@@ -38,6 +41,10 @@ std::string dependenciesOf(const MatrixInput& input, const Status& status)
 /// What a person is told of a redundant row.
 std::string describeRedundant(const MatrixInput& input, const Status& status)
 {
+    if (status.code == StatusCode::WrongSigns)
+        return fmt::format("the search ends at row {}, of block {}, whose pivot has another sign "
+                           "than expected",
+                           rowOf(input, status.block, status.row), status.block);
     if (status.code != StatusCode::Singular || status.block == kyrOrvel::kNone)
         return status.message;
     std::string text =
@@ -52,6 +59,16 @@ std::string describeRedundant(const MatrixInput& input, const Status& status)
     return text;
 }
 
+/// Those found, and the one that the factorization failed at if the search did not come that far.
+std::vector<Status> redundantRows(const MatrixInput& input, const Status& failure)
+{
+    const Progress progress("looking for redundant constraints");
+    std::vector<Status> found = kyrOrvel::client::findRedundant(input.matrix);
+    if (found.empty() || found.front().code != StatusCode::Singular)
+        found.insert(found.begin(), failure);
+    return found;
+}
+
 void reportRedundant(Report& report, const MatrixInput& input, const std::vector<Status>& found)
 {
     Json list = Json::array();
@@ -62,55 +79,115 @@ void reportRedundant(Report& report, const MatrixInput& input, const std::vector
     report.detail("redundant", list);
 }
 
+void reportOrder(Report& report, const MatrixInput& input, const BlockLDLT<double>& solver)
+{
+    Status status = solver.info();
+    if (hasOrder(solver, input.matrix))
+        status = kyrOrvel::client::checkOrder(input.matrix, solver.analysis().order);
+    report.line("orderCertified", status.ok(), "order", status.ok() ? "certified" : "refused",
+                status.ok() ? "of the structure alone: it forces no pivot to be zero"
+                            : status.message);
+}
+
+/// Pivots of other signs than those of bodies and constraints: positive for ordinary blocks,
+/// negative for trailing ones.
+struct UnexpectedSigns {
+    std::size_t ordinary = 0;
+    std::size_t trailing = 0;
+    unsigned int block = kyrOrvel::kNone; ///< of the first one
+    unsigned int row = kyrOrvel::kNone;   ///< of the block
+};
+
+UnexpectedSigns findUnexpectedSigns(const MatrixInput& input, const BlockLDLT<double>& solver)
+{
+    UnexpectedSigns found;
+    const double* pivot = solver.data().pivots.data;
+    for (const unsigned int block : solver.analysis().order) {
+        const bool trailing = block >= input.matrix.firstTrailing();
+        for (unsigned int row = 0; row < input.matrix.blockSize(block); ++row) {
+            if ((*pivot++ < 0) == trailing)
+                continue;
+            if (found.ordinary + found.trailing == 0) {
+                found.block = block;
+                found.row = row;
+            }
+            ++(trailing ? found.trailing : found.ordinary);
+        }
+    }
+    return found;
+}
+
+std::string describeSigns(const MatrixInput& input, const UnexpectedSigns& found)
+{
+    const bool trailing = input.matrix.firstTrailing() < input.matrix.numBlockRows();
+    if (found.block == kyrOrvel::kNone)
+        return trailing ? "positive in ordinary blocks, negative in trailing ones"
+                        : "all positive: the matrix is definite";
+    std::string text = fmt::format("{} negative in ordinary blocks", found.ordinary);
+    if (trailing)
+        text += fmt::format(", {} positive in trailing ones", found.trailing);
+    return text + fmt::format("; the first in row {}, of block {}",
+                              rowOf(input, found.block, found.row), found.block);
+}
+
+/// Signs that are not expected are no failure: a system may be meant to have them.
+void reportSigns(Report& report, const MatrixInput& input, const BlockLDLT<double>& solver)
+{
+    const auto statistics = solver.statistics();
+    report.line("positivePivots", statistics.positivePivots, "positive pivots",
+                std::to_string(statistics.positivePivots));
+    report.line("negativePivots", statistics.negativePivots, "negative pivots",
+                std::to_string(statistics.negativePivots));
+    const UnexpectedSigns found = findUnexpectedSigns(input, solver);
+    const char* const signs = found.block == kyrOrvel::kNone ? "expected" : "unexpected";
+    report.line("signs", signs, "signs", signs, describeSigns(input, found));
+    report.detail("negativeInOrdinaryBlocks", found.ordinary);
+    report.detail("positiveInTrailingBlocks", found.trailing);
+}
+
+void reportPivots(Report& report, const MatrixInput& input, const BlockLDLT<double>& solver)
+{
+    reportSigns(report, input, solver);
+    const auto statistics = solver.statistics();
+    report.line("smallestPivot", statistics.smallestPivot, "smallest pivot",
+                fmt::format("{:.2e}", statistics.smallestPivot));
+    report.line("largestPivot", statistics.largestPivot, "largest pivot",
+                fmt::format("{:.2e}", statistics.largestPivot));
+    report.line("rank", "full", "rank", "full", "every row counts");
+}
+
+void reportDeficiency(Report& report, const MatrixInput& input, const Status& failure)
+{
+    const bool singular = failure.code == StatusCode::Singular;
+    const char* const rank = singular ? "deficient" : "unknown";
+    report.line("rank", rank, "rank", rank, statusName(failure.code));
+    if (singular)
+        reportRedundant(report, input, redundantRows(input, failure));
+}
+
 } // namespace
 
 int runCheck(const CheckOptions& options)
 {
     MatrixInput input;
-    Status status = readInput(options.input, input);
+    const Status status = readInput(options.input, input);
     if (!status.ok())
         return refuse(status.message);
     Report report(options.json);
     reportInput(report, input);
 
     BlockLDLT<double> solver;
-    solver.setOrdering(orderingOf(options.solver.ordering));
+    configure(solver, options.solver);
     {
         const Progress progress("analysing and factoring");
         solver.compute(input.matrix);
     }
-    const auto& order = solver.analysis().order;
-    if (order.size() == input.matrix.numBlockRows())
-        status = kyrOrvel::client::checkOrder(input.matrix, order);
-    else
-        status = solver.info();
-    report.line("orderCertified", status.ok(), "order", status.ok() ? "certified" : "refused",
-                status.ok() ? "no pivot is zero whatever the values" : status.message);
-
-    const Status& info = solver.info();
-    const bool factored = info.ok();
-    if (factored) {
-        const auto statistics = solver.statistics();
-        report.line("positivePivots", statistics.positivePivots, "positive pivots",
-                    std::to_string(statistics.positivePivots), "of ordinary blocks");
-        report.line("negativePivots", statistics.negativePivots, "negative pivots",
-                    std::to_string(statistics.negativePivots), "of trailing blocks");
-        report.line("smallestPivot", statistics.smallestPivot, "smallest pivot",
-                    fmt::format("{:.2e}", statistics.smallestPivot));
-        report.line("largestPivot", statistics.largestPivot, "largest pivot",
-                    fmt::format("{:.2e}", statistics.largestPivot));
-        report.line("rank", "full", "rank", "full", "every row counts");
-    } else {
-        const bool singular = info.code == StatusCode::Singular;
-        report.line("rank", singular ? "deficient" : "unknown", "rank",
-                    singular ? "deficient" : "unknown", statusName(info.code));
-        if (singular) {
-            const Progress progress("looking for redundant constraints");
-            reportRedundant(report, input, kyrOrvel::client::findRedundant(input.matrix));
-        }
+    reportOrder(report, input, solver);
+    if (!solver.info().ok()) {
+        reportDeficiency(report, input, solver.info());
+        return reportFailure(report, input, solver.info());
     }
-    if (!factored)
-        return reportFailure(report, input, info);
+    reportPivots(report, input, solver);
     report.finish();
     return kDone;
 }

@@ -31,12 +31,81 @@ TEST(Check, CertifiesTheOrderAndCountsTheSigns)
                      "  scalars                      2\n"
                      "  blocks                       2  1 ordinary, 1 trailing, sizes 1 to 1\n"
                      "                                  blocks found by structure\n"
-                     "  order                certified  no pivot is zero whatever the values\n"
-                     "  positive pivots              1  of ordinary blocks\n"
-                     "  negative pivots              1  of trailing blocks\n"
+                     "  order                certified  of the structure alone: it forces no "
+                     "pivot to be zero\n"
+                     "  positive pivots              1\n"
+                     "  negative pivots              1\n"
+                     "  signs                 expected  positive in ordinary blocks, negative in "
+                     "trailing ones\n"
                      "  smallest pivot        2.00e+00\n"
                      "  largest pivot        -8.00e+00\n"
                      "  rank                      full  every row counts\n");
+}
+
+TEST(Check, TellsOfAMatrixThatIsDefinite)
+{
+    const support::Folder folder;
+    const std::string report = expectDone({"check", folder.write("m.mtx", kSmallMatrix)});
+    EXPECT_NE(
+        report.find("\n  signs                 expected  all positive: the matrix is definite\n"),
+        std::string::npos)
+        << report;
+}
+
+// [1 2; 2 1] has a pivot of -3.
+TEST(Check, FindsNegativePivotsOfOrdinaryBlocks)
+{
+    const support::Folder folder;
+    const std::string file =
+        folder.write("m.mtx", std::string(kHeader) + "2 2 3\n1 1 1\n2 1 2\n2 2 1\n");
+    const std::string report = expectDone({"check", file});
+    const std::string lines = linesFrom(report, "  positive");
+    EXPECT_EQ(lines.substr(0, lines.find("  smallest")),
+              "  positive pivots              1\n"
+              "  negative pivots              1\n"
+              "  signs               unexpected  1 negative in ordinary blocks; the first in row "
+              "2, of block 0\n");
+}
+
+// A body of mass -2 and one of 4, with a joint each, and the second joint a little too stiff: the
+// pivots are -2, 4, 1/2 and 1 - 1/4.
+TEST(Check, AcceptsTheSignsThatSolveAccepts)
+{
+    const support::Folder folder;
+    folder.write("m.blocks", "blocks 4 firstTrailing 2\n1 1 1 1\n");
+    const std::string file =
+        folder.write("m.mtx", std::string(kHeader) + "4 4 5\n1 1 -2\n2 2 4\n3 1 1\n4 2 1\n4 4 1\n");
+    expectDone({"solve", file});
+    const std::string report = expectDone({"check", file});
+    EXPECT_NE(report.find("  signs               unexpected  1 negative in ordinary blocks, 2 "
+                          "positive in trailing ones; the first in row "),
+              std::string::npos)
+        << report;
+}
+
+TEST(Check, CountsUnexpectedSignsInJson)
+{
+    const support::Folder folder;
+    const std::string file =
+        folder.write("m.mtx", std::string(kHeader) + "2 2 3\n1 1 1\n2 1 2\n2 2 1\n");
+    EXPECT_NE(expectDone({"check", file, "--json"})
+                  .find("  \"signs\": \"unexpected\",\n"
+                        "  \"negativeInOrdinaryBlocks\": 1,\n"
+                        "  \"positiveInTrailingBlocks\": 0,\n"),
+              std::string::npos);
+}
+
+// Two joints that say the same, and a third one on a body of negative mass.
+TEST(Check, NamesARedundantRowBesideUnexpectedSigns)
+{
+    const support::Folder folder;
+    folder.write("m.blocks", "blocks 5 firstTrailing 2\n1 1 1 1 1\n");
+    const std::string file =
+        folder.write("m.mtx", std::string(kHeader) + "5 5 5\n1 1 2\n2 2 -2\n3 1 1\n4 1 1\n5 2 1\n");
+    const support::CommandResult result = orvel({"check", file});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_NE(result.out.find(" depends on row "), std::string::npos) << result.out;
+    EXPECT_EQ((result.out + result.err).find("allow any signs"), std::string::npos) << result.out;
 }
 
 TEST(Check, NamesRedundantRowsAndWhatTheyDependOn)
