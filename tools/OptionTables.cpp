@@ -47,14 +47,23 @@ template <class T> CLI::Validator numberFrom(T least, T most)
     return {check, ""};
 }
 
+/// No empty names: a variable of a script that is not set should not pass for an option left out.
+CLI::Validator notEmpty()
+{
+    const auto check = [](const std::string& given) {
+        return given.empty() ? std::string("the file's name is empty") : std::string();
+    };
+    return {check, ""};
+}
+
 void addFlag(CLI::App& command, const char* name, bool& value, const char* help)
 {
     command.add_flag(name, value, help);
 }
 
-void addFile(CLI::App& command, const char* name, std::string& path, const char* help)
+CLI::Option* addFile(CLI::App& command, const char* name, std::string& path, const char* help)
 {
-    command.add_option(name, path, help)->type_name("FILE");
+    return command.add_option(name, path, help)->type_name("FILE")->check(notEmpty());
 }
 
 template <class T>
@@ -78,16 +87,13 @@ void addName(CLI::App& command, const char* name, std::string& value, const char
 
 void addMatrix(CLI::App& command, MatrixOptions& options)
 {
-    CLI::Option* const file = command.add_option("FILE", options.matrix,
-                                                 "Matrix Market file: coordinate, real or "
-                                                 "integer, symmetric; - is standard input");
+    CLI::Option* const file = addFile(command, "FILE", options.matrix,
+                                      "Matrix Market file: coordinate, real or integer, "
+                                      "symmetric; - is standard input");
     file->type_name("");
-    CLI::Option* const blocks =
-        command
-            .add_option("--blocks", options.blocks,
-                        "file with the block sizes; by default FILE with the ending .blocks, if "
-                        "there is one")
-            ->type_name("FILE");
+    CLI::Option* const blocks = addFile(command, "--blocks", options.blocks,
+                                        "file with the block sizes; by default FILE with the "
+                                        "ending .blocks, if there is one");
     CLI::Option* const find = command
                                   .add_flag("--find-blocks", options.findBlocks,
                                             "find blocks by structure even if there is such a file")
@@ -235,7 +241,7 @@ void declare(CLI::App& command, PlotOptions& options)
 
 void declare(CLI::App& command, ReplayOptions& options)
 {
-    command.add_option("FILE", options.capture, "capture of a system")->type_name("")->required();
+    addFile(command, "FILE", options.capture, "capture of a system")->type_name("")->required();
     addFile(command, "--shrink", options.shrink,
             "write the smallest part that fails alike: as .mtx with .blocks beside it, "
             "or by any other name as a capture");

@@ -148,6 +148,21 @@ TEST(Options, NumbersOutOfRangeAreRefused)
                          "orvel solve");
 }
 
+TEST(Options, EmptyFileNamesAreRefused)
+{
+    for (const auto& [subcommand, file, option] :
+         {std::tuple{"solve", "m.mtx", "--rhs"}, std::tuple{"solve", "m.mtx", "--out"},
+          std::tuple{"solve", "m.mtx", "--blocks"}, std::tuple{"replay", "m", "--shrink"},
+          std::tuple{"plot", "m.mtx", "--output"}, std::tuple{"scene", "rope", "--output"}})
+        expectUsageError({subcommand, file, option, ""},
+                         std::string(option) + ": the file's name is empty",
+                         std::string("orvel ") + subcommand);
+    expectUsageError({"demo", "--picture", ""}, "--picture: the file's name is empty",
+                     "orvel demo");
+    expectUsageError({"solve", ""}, "FILE: the file's name is empty", "orvel solve");
+    expectUsageError({"replay", ""}, "FILE: the file's name is empty", "orvel replay");
+}
+
 TEST(Options, SecondsThatAreNoNumberAreRefused)
 {
     for (const std::string seconds : {"0,5", "nan", "", "1 s", "0"})
