@@ -1,4 +1,5 @@
 #include "Commands.h"
+#include "Compliance.h"
 #include "Configure.h"
 #include "ConvertMatrix.h"
 #include "MatrixInput.h"
@@ -128,6 +129,9 @@ int runBench(const BenchOptions& options)
                       "-DKYRORVEL_BENCH_PEERS=ON");
     if (options.peers)
         preparePeers();
+    const std::string refusal = refusalOf(options.solver);
+    if (!refusal.empty())
+        return refuse(refusal);
     MatrixInput input;
     Status status = readInput(options.input, input);
     if (!status.ok())
@@ -142,6 +146,7 @@ int runBench(const BenchOptions& options)
         return reportFailure(report, input, status);
     report.heading(input.name);
     reportMatrix(report, input.matrix);
+    reportCompliance(report, input.matrix, options.solver);
     reportMeasurements(report, options.solver, found);
     report.finish();
     return kDone;

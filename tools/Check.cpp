@@ -1,4 +1,5 @@
 #include "Commands.h"
+#include "Compliance.h"
 #include "Configure.h"
 #include "MatrixInput.h"
 #include "Progress.h"
@@ -17,6 +18,7 @@
 namespace orvel {
 
 using kyrOrvel::client::BlockLDLT;
+using kyrOrvel::client::BlockMatrix;
 using kyrOrvel::client::Dependency;
 using kyrOrvel::client::Status;
 using kyrOrvel::client::StatusCode;
@@ -60,10 +62,10 @@ std::string describeRedundant(const MatrixInput& input, const Status& status)
 }
 
 /// Those found, and the one that the factorization failed at if the search did not come that far.
-std::vector<Status> redundantRows(const MatrixInput& input, const Status& failure)
+std::vector<Status> redundantRows(const BlockMatrix<double>& A, const Status& failure)
 {
     const Progress progress("looking for redundant constraints");
-    std::vector<Status> found = kyrOrvel::client::findRedundant(input.matrix);
+    std::vector<Status> found = kyrOrvel::client::findRedundant(A);
     if (found.empty() || found.front().code != StatusCode::Singular)
         found.insert(found.begin(), failure);
     return found;
@@ -79,11 +81,11 @@ void reportRedundant(Report& report, const MatrixInput& input, const std::vector
     report.detail("redundant", list);
 }
 
-void reportOrder(Report& report, const MatrixInput& input, const BlockLDLT<double>& solver)
+void reportOrder(Report& report, const BlockMatrix<double>& A, const BlockLDLT<double>& solver)
 {
     Status status = solver.info();
-    if (hasOrder(solver, input.matrix))
-        status = kyrOrvel::client::checkOrder(input.matrix, solver.analysis().order);
+    if (hasOrder(solver, A))
+        status = kyrOrvel::client::checkOrder(A, solver.analysis().order);
     report.line("orderCertified", status.ok(), "order", status.ok() ? "certified" : "refused",
                 status.ok() ? "of the structure alone: it forces no pivot to be zero"
                             : status.message);
@@ -156,13 +158,14 @@ void reportPivots(Report& report, const MatrixInput& input, const BlockLDLT<doub
     report.line("rank", "full", "rank", "full", "every row counts");
 }
 
-void reportDeficiency(Report& report, const MatrixInput& input, const Status& failure)
+void reportDeficiency(Report& report, const MatrixInput& input, const BlockMatrix<double>& A,
+                      const Status& failure)
 {
     const bool singular = failure.code == StatusCode::Singular;
     const char* const rank = singular ? "deficient" : "unknown";
     report.line("rank", rank, "rank", rank, statusName(failure.code));
     if (singular)
-        reportRedundant(report, input, redundantRows(input, failure));
+        reportRedundant(report, input, redundantRows(A, failure));
 }
 
 } // namespace
@@ -175,6 +178,7 @@ int runCheck(const CheckOptions& options)
         return refuse(status.message);
     Report report(options.json);
     reportInput(report, input);
+    reportCompliance(report, input.matrix, options.solver);
 
     BlockLDLT<double> solver;
     configure(solver, options.solver);
@@ -182,9 +186,10 @@ int runCheck(const CheckOptions& options)
         const Progress progress("analysing and factoring");
         solver.compute(input.matrix);
     }
-    reportOrder(report, input, solver);
+    const CompliantMatrix solved(input.matrix, options.solver);
+    reportOrder(report, solved.get(), solver);
     if (!solver.info().ok()) {
-        reportDeficiency(report, input, solver.info());
+        reportDeficiency(report, input, solved.get(), solver.info());
         return reportFailure(report, input, solver.info());
     }
     reportPivots(report, input, solver);

@@ -32,6 +32,7 @@ struct SolverOptions {
     unsigned int threads = 1;
     int refinements = 5;          ///< at the most
     bool singlePrecision = false; ///< factor in float, correct in double
+    double compliance = 0;        ///< of every trailing block; 0 or more
 };
 
 struct InfoOptions {

@@ -15,6 +15,7 @@ void configure(kyrOrvel::client::BlockLDLT<T>& solver, const SolverOptions& opti
     solver.setSigns(kyrOrvel::client::Signs::Any);
     solver.setOrdering(orderingOf(options.ordering));
     solver.setThreads(options.threads);
+    solver.setCompliance(static_cast<T>(options.compliance)); // in range: see refusalOf
     if (options.threads > 1)
         solver.setFactorization(kyrOrvel::client::Factorization::Parallel);
 }

@@ -1,4 +1,5 @@
 #include "Commands.h"
+#include "Compliance.h"
 #include "Configure.h"
 #include "MatrixInput.h"
 #include "Progress.h"
@@ -21,6 +22,7 @@ int runInfo(const InfoOptions& options)
     reportInput(report, input);
     report.line("entries", input.entries, "entries", std::to_string(input.entries),
                 "lower triangle");
+    reportCompliance(report, input.matrix, options.solver);
     BlockLDLT<double> solver;
     configure(solver, options.solver);
     {

@@ -3,6 +3,7 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <cmath>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -43,6 +44,18 @@ template <class T> CLI::Validator numberFrom(T least, T most)
         return taken ? std::string()
                      : fmt::format("'{}' is not a {} from {} to {}", given,
                                    kIsWhole<T> ? "whole number" : "number", least, most);
+    };
+    return {check, ""};
+}
+
+/// Only finite numbers that are not negative are taken.
+CLI::Validator notNegative()
+{
+    const auto check = [](const std::string& given) {
+        double value = 0;
+        const bool taken =
+            CLI::detail::lexical_cast(given, value) && value >= 0 && std::isfinite(value);
+        return taken ? std::string() : "'" + given + "' is not a finite number of 0 or more";
     };
     return {check, ""};
 }
@@ -124,6 +137,17 @@ void addThreads(CLI::App& command, unsigned int& threads, const char* help)
     addNumber(command, "--threads", threads, 1u, 255u, help);
 }
 
+void addCompliance(CLI::App& command, SolverOptions& options)
+{
+    command
+        .add_option("--compliance", options.compliance,
+                    "subtracted from the diagonal of every trailing block, so that redundant "
+                    "constraints do no harm; 0 or more")
+        ->type_name("C")
+        ->check(notNegative())
+        ->capture_default_str();
+}
+
 void addSolver(CLI::App& command, SolverOptions& options)
 {
     addOrdering(command, options.ordering);
@@ -148,6 +172,7 @@ template <class Options> void addAnalysis(CLI::App& command, Options& options)
 {
     addMatrix(command, options.input);
     addOrdering(command, options.solver.ordering);
+    addCompliance(command, options.solver);
     addJson(command, options.json);
 }
 
@@ -176,6 +201,7 @@ void declare(CLI::App& command, SolveOptions& options)
             "or A times ones");
     addFile(command, "--out", options.out, "write the solution as a Matrix Market array");
     addSolver(command, options.solver);
+    addCompliance(command, options.solver);
     addRefinements(command, options.solver);
     addJson(command, options.json);
     addFooter(command, "orvel solve bridge.mtx --rhs bridge.rhs --out x.mtx");
@@ -197,12 +223,13 @@ void declare(CLI::App& command, BenchOptions& options)
 {
     addMatrix(command, options.input);
     addSolver(command, options.solver);
+    addCompliance(command, options.solver);
     addNumber(command, "--seconds", options.seconds, 0.001, 3600.0,
               "to spend, about; 0.001 to 3600", "S");
     CLI::Option* const peers = command.add_flag(
         "--peers", options.peers,
         "beside other solvers, those that the command was built with, one thread each");
-    for (const char* const name : {"--ordering", "--threads", "--float"})
+    for (const char* const name : {"--ordering", "--threads", "--float", "--compliance"})
         peers->excludes(name);
     addJson(command, options.json);
     addFooter(command, "orvel bench --scene net 60");
@@ -231,6 +258,7 @@ void declare(CLI::App& command, PlotOptions& options)
     addOrdering(command, options.solver.ordering);
     addThreads(command, options.solver.threads,
                "threads to factor on, 1 to 255; the tree shows which owns what");
+    addCompliance(command, options.solver);
     addFile(command, "--output", options.output,
             "picture to write: .svg, .png or .pdf; by default text in the terminal");
     addFlag(command, "--text", options.text,

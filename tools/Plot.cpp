@@ -172,7 +172,7 @@ int runPlot(const PlotOptions& options)
         printText(subject, kinds);
     Report report(options.json);
     if (options.json)
-        reportPlot(report, input, subject, drawn.kinds);
+        reportPlot(report, input, subject, options.solver, drawn.kinds);
     if (hasPicture)
         report.file("picture", "Picture", options.output);
     if (!status.ok())

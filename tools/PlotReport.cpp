@@ -1,5 +1,6 @@
 #include "PlotReport.h"
 
+#include "Compliance.h"
 #include "draw/PivotFigures.h"
 #include "draw/TreeFigures.h"
 
@@ -38,9 +39,10 @@ Json pivotsOf(const PlotSubject& subject)
 } // namespace
 
 void reportPlot(Report& report, const MatrixInput& input, const PlotSubject& subject,
-                const std::vector<std::string>& drawn)
+                const SolverOptions& options, const std::vector<std::string>& drawn)
 {
     reportInput(report, input);
+    reportCompliance(report, input.matrix, options);
     report.detail("entries", input.entries);
     if (subject.analysed) {
         reportAnalysis(report, subject.analysis());

@@ -14,7 +14,7 @@ namespace orvel {
 ///
 /// @param drawn  the kinds of pictures, in the order of their pages
 void reportPlot(Report& report, const MatrixInput& input, const PlotSubject& subject,
-                const std::vector<std::string>& drawn);
+                const SolverOptions& options, const std::vector<std::string>& drawn);
 
 } // namespace orvel
 

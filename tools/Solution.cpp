@@ -1,5 +1,6 @@
 #include "Solution.h"
 
+#include "Compliance.h"
 #include "Configure.h"
 #include "Progress.h"
 
@@ -76,7 +77,7 @@ Status computeSolution(const BlockMatrix<double>& A, const std::vector<double>& 
                                             : solveInDouble(A, b, options, solution, progress);
     if (!status.ok())
         return status;
-    solution.accuracy = accuracyOf(A, b, solution.x);
+    solution.accuracy = accuracyOf(CompliantMatrix(A, options).get(), b, solution.x);
     // Not a number is not accurate either.
     if (!(solution.accuracy.backwardError <= kLargestBackwardError))
         return inaccurate(solution.accuracy.backwardError);

@@ -1,4 +1,5 @@
 #include "Commands.h"
+#include "Compliance.h"
 #include "MatrixInput.h"
 #include "Report.h"
 #include "Solution.h"
@@ -28,7 +29,7 @@ Status readRightHandSide(const SolveOptions& options, const MatrixInput& input,
     }
     if (options.rightHandSide.empty()) {
         const std::vector<double> ones(n, 1.0);
-        input.matrix.multiply(ones.data(), b.data());
+        CompliantMatrix(input.matrix, options.solver).get().multiply(ones.data(), b.data());
         return {};
     }
     std::vector<double> byRow;
@@ -52,6 +53,9 @@ Status writeSolution(const std::string& path, const BlockPartition& partition,
 
 int runSolve(const SolveOptions& options)
 {
+    const std::string refusal = refusalOf(options.solver);
+    if (!refusal.empty())
+        return refuse(refusal);
     MatrixInput input;
     Status status = readInput(options.input, input);
     if (!status.ok())
@@ -73,6 +77,7 @@ int runSolve(const SolveOptions& options)
     }
 
     reportInput(report, input);
+    reportCompliance(report, input.matrix, options.solver);
     reportSolution(report, solution);
     if (!options.out.empty())
         report.file("solution", "Solution", options.out);

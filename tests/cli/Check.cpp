@@ -14,6 +14,29 @@ constexpr char kTwiceTheSame[] = "%%MatrixMarket matrix coordinate real symmetri
                                  "4 1 1\n"
                                  "4 2 1\n";
 
+/// Boxes on one platform, the last body, with four contacts each: soft ones are best eliminated
+/// before the bodies.
+std::string writeBoxes(const support::Folder& folder, int boxes)
+{
+    const int platform = boxes + 1;
+    const int rows = platform + 4 * boxes;
+    std::string blocks =
+        "blocks " + std::to_string(rows) + " firstTrailing " + std::to_string(platform);
+    std::string matrix = kHeader + std::to_string(rows) + " " + std::to_string(rows) + " " +
+                         std::to_string(platform + 8 * boxes) + "\n";
+    for (int row = 1; row <= rows; ++row) {
+        blocks += " 1";
+        const std::string begin = std::to_string(row) + " ";
+        if (row <= platform)
+            matrix += begin + std::to_string(row) + " 1\n";
+        else
+            matrix += begin + std::to_string((row - platform + 3) / 4) + " 1\n" + begin +
+                      std::to_string(platform) + " -1\n";
+    }
+    folder.write("m.blocks", blocks);
+    return folder.write("m.mtx", matrix);
+}
+
 /// A body with one joint.
 constexpr char kJoint[] = "%%MatrixMarket matrix coordinate real symmetric\n"
                           "2 2 2\n"
@@ -142,6 +165,36 @@ TEST(Check, NamesRedundantRowsInJson)
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_EQ(linesFrom(result.out, "  \"redundant\"").substr(0, 46),
               "  \"redundant\": [\n    {\n      \"status\": \"Singul");
+}
+
+TEST(Check, ProposesAComplianceThatWillDo)
+{
+    const support::Folder folder;
+    const std::string report =
+        expectDone({"check", folder.write("m.mtx", kTwiceTheSame), "--compliance", "3e-08"});
+    EXPECT_NE(report.find("  rank                      full  "), std::string::npos) << report;
+}
+
+// By the pattern of the file alone contacts that come first would have zero pivots.
+TEST(Check, CertifiesAnOrderThatNeedsTheCompliance)
+{
+    const support::Folder folder;
+    const std::string file = writeBoxes(folder, 20);
+    EXPECT_NE(expectDone({"info", file, "--compliance", "1"}).find("all of them soft"),
+              std::string::npos);
+    const std::string report = expectDone({"check", file, "--compliance", "1"});
+    EXPECT_NE(report.find("  order                certified"), std::string::npos) << report;
+}
+
+TEST(Check, LooksForRedundantRowsWithTheCompliance)
+{
+    const support::Folder folder;
+    const std::string file = folder.write("m.mtx", kTwiceTheSame);
+    const support::CommandResult result = orvel({"check", file, "--compliance", "1e-20"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_NE(result.out.find("depends on row 3; a compliance of 3e-08 would do"),
+              std::string::npos)
+        << result.out;
 }
 
 TEST(Check, RefusesAnOrderWithAZeroPivot)

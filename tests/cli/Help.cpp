@@ -35,6 +35,10 @@ const std::string kOrdering =
     "  --ordering NAME=automatic   automatic, constraint-aware, symamd, nested-dissection, "
     "natural or best\n";
 
+const std::string kCompliance =
+    "  --compliance C=0            subtracted from the diagonal of every trailing block, so that "
+    "redundant constraints do no harm; 0 or more\n";
+
 const std::string kSolver = kOrdering +
                             "  --threads N=1               threads to factor on, 1 to 255; no bit "
                             "depends on it\n"
@@ -97,21 +101,22 @@ TEST(Help, OfSolveListsItsOptions)
                    "  --rhs FILE                  right-hand side: Matrix Market array or plain "
                    "numbers; by default that of the scene, or A times ones\n"
                    "  --out FILE                  write the solution as a Matrix Market array\n" +
-                   kSolver + kRefine + kJson +
+                   kSolver + kCompliance + kRefine + kJson +
                    "\nExample: orvel solve bridge.mtx --rhs bridge.rhs --out x.mtx\n" + kExitCodes);
 }
 
 TEST(Help, OfInfoListsItsOptions)
 {
     expectHelp("info", " [FILE]",
-               kMatrix + kOrdering + kJson + "\nExample: orvel info bridge.mtx --json\n" +
-                   kExitCodes);
+               kMatrix + kOrdering + kCompliance + kJson +
+                   "\nExample: orvel info bridge.mtx --json\n" + kExitCodes);
 }
 
 TEST(Help, OfCheckListsItsOptions)
 {
     expectHelp("check", " [FILE]",
-               kMatrix + kOrdering + kJson + "\nExample: orvel check frame.mtx\n" + kExitCodes);
+               kMatrix + kOrdering + kCompliance + kJson + "\nExample: orvel check frame.mtx\n" +
+                   kExitCodes);
 }
 
 TEST(Help, OfBenchListsItsOptions)
@@ -125,8 +130,11 @@ TEST(Help, OfBenchListsItsOptions)
                    "                              threads to factor on, 1 to 255; no bit "
                    "depends on it\n"
                    "  --float Excludes: --peers   factor in single precision\n"
+                   "  --compliance C=0 Excludes: --peers\n"
+                   "                              subtracted from the diagonal of every trailing "
+                   "block, so that redundant constraints do no harm; 0 or more\n"
                    "  --seconds S=1               to spend, about; 0.001 to 3600\n"
-                   "  --peers Excludes: --ordering --threads --float\n"
+                   "  --peers Excludes: --ordering --threads --float --compliance\n"
                    "                              beside other solvers, those that the command was "
                    "built with, one thread each\n" +
                    kJson + "\nExample: orvel bench --scene net 60\n" + kExitCodes);
@@ -169,7 +177,8 @@ TEST(Help, OfPlotListsItsOptions)
         kMatrix + "  --what KIND=all             pattern, factor, tree, pivots, timeline or all\n" +
             kOrdering +
             "  --threads N=1               threads to factor on, 1 to 255; the tree shows which "
-            "owns what\n"
+            "owns what\n" +
+            kCompliance +
             "  --output FILE               picture to write: .svg, .png or .pdf; by default text "
             "in the terminal\n"
             "  --text                      draw text in the terminal, at most 80 columns wide, as "

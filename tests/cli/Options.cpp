@@ -3,6 +3,7 @@
 #include "cli/Orvel.h"
 
 #include <cstddef>
+#include <sstream>
 
 namespace cli {
 
@@ -46,6 +47,7 @@ TEST(Options, SolveReportsInJson)
                   "  \"smallestBlock\": 2,\n"
                   "  \"largestBlock\": 2,\n"
                   "  \"blockSource\": \"found by structure\",\n"
+                  "  \"compliance\": 0.0,\n"
                   "  \"matrixBlocks\": 1,\n"
                   "  \"factorBlocks\": 1,\n"
                   "  \"fillBlocks\": 0,\n"
@@ -169,6 +171,87 @@ TEST(Options, SecondsThatAreNoNumberAreRefused)
         expectUsageError({"bench", "m.mtx", "--seconds", seconds},
                          "--seconds: '" + seconds + "' is not a number from 0.001 to 3600",
                          "orvel bench");
+}
+
+TEST(Options, ComplianceThatIsNoneIsRefused)
+{
+    for (const std::string compliance : {"-1", "inf", "nan", "1e999", "soft", ""})
+        expectUsageError({"solve", "m.mtx", "--compliance", compliance},
+                         "--compliance: '" + compliance + "' is not a finite number of 0 or more",
+                         "orvel solve");
+}
+
+TEST(Options, ComplianceBeyondSinglePrecisionIsRefused)
+{
+    for (const char* const subcommand : {"solve", "bench"})
+        expectRefused({subcommand, "m.mtx", "--float", "--compliance", "1e+39"},
+                      "--compliance: 1e+39 is beyond single precision");
+}
+
+// The right-hand side is that of ones with the compliance, too.
+TEST(Options, ComplianceSolvesWhatIsSingular)
+{
+    const support::Folder folder;
+    const std::string file = folder.write("m.mtx", kSameJointTwice);
+    for (const std::vector<std::string>& options : {std::vector<std::string>{"--compliance", "0.1"},
+                                                    {"--compliance", "1e-08"},
+                                                    {"--compliance", "0.1", "--float"}}) {
+        std::vector<std::string> command = {"solve", file, "--out", folder.path("x")};
+        command.insert(command.end(), options.begin(), options.end());
+        const std::string report = expectDone(command);
+        EXPECT_LT(numberAfter(report, "  backward error"), 1e-12);
+        std::istringstream lines(support::contentOf(folder.path("x")));
+        std::string line;
+        for (int skipped = 0; skipped < 2; ++skipped)
+            std::getline(lines, line);
+        for (double x = 0; lines >> x;)
+            EXPECT_NEAR(x, 1, 1e-6);
+    }
+}
+
+// [2 4; 4 -4] times (1, 2) is (10, -4).
+TEST(Options, ComplianceIsSubtracted)
+{
+    const support::Folder folder;
+    expectDone({"solve", folder.write("m.mtx", kJoint), "--compliance", "4", "--rhs",
+                folder.write("b", "10 -4"), "--out", folder.path("x")});
+    EXPECT_EQ(linesFrom(support::contentOf(folder.path("x")), "2 1"), "2 1\n1\n2\n");
+}
+
+TEST(Options, ComplianceIsReported)
+{
+    const support::Folder folder;
+    const std::string file = folder.write("m.mtx", kJoint);
+    for (const char* const subcommand : {"solve", "info", "check", "bench"})
+        EXPECT_NE(expectDone({subcommand, file, "--compliance", "1e-06"})
+                      .find("\n  compliance               1e-06  of every trailing block\n"),
+                  std::string::npos)
+            << subcommand;
+}
+
+TEST(Options, ComplianceIsReportedInJson)
+{
+    const support::Folder folder;
+    const std::string file = folder.write("m.mtx", kJoint);
+    for (const std::vector<std::string>& command :
+         std::vector<std::vector<std::string>>{{"solve", file},
+                                               {"info", file},
+                                               {"check", file},
+                                               {"bench", file},
+                                               {"plot", file, "--output", folder.path("a.svg")}}) {
+        std::vector<std::string> arguments = command;
+        arguments.insert(arguments.end(), {"--compliance", "1e-06", "--json"});
+        EXPECT_NE(expectDone(arguments).find("\n  \"compliance\": 1e-06,\n"), std::string::npos)
+            << command[0];
+    }
+}
+
+TEST(Options, ComplianceWithoutTrailingBlocksIsOfNone)
+{
+    const support::Folder folder;
+    EXPECT_NE(expectDone({"solve", folder.write("m.mtx", kSmallMatrix), "--compliance", "1"})
+                  .find("  of no block: none is trailing\n"),
+              std::string::npos);
 }
 
 TEST(Options, EmptyStandardInputIsNamed)
