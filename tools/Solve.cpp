@@ -40,6 +40,13 @@ Status readRightHandSide(const SolveOptions& options, const MatrixInput& input,
     return status;
 }
 
+std::string describeRightHandSide(const SolveOptions& options, const MatrixInput& input)
+{
+    if (!options.rightHandSide.empty())
+        return options.rightHandSide;
+    return input.rightHandSide.empty() ? "A times ones" : "of the scene";
+}
+
 Status writeSolution(const std::string& path, const BlockPartition& partition,
                      const std::vector<double>& x)
 {
@@ -78,6 +85,8 @@ int runSolve(const SolveOptions& options)
 
     reportInput(report, input);
     reportCompliance(report, input.matrix, options.solver);
+    const std::string rightHandSide = describeRightHandSide(options, input);
+    report.line("rightHandSide", rightHandSide, "right-hand side", "", rightHandSide);
     reportSolution(report, solution);
     if (!options.out.empty())
         report.file("solution", "Solution", options.out);

@@ -48,6 +48,7 @@ TEST(Options, SolveReportsInJson)
                   "  \"largestBlock\": 2,\n"
                   "  \"blockSource\": \"found by structure\",\n"
                   "  \"compliance\": 0.0,\n"
+                  "  \"rightHandSide\": \"A times ones\",\n"
                   "  \"matrixBlocks\": 1,\n"
                   "  \"factorBlocks\": 1,\n"
                   "  \"fillBlocks\": 0,\n"

@@ -63,6 +63,7 @@ TEST(Solve, ReportShowsSizesFillAndAccuracy)
                        "  scalars                      2\n"
                        "  blocks                       1  1 ordinary, 0 trailing, sizes 2 to 2\n"
                        "                                  blocks found by structure\n"
+                       "  right-hand side                 A times ones\n"
                        "  blocks of A                  1  lower triangle\n"
                        "  blocks of L                  1  0 of them fill-in\n"
                        "  scalars of L                 4\n"
@@ -79,6 +80,30 @@ TEST(Solve, WithoutRightHandSideTheSolutionIsAllOnes)
     const support::Folder folder;
     EXPECT_EQ(solution(folder, {folder.write("m.mtx", kSmallMatrix)}),
               std::string(kArrayHeader) + "2 1\n1\n1\n");
+}
+
+TEST(Solve, RightHandSideIsReported)
+{
+    const support::Folder folder;
+    const std::string matrix = folder.write("m.mtx", kSmallMatrix);
+    const std::string b = folder.write("b", "6 7");
+    const std::string label = "  right-hand side                 ";
+    for (const auto& [command, shown] :
+         {std::pair{std::vector<std::string>{"solve", matrix, "--rhs", b}, b},
+          std::pair{std::vector<std::string>{"solve", "--scene", "rope", "3"},
+                    std::string("of the scene")}}) {
+        const std::string lines = linesFrom(expectDone(command), label);
+        EXPECT_EQ(lines.substr(0, lines.find('\n')), label + shown);
+    }
+}
+
+TEST(Solve, RightHandSideIsReportedInJson)
+{
+    const support::Folder folder;
+    const std::string b = folder.write("b", "6 7");
+    EXPECT_NE(expectDone({"solve", folder.write("m.mtx", kSmallMatrix), "--rhs", b, "--json"})
+                  .find("  \"rightHandSide\": \"" + b + "\",\n"),
+              std::string::npos);
 }
 
 TEST(Solve, RightHandSideMayBePlainNumbers)
