@@ -1,9 +1,7 @@
 #include "OptionTables.h"
 #include "Report.h"
 
-#include <cerrno>
 #include <cstddef>
-#include <cstdio>
 #include <cstring>
 #include <functional>
 #include <memory>
@@ -106,9 +104,7 @@ int main(int argc, char** argv)
     } catch (const std::exception& error) {
         return orvel::refuse(error.what());
     }
-    // What filled the buffer has been written before, and may have failed then.
-    const bool failedBefore = std::ferror(stdout) != 0;
-    if (std::fflush(stdout) != 0 || failedBefore)
-        return orvel::refuse(std::string("standard output: ") + std::strerror(errno));
-    return code;
+    const int failure = orvel::flushOutput();
+    return failure == 0 ? code
+                        : orvel::refuse(std::string("standard output: ") + std::strerror(failure));
 }

@@ -53,19 +53,19 @@ Json rowOf(const bench::Result& result)
     return row;
 }
 
-void print(const std::vector<bench::Result>& results)
+void printTable(const std::vector<bench::Result>& results)
 {
-    fmt::print("  {:<26} {:>10} {:>10} {:>10} {:>11} {:>9}\n", "ms", "analyse", "refactor", "solve",
-               "nnz(L)", "residual");
+    print(fmt::format("  {:<26} {:>10} {:>10} {:>10} {:>11} {:>9}\n", "ms", "analyse", "refactor",
+                      "solve", "nnz(L)", "residual"));
     for (const bench::Result& result : results) {
         if (!result.solved) {
-            fmt::print("  {:<26} {:>10}\n", result.contender, "not solved");
+            print(fmt::format("  {:<26} {:>10}\n", result.contender, "not solved"));
             continue;
         }
         const auto& ms = result.milliseconds;
-        fmt::print("  {:<26} {:>10.4f} {:>10.4f} {:>10.4f} {:>11.0f} {:>9.1e}\n", result.contender,
-                   ms[bench::kAnalyze], ms[bench::kFactorize], ms[bench::kSolve],
-                   result.factorScalars, result.residual);
+        print(fmt::format("  {:<26} {:>10.4f} {:>10.4f} {:>10.4f} {:>11.0f} {:>9.1e}\n",
+                          result.contender, ms[bench::kAnalyze], ms[bench::kFactorize],
+                          ms[bench::kSolve], result.factorScalars, result.residual));
     }
 }
 
@@ -98,7 +98,7 @@ int benchPeers(const BenchOptions& options, const MatrixInput& given)
                 "where the diagonal of a trailing block is zero, for all");
     report.line("threads", 1, "threads", "1", "each; medians, by turns");
     if (!options.json)
-        print(results);
+        printTable(results);
     Json rows = Json::array();
     for (const bench::Result& result : results)
         rows.push_back(rowOf(result));

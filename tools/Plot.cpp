@@ -121,7 +121,7 @@ void printText(const PlotSubject& subject, const Kinds& kinds)
         text += textTreePage(subject, letters);
     if (kinds.pivots && subject.factored)
         text += textPivotsPage(subject, letters);
-    fmt::print("{}", text);
+    print(text);
 }
 
 } // namespace

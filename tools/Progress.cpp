@@ -72,7 +72,8 @@ void Progress::show(const std::string& text)
 {
     if (!m_shown)
         return;
-    fmt::print(stderr, "{}{}", kErase, cut(printable("orvel: " + text), widthOfTerminal()));
+    const std::string line = kErase + cut(printable("orvel: " + text), widthOfTerminal());
+    std::fputs(line.c_str(), stderr);
     std::fflush(stderr);
 }
 

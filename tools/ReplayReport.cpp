@@ -72,9 +72,9 @@ void printShrunk(const Shrunk& shrunk)
         ids += fmt::format(" {}", shrunk.ids[i]);
     printLine("", "", ids + (shrunk.ids.size() > kIdsShown ? " ..." : ""));
     if (shrunk.blocksFile.empty())
-        fmt::print("Shrunk capture: {}\n", shrunk.file);
+        print("Shrunk capture: " + shrunk.file + "\n");
     else
-        fmt::print("Shrunk matrix: {}, blocks: {}\n", shrunk.file, shrunk.blocksFile);
+        print("Shrunk matrix: " + shrunk.file + ", blocks: " + shrunk.blocksFile + "\n");
 }
 
 Json numberOrNull(unsigned int value)
@@ -133,7 +133,7 @@ void printReplay(const std::string& file, const Capture& capture, const ReplayRe
     const Shape shape = shapeOf(capture);
     const CapturedOutcome& then = capture.outcome;
     const CapturedOutcome& now = report.outcome;
-    fmt::print("{}\n", file);
+    print(file + "\n");
     printLine("scalars", std::to_string(shape.scalars), shape.precision);
     printLine(
         "blocks", std::to_string(shape.blocks),

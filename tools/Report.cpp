@@ -3,6 +3,7 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -15,6 +16,8 @@ using kyrOrvel::client::BlockMatrix;
 using kyrOrvel::client::OrderingMethod;
 
 namespace {
+
+int firstOutputError = 0;
 
 /// The largest row sum of |A|.
 double largestRowSum(const BlockMatrix<double>& A)
@@ -104,9 +107,25 @@ std::string describeOrder(const Analysis& analysis)
     return "";
 }
 
+void print(const std::string& text)
+{
+    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() && firstOutputError == 0)
+        firstOutputError = errno;
+}
+
+int flushOutput()
+{
+    // What filled the buffer has been written before, and may have failed then.
+    const bool failedBefore = std::ferror(stdout) != 0;
+    const bool failedNow = std::fflush(stdout) != 0;
+    if (firstOutputError == 0 && (failedBefore || failedNow))
+        firstOutputError = errno;
+    return firstOutputError;
+}
+
 void printLine(const char* name, const std::string& value, const std::string& remark)
 {
-    fmt::print("  {:<18}{:>12}{}{}\n", name, value, remark.empty() ? "" : "  ", remark);
+    print(fmt::format("  {:<18}{:>12}{}{}\n", name, value, remark.empty() ? "" : "  ", remark));
 }
 
 void Report::heading(const std::string& text)
@@ -114,7 +133,7 @@ void Report::heading(const std::string& text)
     if (m_json)
         m_object["input"] = text;
     else
-        fmt::print("{}\n", text);
+        print(text + "\n");
 }
 
 void Report::line(const char* key, const Json& value, const char* label, const std::string& text,
@@ -131,7 +150,7 @@ void Report::file(const char* key, const char* label, const std::string& path)
     if (m_json)
         m_object[key] = path;
     else
-        fmt::print("{}: {}\n", label, path);
+        print(fmt::format("{}: {}\n", label, path));
 }
 
 void Report::detail(const char* key, const Json& value)
@@ -144,7 +163,7 @@ void Report::finish() const
 {
     // File names may be in any encoding; what is not UTF-8 in them is replaced.
     if (m_json)
-        fmt::print("{}\n", m_object.dump(2, ' ', false, Json::error_handler_t::replace));
+        print(m_object.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
 }
 
 void reportMatrix(Report& report, const BlockMatrix<double>& A)
@@ -216,7 +235,9 @@ int reportFailure(Report& report, const std::string& input, const kyrOrvel::clie
 
 void printError(const std::string& message)
 {
-    fmt::print(stderr, "orvel: {}\n", message);
+    const std::string line = "orvel: " + message + "\n";
+    // A failure is not told of: there is no other place for it.
+    std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
 int refuse(const std::string& message)

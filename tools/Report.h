@@ -34,6 +34,14 @@ Accuracy accuracyOf(const kyrOrvel::client::BlockMatrix<double>& A, const std::v
 /// How the elimination order came about.
 std::string describeOrder(const kyrOrvel::client::Analysis& analysis);
 
+/// Writes to standard output. Failures are seen at the end, by flushOutput.
+void print(const std::string& text);
+
+/// Writes what standard output holds back.
+///
+/// @return  why the first write failed, as errno has it, or 0
+int flushOutput();
+
 /// One line of a report: a name, a value, a remark.
 void printLine(const char* name, const std::string& value, const std::string& remark = "");
 

@@ -5,7 +5,6 @@
 
 #include <kyrOrvelClient/MatrixFiles>
 
-#include <cstdio>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -55,7 +54,7 @@ int printMatrixMarket(const BlockMatrix<double>& A)
     const Status status = kyrOrvel::client::matrixMarketText(A, text);
     if (!status.ok())
         return refuse(status.message);
-    std::fwrite(text.data(), 1, text.size(), stdout); // failures are seen at the end
+    print(text);
     return kDone;
 }
 

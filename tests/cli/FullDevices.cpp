@@ -44,6 +44,20 @@ TEST(FullDevice, AsStandardOutputIsReportedForJson)
     }
 }
 
+// More than standard output holds back: it fails before the end.
+TEST(FullDevice, AsStandardOutputIsReportedForLongTexts)
+{
+    expectFullOutput({"plot", "--scene", "wall", "10", "10"});
+    expectFullOutput({"scene", "wall", "10", "10", "--output", "-"});
+}
+
+TEST(FullDevice, AsStandardErrorLeavesTheExitCode)
+{
+    const support::CommandResult result = support::runCommand(
+        "/bin/sh", {"-c", "'" ORVEL_PROGRAM "' info missing.mtx 2> /dev/full"}, "");
+    EXPECT_EQ(result.exitCode, 2);
+}
+
 TEST(FullDevice, AsTheFileIsReportedWithItsName)
 {
     const support::Folder folder;

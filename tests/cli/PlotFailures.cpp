@@ -143,6 +143,18 @@ TEST(PlotFailure, WhatNeedsAnOrderLeavesNoFileWithoutOne)
     }
 }
 
+// The reader is gone before the text comes, which is longer than standard output holds back.
+TEST(PlotFailure, BrokenPipeIsReported)
+{
+    const support::CommandResult result = support::runCommand(
+        "/bin/bash",
+        {"-c", "trap '' PIPE; { sleep 0.2; '" ORVEL_PROGRAM "' plot --scene wall 10 10; } | :; "
+               "exit ${PIPESTATUS[0]}"},
+        "");
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_EQ(result.err, "orvel: standard output: Broken pipe\n");
+}
+
 TEST(PlotFailure, FullDeviceAsStandardOutputIsReported)
 {
     const support::Folder folder;
