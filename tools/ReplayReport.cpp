@@ -1,6 +1,7 @@
 #include "ReplayReport.h"
 
 #include "Report.h"
+#include "draw/Axis.h"
 
 #include <fmt/core.h>
 
@@ -66,7 +67,9 @@ void printHash(const char* name, Comparison comparison, std::uint64_t then, std:
 void printShrunk(const Shrunk& shrunk)
 {
     printLine("shrunk to", std::to_string(shrunk.ids.size()),
-              fmt::format("blocks, the smallest of {} systems tried", shrunk.tried));
+              fmt::format("{}, the smallest of {} tried",
+                          shrunk.ids.size() == 1 ? "block" : "blocks",
+                          counted(shrunk.tried, "system", "systems")));
     std::string ids = "ids";
     for (std::size_t i = 0; i < std::min(shrunk.ids.size(), kIdsShown); ++i)
         ids += fmt::format(" {}", shrunk.ids[i]);

@@ -221,6 +221,17 @@ TEST(BadMatrixFile, HugeSizeWithFewEntriesIsNotTakenAtItsWord)
                      "singular");
 }
 
+TEST(BadMatrixFile, OneOfAKindIsNamedSo)
+{
+    expectBadContent("1 1 0\n", ":2: 0 entries leave the row empty: the matrix is singular");
+    expectBadContent("3 3 1\n1 1 4\n",
+                     ":2: 1 entry leaves some of the 3 rows empty: the matrix is singular");
+    expectBadContent("1 1 1\n", ":3: the file ends after 0 of 1 entry");
+    expectBadContent("1 1 1\n1 1 4\n1 1 4\n",
+                     ":4: there is more after the 1 entry that the header declares");
+    expectBadContent("1 2 1\n1 1 4\n", ":2: the matrix is not square: 1 row, 2 columns");
+}
+
 TEST(BadMatrixFile, SizesWithTooManyNumbers)
 {
     expectBadContent("2 2 3 1\n1 1 4\n2 1 1\n2 2 3\n", ":2: unexpected '1' at the end of the line");

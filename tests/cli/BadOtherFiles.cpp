@@ -93,6 +93,7 @@ TEST(BadSidecar, FirstTrailingBeyondTheBlocks)
 
 TEST(BadSidecar, FewerSizesThanBlocks)
 {
+    expectBadSidecar("blocks 1 firstTrailing 1\n", ":2: the file ends after 0 of 1 block size");
     expectBadSidecar("blocks 2 firstTrailing 2\n1\n", ":3: the file ends after 1 of 2 block sizes");
 }
 

@@ -282,6 +282,18 @@ TEST(ReplayShrink, SystemThatDoesNotFailAgainIsANumericalFailure)
     EXPECT_EQ(folder.numFiles(), 1u);
 }
 
+TEST(ReplayShrink, OneBlockIsNamedSo)
+{
+    const support::Folder folder;
+    BlockMatrix<double> A = doubledJoint();
+    *A.block(1, 1) = std::numeric_limits<double>::quiet_NaN();
+    const std::string file = capturedFile(folder, A, std::vector<double>(6, 1));
+    const std::string report = expectDone({"replay", file, "--shrink", folder.path("s.capture")});
+    EXPECT_NE(report.find("  shrunk to                    1  block, the smallest of "),
+              std::string::npos)
+        << report;
+}
+
 TEST(ReplayShrink, NotANumberNeedsACapture)
 {
     const support::Folder folder;

@@ -117,7 +117,7 @@ TYPED_TEST(SignsAndBounds, SeveralCompliancesHaveToMatchTheTrailingBlocks)
     const Status status = this->solver.compute(scalarMatrix<TypeParam>({{4}, {1, 0}}, 1));
 
     EXPECT_EQ(status.code, StatusCode::InvalidInput);
-    EXPECT_EQ(status.message, "there are 2 compliances for 1 trailing blocks");
+    EXPECT_EQ(status.message, "there are 2 compliances for 1 trailing block");
 }
 
 TYPED_TEST(SignsAndBounds, NegativeOrInfiniteCompliancesAreRefused)

@@ -1,5 +1,6 @@
 #include <kyrOrvelClient/MatrixFiles>
 
+#include "../CountedText.h"
 #include "../OutOfMemory.h"
 #include "ParseText.h"
 #include "TextFile.h"
@@ -35,7 +36,7 @@ Status readBlockSizes(TextScanner& in, unsigned long count, unsigned int dimensi
     for (unsigned long b = 0; b < count; ++b) {
         if (!in.skipToWord())
             return in.error("the file ends after " + std::to_string(b) + " of " +
-                            std::to_string(count) + " block sizes");
+                            countedText(count, "block size", "block sizes"));
         unsigned long size = 0;
         Status status = in.takeCount("block size", 0, dimension, size);
         if (!status.ok())
@@ -44,10 +45,11 @@ Status readBlockSizes(TextScanner& in, unsigned long count, unsigned int dimensi
         sizes.push_back(static_cast<unsigned int>(size));
     }
     if (in.skipToWord())
-        return in.error("there is more after the " + std::to_string(count) + " block sizes");
+        return in.error("there is more after the " +
+                        countedText(count, "block size", "block sizes"));
     if (total != dimension)
         return in.error("the block sizes add up to " + std::to_string(total) +
-                        ", but the matrix has " + std::to_string(dimension) + " rows");
+                        ", but the matrix has " + countedText(dimension, "row", "rows"));
     return {};
 }
 

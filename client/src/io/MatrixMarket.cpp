@@ -1,5 +1,6 @@
 #include <kyrOrvelClient/MatrixFiles>
 
+#include "../CountedText.h"
 #include "../OutOfMemory.h"
 #include "ParseText.h"
 #include "TextFile.h"
@@ -76,6 +77,14 @@ struct Sizes {
     unsigned long entries;
 };
 
+std::string describeTooFew(const Sizes& sizes)
+{
+    return countedText(sizes.entries, "entry leaves", "entries leave") +
+           (sizes.dimension == 1 ? " the row"
+                                 : " some of the " + std::to_string(sizes.dimension) + " rows") +
+           " empty: the matrix is singular";
+}
+
 Status readSizes(TextScanner& in, Sizes& sizes)
 {
     if (!in.skipToContent())
@@ -85,16 +94,16 @@ Status readSizes(TextScanner& in, Sizes& sizes)
     if (status.ok())
         status = in.takeCount("number of columns", 1, kMaxDimension, columns);
     if (status.ok() && columns != sizes.dimension)
-        status = in.error("the matrix is not square: " + std::to_string(sizes.dimension) +
-                          " rows, " + std::to_string(columns) + " columns");
+        status =
+            in.error("the matrix is not square: " + countedText(sizes.dimension, "row", "rows") +
+                     ", " + countedText(columns, "column", "columns"));
     const unsigned long most = sizes.dimension * (sizes.dimension + 1) / 2;
     if (status.ok())
         status = in.takeCount("number of entries", 0, most, sizes.entries);
     // A row or two per entry is the most that can be occupied: checked before anything is made in
     // the size that a file merely claims to have.
     if (status.ok() && sizes.entries < (sizes.dimension + 1) / 2)
-        status = in.error(std::to_string(sizes.entries) + " entries leave some of the " +
-                          std::to_string(sizes.dimension) + " rows empty: the matrix is singular");
+        status = in.error(describeTooFew(sizes));
     return status.ok() ? in.endLine() : status;
 }
 
@@ -125,15 +134,16 @@ Status readEntries(TextScanner& in, bool integer, const Sizes& sizes, std::vecto
             progress(1 - static_cast<double>(in.remaining()) / whole);
         if (!in.skipToContent())
             return in.error("the file ends after " + std::to_string(k) + " of " +
-                            std::to_string(sizes.entries) + " entries");
+                            countedText(sizes.entries, "entry", "entries"));
         read.emplace_back();
         Status status = readEntry(in, integer, sizes.dimension, read.back());
         if (!status.ok())
             return status;
     }
     if (in.skipToContent())
-        return in.error("there is more after the " + std::to_string(sizes.entries) +
-                        " entries that the header declares");
+        return in.error("there is more after the " +
+                        countedText(sizes.entries, "entry", "entries") +
+                        " that the header declares");
     return {};
 }
 
@@ -179,13 +189,13 @@ Status readArray(TextScanner& in, bool integer, unsigned int dimension, std::vec
     for (unsigned int i = 0; status.ok() && i < dimension; ++i) {
         if (!in.skipToContent())
             return in.error("the file ends after " + std::to_string(i) + " of " +
-                            std::to_string(dimension) + " values");
+                            countedText(dimension, "value", "values"));
         status = in.takeScalar("value", integer, vector[i]);
         if (status.ok())
             status = in.endLine();
     }
     if (status.ok() && in.skipToContent())
-        status = in.error("there is more after the " + std::to_string(dimension) + " values");
+        status = in.error("there is more after the " + countedText(dimension, "value", "values"));
     return status;
 }
 
@@ -194,13 +204,13 @@ Status readPlainNumbers(TextScanner& in, unsigned int dimension, std::vector<dou
     for (unsigned int i = 0; i < dimension; ++i) {
         if (!in.skipToWord())
             return in.error("the file ends after " + std::to_string(i) + " of " +
-                            std::to_string(dimension) + " values");
+                            countedText(dimension, "value", "values"));
         Status status = in.takeScalar("value", false, vector[i]);
         if (!status.ok())
             return status;
     }
     if (in.skipToWord())
-        return in.error("there is more after the " + std::to_string(dimension) + " values");
+        return in.error("there is more after the " + countedText(dimension, "value", "values"));
     return {};
 }
 

@@ -1,5 +1,6 @@
 #include "BlockLDLTImpl.h"
 
+#include "../CountedText.h"
 #include "../NoiseShare.h"
 #include "Compliance.h"
 #include "MatrixWalk.h"
@@ -144,8 +145,9 @@ template <class T> Status BlockLDLT<T>::Impl::applyCompliance(const BlockMatrix<
     const std::size_t trailing = A.numBlockRows() - A.firstTrailing();
     if (!compliances.empty() && compliances.size() != trailing)
         return {StatusCode::InvalidInput,
-                "there are " + std::to_string(compliances.size()) + " compliances for " +
-                    std::to_string(trailing) + " trailing blocks",
+                (compliances.size() == 1 ? "there is " : "there are ") +
+                    countedText(compliances.size(), "compliance", "compliances") + " for " +
+                    countedText(trailing, "trailing block", "trailing blocks"),
                 kNone, kNone};
     const bool compliant = isCompliant(settings);
     if (compliant || system().compliant)
