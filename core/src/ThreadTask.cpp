@@ -16,27 +16,37 @@ void call(const Callback& callback)
         callback.function();
 }
 
+/// What one execution of a task shares with its workers.
+struct Execution {
+    Completion completion;
+    const Callback& callback;
+    std::fenv_t mode; ///< of the executing thread; workers have that of whoever started them
+
+    void work()
+    {
+        std::fesetenv(&mode);
+        std::exception_ptr failure;
+        try {
+            callback.function();
+        } catch (...) {
+            failure = std::current_exception();
+        }
+        completion.finish(std::move(failure));
+    }
+};
+
 /// Runs a callback once on each of n workers, in the floating-point mode of the calling thread;
 /// returns the first exception, or null.
 std::exception_ptr runOnWorkers(unsigned int n, const Callback& callback)
 {
     WorkerPool& pool = WorkerPool::instance();
     std::vector<std::unique_ptr<Worker>> workers = pool.take(n);
-    Completion completion(n);
-    std::fenv_t mode;
-    std::fegetenv(&mode);
+    Execution execution{Completion(n), callback, {}};
+    std::fegetenv(&execution.mode);
+    // From here on nothing may throw: a job with more than this reference would be allocated.
     for (unsigned int i = 0; i < n; ++i)
-        workers[i]->assign(i, [&completion, &callback, &mode] {
-            std::fesetenv(&mode); // else that of the thread that happened to start the worker
-            std::exception_ptr failure;
-            try {
-                callback.function();
-            } catch (...) {
-                failure = std::current_exception();
-            }
-            completion.finish(std::move(failure));
-        });
-    std::exception_ptr failure = completion.wait();
+        workers[i]->assign(i, [&execution] { execution.work(); });
+    std::exception_ptr failure = execution.completion.wait();
     pool.giveBack(std::move(workers));
     return failure;
 }
