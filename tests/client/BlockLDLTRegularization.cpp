@@ -205,7 +205,7 @@ TEST(Ids, AreInTheStatusAndItsDependencies)
     EXPECT_EQ(status.dependsOn[0].block, 5 - status.block);
     EXPECT_EQ(status.dependsOn[0].id, 105u - status.block);
     EXPECT_EQ(status.dependsOn[0].coefficient, 1);
-    const std::string suffix = " (block 3 is 103)";
+    const std::string suffix = " (block 3 is 103, block 2 is 102)";
     EXPECT_EQ(status.message.substr(status.message.size() - suffix.size()), suffix);
 }
 

@@ -89,19 +89,6 @@ TYPED_TEST(Singular, BodyWithoutMassIsToldSo)
               "that its mass and inertia are filled in, and not zero");
 }
 
-TYPED_TEST(Singular, MessageGivesTheIdsOfAllBlocksThatItNames)
-{
-    auto A = support::scalarMatrix<TypeParam>({{4}, {0, 4}, {1, 1, 0}, {1, 1, 0, 0}}, 2);
-    for (unsigned int block = 0; block < 4; ++block)
-        A.setId(block, 100 + block);
-
-    const std::string message = this->computed(A).message;
-
-    EXPECT_TRUE(message.find(" (block 3 is 103, block 2 is 102)") != std::string::npos ||
-                message.find(" (block 2 is 102, block 3 is 103)") != std::string::npos)
-        << message;
-}
-
 // 4 . . 1     Row 1 of the joint holds nothing.
 // . 4 . 2
 // . . 4 3

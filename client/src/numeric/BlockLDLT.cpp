@@ -304,6 +304,7 @@ template <class T> const OrvelData<T>& BlockLDLT<T>::data() const
 // Member by member, as in the other files that define some: an instance of the whole class refers
 // to those weakly under link-time optimisation, and linkers take nothing from archives for that.
 #define KYRORVEL_INSTANTIATE(T)                                                                    \
+    template const T BlockLDLT<T>::kDefaultShare;                                                  \
     template BlockLDLT<T>::BlockLDLT();                                                            \
     template BlockLDLT<T>::~BlockLDLT();                                                           \
     template BlockLDLT<T>::BlockLDLT(BlockLDLT&&) noexcept;                                        \
