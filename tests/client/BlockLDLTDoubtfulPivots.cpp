@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdint>
+#include <limits>
 #include <vector>
 
 using kyrOrvel::client::BlockLDLT;
@@ -73,6 +75,25 @@ TYPED_TEST(DoubtfulPivots, RedundancyIsReportedBesideAnIslandOfOthers)
         BlockLDLT<TypeParam> solver;
 
         EXPECT_EQ(solver.compute(A).code, StatusCode::Singular);
+    }
+}
+
+// What pivots may be off by overflows there.
+TYPED_TEST(DoubtfulPivots, RedundancyIsReportedAmongHugeValues)
+{
+    const TypeParam unit = std::ldexp(TypeParam(1), std::numeric_limits<TypeParam>::max_exponent -
+                                                        std::numeric_limits<TypeParam>::digits);
+    for (std::uint64_t seed = 1; seed <= 20; ++seed) {
+        SCOPED_TRACE(seed);
+        Random random(seed);
+        BlockMatrix<TypeParam> A = redundantBesideChain<TypeParam>(random, 400);
+        for (unsigned int r = 0; r < A.numBlockRows(); ++r)
+            for (const auto& entry : A.row(r))
+                for (unsigned int i = 0; i < A.blockSize(r) * A.blockSize(entry.column); ++i)
+                    entry.values[i] *= unit;
+        BlockLDLT<TypeParam> solver;
+
+        EXPECT_EQ(solver.compute(A).code, StatusCode::Singular) << solver.info().message;
     }
 }
 

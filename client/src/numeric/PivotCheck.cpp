@@ -382,9 +382,10 @@ template <class T> void PivotCheck<T>::keepLikelyNoise(const OrvelData<T>& data,
             m_sums[i].addSquares(L.blockData[diagonal] + std::size_t(i) * m, own, i);
             const T noise = std::abs(A[i * m + i]) + m_sums[i].total();
             const T magnitude = std::abs(pivots[L.blockOffsets[r] + i]);
-            own[i] = magnitude + std::min(noise, magnitude / std::numeric_limits<T>::epsilon());
+            const T most = magnitude / std::numeric_limits<T>::epsilon();
+            own[i] = magnitude + (noise < most ? noise : most); // of huge values noise may be NaN
             if (next != m_doubtful.end() && next->position == r && next->row == i)
-                next++->share = magnitude / noise;
+                next++->share = std::isfinite(noise) ? magnitude / noise : T(0);
         }
     }
     m_doubtful.erase(std::remove_if(m_doubtful.begin(), m_doubtful.end(),
