@@ -2,6 +2,7 @@
 // systems that the paths are made for, in the orders in which the client layer takes them.
 
 #include "support/Bits.h"
+#include "support/BlockSystems.h"
 #include "support/FactorComparison.h"
 #include "support/FactorPaths.h"
 #include "support/Scalars.h"
@@ -31,20 +32,6 @@ namespace {
 
 constexpr SolveReading kReadings[] = {SolveReading::Automatic, SolveReading::Near,
                                       SolveReading::Far, SolveReading::FactorAlone};
-
-/// The matrix in another precision.
-template <class T> BlockMatrix<T> roundedMatrix(const BlockMatrix<double>& A)
-{
-    BlockMatrix<T> rounded(A.blockSizes(), A.firstTrailing());
-    for (unsigned int r = 0; r < A.numBlockRows(); ++r)
-        for (const auto& entry : A.row(r)) {
-            T* const block = rounded.block(r, entry.column);
-            const std::size_t count = std::size_t(A.blockSize(r)) * A.blockSize(entry.column);
-            std::transform(entry.values, entry.values + count, block,
-                           [](double value) { return static_cast<T>(value); });
-        }
-    return rounded;
-}
 
 /// A solver that has the library factor A. It may call A singular, as float is for some scenes: the
 /// library has factored it all the same.
@@ -81,7 +68,7 @@ protected:
 private:
     static void expectPlainBits(const Scene& scene, Ordering order)
     {
-        const BlockMatrix<T> A = roundedMatrix<T>(scene.matrix);
+        const BlockMatrix<T> A = support::roundedMatrix<T>(scene.matrix);
         BlockLDLT<T> plain;
         BlockLDLT<T> fast;
         setFactorPath(FactorPath::Plain);

@@ -19,6 +19,21 @@
 
 namespace support {
 
+/// The matrix in another precision.
+template <class T>
+kyrOrvel::client::BlockMatrix<T> roundedMatrix(const kyrOrvel::client::BlockMatrix<double>& A)
+{
+    kyrOrvel::client::BlockMatrix<T> rounded(A.blockSizes(), A.firstTrailing());
+    for (unsigned int r = 0; r < A.numBlockRows(); ++r)
+        for (const auto& entry : A.row(r)) {
+            T* const block = rounded.block(r, entry.column);
+            const std::size_t count = std::size_t(A.blockSize(r)) * A.blockSize(entry.column);
+            std::transform(entry.values, entry.values + count, block,
+                           [](double value) { return static_cast<T>(value); });
+        }
+    return rounded;
+}
+
 /// The whole matrix as a table, in the widest arithmetic there is.
 using Dense = std::vector<std::vector<long double>>;
 
