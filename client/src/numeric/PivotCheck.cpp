@@ -60,6 +60,18 @@ void addSquares(const T* block, const T* w, std::size_t m, std::size_t p, FourSu
     }
 }
 
+/// Whether every diagonal entry of an m × m block is more than a share of its pivot's terms. Size
+/// is m where the compiler is to know it, else 0.
+template <unsigned int Size, class T>
+bool isDiagonalSound(const T* block, unsigned int m, const T* scales, T share)
+{
+    const unsigned int n = Size > 0 ? Size : m;
+    int all = 1;
+    for (unsigned int i = 0; i < n; ++i)
+        all &= int(std::abs(block[std::size_t(i) * (n + 1)]) > share * scales[i]);
+    return all != 0;
+}
+
 /// What the doubtful pivots of a tree may cost together, in readings of its part of L.
 constexpr std::size_t kReadings = 2;
 
@@ -77,7 +89,7 @@ void PivotCheck<T>::prepare(const OrvelData<T>& data, const std::vector<unsigned
             std::any_of(data.factorColumns.data() + data.factorRowStart[r],
                         data.factorColumns.data() + data.factorRowStart[r + 1],
                         [&](unsigned int c) { return (*early)[order[c]] != 0; }))
-            m_owing.push_back(r);
+            m_owing.push_back({diagonalOf(A, r), A.blockOffsets[r], A.blockSizes[r], r});
     m_expected.clear();
     m_expectedNegative = 0;
     std::size_t largestBlock = 0;
@@ -155,16 +167,23 @@ template <class T> bool PivotCheck<T>::takeAllAtOnce(const OrvelData<T>& data, P
     return true;
 }
 
+template <class T> bool PivotCheck<T>::isOwing(unsigned int r) const
+{
+    const auto found =
+        std::lower_bound(m_owing.begin(), m_owing.end(), r,
+                         [](const Owing& o, unsigned int row) { return o.row < row; });
+    return found != m_owing.end() && found->row == r;
+}
+
 template <class T> bool PivotCheck<T>::areDiagonalsSound(const OrvelData<T>& data, T share) const
 {
+    const T* const scales = data.pivotScales;
     bool all = true;
-    for (const unsigned int r : m_owing) {
-        const std::size_t m = data.matrix.blockSizes[r];
-        const T* const A = diagonalOf(data.matrix, r);
-        const T* const scales = data.pivotScales + data.factor.blockOffsets[r];
-        for (std::size_t i = 0; i < m; ++i)
-            all &= std::abs(A[i * (m + 1)]) > share * scales[i];
-    }
+    for (const Owing& owing : m_owing)
+        if (owing.size == 6) // as most bodies
+            all &= isDiagonalSound<6>(owing.block, 6, scales + owing.offset, share);
+        else
+            all &= isDiagonalSound<0>(owing.block, owing.size, scales + owing.offset, share);
     return all;
 }
 
@@ -197,8 +216,7 @@ PivotFailure<T> PivotCheck<T>::checkPivots(const OrvelData<T>& data, unsigned in
     // Whether another order might serve these pivots better: those of an early block, or of an
     // ordinary one that early blocks add to.
     const bool early = demands.early && trailing && (*demands.early)[order[r]] != 0;
-    const bool owing =
-        demands.early && !trailing && std::binary_search(m_owing.begin(), m_owing.end(), r);
+    const bool owing = demands.early && !trailing && isOwing(r);
     const T leastShare = early || owing ? T(demands.earlyShare) : T(0);
     PivotFailure<T> pivot;
     pivot.position = r;

@@ -122,6 +122,7 @@ private:
     PivotFailure<T> checkPivots(const OrvelData<T>& data, unsigned int r, const T* scales,
                                 const std::vector<unsigned int>& order, unsigned int firstTrailing,
                                 PivotDemands demands);
+    bool isOwing(unsigned int r) const;
     bool areDiagonalsSound(const OrvelData<T>& data, T share) const;
     bool areSound(const T* pivots, const T* scales, std::size_t m, T share, T noise) const;
     void takeWeights(const OrvelData<T>& data, unsigned int r);
@@ -140,7 +141,14 @@ private:
     std::vector<FourSums<T>> m_sums;    ///< likewise
     std::vector<T> m_expected;          ///< per pivot: 1, or -1 in trailing blocks
     std::size_t m_expectedNegative = 0; ///< pivots
-    std::vector<unsigned int> m_owing;  ///< ordinary block rows that early blocks add to
+    /// An ordinary block row that early blocks add to.
+    struct Owing {
+        const T* block; ///< its diagonal block of A: looking for it costs as much as reading it
+        unsigned int offset; ///< scalar row
+        unsigned int size;
+        unsigned int row;
+    };
+    std::vector<Owing> m_owing;         ///< ascending
     std::vector<unsigned char> m_signs; ///< per block row checked: kPositive, kNegative, both
     std::vector<T> m_positive;          ///< per pivot checked: it where positive, or zero
     std::vector<T> m_negative;          ///< likewise its magnitude where negative
