@@ -56,7 +56,7 @@ struct PivotDemands {
     /// What diagonals of ordinary blocks have to be, at least, of their pivots' terms where early
     /// blocks added to these: else most digits of them are lost. So they are where an early block
     /// hardly acts on its first body, or that is much heavier.
-    double diagonalShare = kEarlyShare;
+    double diagonalShare = 0;
 };
 
 /// Finds the first pivot of a factorization that cannot be trusted.
