@@ -48,17 +48,24 @@ protected:
         return b < A.firstTrailing() ? kBody + b : kJoint + b;
     }
 
-    /// Expects the id of block b, and that the sentence ends with it and those of other blocks.
+    /// Expects the id of block b, and the sentence to end with it and that of the block that it
+    /// depends on, if there is one.
     static void expectNamed(const Status& status, unsigned int b, std::uint64_t id)
     {
         EXPECT_EQ(status.block, b) << status.message;
         EXPECT_EQ(status.id, id) << status.message;
-        const std::string named = " (block " + std::to_string(b) + " is " + std::to_string(id);
-        const std::size_t at = status.message.find(named);
-        ASSERT_NE(at, std::string::npos) << status.message;
-        const char next = status.message[at + named.size()];
-        EXPECT_TRUE(next == ')' || next == ',') << status.message;
-        EXPECT_EQ(status.message.back(), ')') << status.message;
+        std::string end = " (" + isText(b, id);
+        for (const auto& dependency : status.dependsOn)
+            end += ", " + isText(dependency.block, dependency.id);
+        end += ")";
+        ASSERT_GE(status.message.size(), end.size());
+        EXPECT_EQ(status.message.substr(status.message.size() - end.size()), end);
+    }
+
+private:
+    static std::string isText(unsigned int block, std::uint64_t id)
+    {
+        return "block " + std::to_string(block) + " is " + std::to_string(id);
     }
 };
 TYPED_TEST_SUITE(StatusIds, support::Scalars);

@@ -196,13 +196,13 @@ template <class T> PivotDemands BlockLDLT<T>::Impl::demands() const
     result.signs = settings.signs == Signs::Expected && system().signsAreKnown;
     if (system().canOrderLater()) {
         result.early = &system().early;
-        // In double half of the digits may be lost, in float three. A thousandth in double would
-        // order a tenth of random mechanisms again that are solved to machine precision. What soft
-        // contacts add up to on bodies does no harm that was seen.
-        result.diagonalShare =
-            system().analysis.free ? 0 : std::min(double(softShare<T>()), kEarlyShare);
+        const auto soft = double(softShare<T>());
         if (system().analysis.free)
-            result.earlyShare = double(softShare<T>());
+            result.earlyShare = soft; // what contacts add up to on bodies did no harm that was seen
+        else
+            // In double half of the digits may be lost, in float three. A thousandth in double
+            // would order a tenth of random mechanisms again that are solved to machine precision.
+            result.diagonalShare = std::min(soft, kEarlyShare);
     }
     return result;
 }

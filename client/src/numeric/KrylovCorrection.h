@@ -18,8 +18,11 @@ public:
     void reserve(std::size_t dimension, std::size_t steps)
     {
         m_steps = steps;
-        m_basis.assign(steps + 1, std::vector<double>(dimension));
-        m_directions.assign(steps, std::vector<double>(dimension));
+        m_basis.resize(steps + 1);
+        m_directions.resize(steps);
+        for (auto* vectors : {&m_basis, &m_directions})
+            for (std::vector<double>& vector : *vectors)
+                vector.resize(dimension);
         m_H.resize((steps + 1) * steps);
         m_cosine.resize(steps);
         m_sine.resize(steps);

@@ -132,7 +132,8 @@ PivotFailure<T> PivotCheck<T>::run(const OrvelData<T>& data, const std::vector<u
             data.hasPivotScales ? data.pivotScales + L.blockOffsets[r] : m_scales.data();
         failure = checkBlock(data, r, scales, order, firstTrailing, demands);
     }
-    const PivotFailure<T> noise = findNoise(data, failure.kind == Kind::None ? r : r - 1);
+    const unsigned int sound = failure.kind == Kind::None ? r : r - 1;
+    const PivotFailure<T> noise = findNoise(data, sound);
     return noise.kind == Kind::None ? failure : noise;
 }
 
@@ -420,7 +421,7 @@ template <class T>
 PivotFailure<T> PivotCheck<T>::findNoise(const OrvelData<T>& data, unsigned int rows)
 {
     PivotFailure<T> first;
-    while (!m_doubtful.empty() && m_doubtful.back().position >= rows)
+    while (!m_doubtful.empty() && m_doubtful.back().position >= rows) // beside one that failed
         m_doubtful.pop_back();
     if (m_doubtful.empty())
         return first;

@@ -55,7 +55,7 @@ struct PivotDemands {
     double earlyShare = kEarlyShare; ///< how good
     /// What diagonals of ordinary blocks have to be, at least, of their pivots' terms where early
     /// blocks added to these: else most digits of them are lost. So they are where an early block
-    /// hardly acts on its first body, or that is much heavier.
+    /// hardly acts on its first body, or that is much heavier. 0 asks that none is zero.
     double diagonalShare = 0;
 };
 
@@ -137,10 +137,6 @@ private:
     void setLeastShare(T share);
     void count(const T* pivots, std::size_t m);
 
-    std::vector<T> m_scales;            ///< per row of the block at hand
-    std::vector<FourSums<T>> m_sums;    ///< likewise
-    std::vector<T> m_expected;          ///< per pivot: 1, or -1 in trailing blocks
-    std::size_t m_expectedNegative = 0; ///< pivots
     /// An ordinary block row that early blocks add to.
     struct Owing {
         const T* block; ///< its diagonal block of A: looking for it costs as much as reading it
@@ -148,6 +144,11 @@ private:
         unsigned int size;
         unsigned int row;
     };
+
+    std::vector<T> m_scales;            ///< per row of the block at hand
+    std::vector<FourSums<T>> m_sums;    ///< likewise
+    std::vector<T> m_expected;          ///< per pivot: 1, or -1 in trailing blocks
+    std::size_t m_expectedNegative = 0; ///< pivots
     std::vector<Owing> m_owing;         ///< ascending
     std::vector<unsigned char> m_signs; ///< per block row checked: kPositive, kNegative, both
     std::vector<T> m_positive;          ///< per pivot checked: it where positive, or zero

@@ -96,8 +96,7 @@ std::string adviceFor(unsigned int block, unsigned int firstTrailing, std::size_
 {
     return block < firstTrailing && firstTrailing < blocks
                ? "the diagonal block of an ordinary block has to be positive definite; see that "
-                 "its "
-                 "mass and inertia are filled in, and not zero"
+                 "its mass and inertia are filled in, and not zero"
                : "remove what is redundant or give the block a diagonal (a compliance)";
 }
 
