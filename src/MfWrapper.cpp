@@ -50,6 +50,19 @@ void factorDiagonalFront(T* F, T* d, const detail::PivotBound<T>& bound, std::si
         std::fill(F + i * m + i + 1, F + (i + 1) * m, T(0));
 }
 
+/// Nobody waits for a node without an update list.
+template <class Node> void finishNode(Node& node)
+{
+    if (!node.updates) {
+        node.done = 1;
+        return;
+    }
+    node.sync->mutex.lock();
+    node.done = 1;
+    node.sync->condition.signal();
+    node.sync->mutex.unlock();
+}
+
 /// The work of one thread: its nodes in depth-first post-order of its own subtrees.
 template <class T> class FrontWorker {
 public:
@@ -106,7 +119,7 @@ private:
             descend();
             const unsigned int k = m_stack.back();
             factorNode(k);
-            finish(k);
+            finishNode(m_nodes[k]);
             m_stack.pop_back();
             if (!m_stack.empty())
                 pushNextSibling(k);
@@ -139,20 +152,6 @@ private:
         }
     }
 
-    /// Nobody waits for a node without an update list.
-    void finish(unsigned int k)
-    {
-        Node& node = m_nodes[k];
-        if (!node.updates) {
-            node.done = 1;
-            return;
-        }
-        node.sync->mutex.lock();
-        node.done = 1;
-        node.sync->condition.signal();
-        node.sync->mutex.unlock();
-    }
-
     void factorNode(unsigned int k)
     {
         const FactorTrace::Clock::time_point begin = now();
@@ -167,7 +166,7 @@ private:
         for (unsigned int i = 1; i < countOf(k); ++i)
             factorOffDiagonal(k, i);
         update(k);
-        record(k, false, begin);
+        record(k, false, begin, now());
     }
 
     FactorTrace::Clock::time_point now() const
@@ -175,10 +174,11 @@ private:
         return m_data.trace ? FactorTrace::Clock::now() : FactorTrace::Clock::time_point();
     }
 
-    void record(unsigned int node, bool waiting, FactorTrace::Clock::time_point begin) const
+    void record(unsigned int node, bool waiting, FactorTrace::Clock::time_point begin,
+                FactorTrace::Clock::time_point end) const
     {
         if (m_data.trace)
-            m_data.trace->threads[m_me].push_back({node, waiting, begin, now()});
+            m_data.trace->threads[m_me].push_back({node, waiting, begin, end});
     }
 
     /// Adds A's block column k, which is row k in upper block-row order, to the front.
@@ -209,9 +209,10 @@ private:
             child.sync->mutex.lock();
             if (!child.done)
                 child.sync->condition.wait(child.sync->mutex);
-            record(c, true, begin);
+            const FactorTrace::Clock::time_point end = now();
             m_data.multifront.addUpdateToNode(m_pattern, m_data.matrix, k, c);
             child.sync->mutex.unlock();
+            record(c, true, begin, end); // not under the lock: it may throw
         }
     }
 
@@ -366,11 +367,26 @@ private:
     detail::FrontTarget<T> m_targets[kMaxTargets];
 };
 
+/// Lets go on who waits for a node of this thread, which ran out of memory: what they gather from
+/// it is incomplete, but the factorization fails, instead of never ending.
+template <class T> void releaseWaiting(OrvelData<T>& data)
+{
+    const unsigned int me = callingThread();
+    for (unsigned int k = 0; k < data.multifront.numNodes; ++k)
+        if (data.multifront.nodes[k].owner == me && !data.multifront.nodes[k].done)
+            finishNode(data.multifront.nodes[k]);
+}
+
 } // namespace
 
 template <class T> void MfWrapper<T>::doThreadedFactor()
 {
-    FrontWorker<T>(*data).run();
+    try {
+        FrontWorker<T>(*data).run();
+    } catch (...) {
+        releaseWaiting(*data);
+        throw;
+    }
 }
 
 template struct MfWrapper<float>;

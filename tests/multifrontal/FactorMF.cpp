@@ -313,4 +313,31 @@ TYPED_TEST(FactorMF, AnAllocationThatFailsLeavesFactoredAtZeroAndTheNextRunWhole
     }
 }
 
+// A node whose thread gave up is never done: who waits for it is let go.
+TYPED_TEST(FactorMF, AnAllocationThatFailsOnAnyThreadEndsTheRunOfAll)
+{
+    using kyrOrvel::client::SyncMode;
+    Random random(8);
+    const System<TypeParam> system =
+        support::systemOfTree<TypeParam>(random, support::comb(12), 1, 3);
+    for (const SyncMode mode : {SyncMode::Blocking, SyncMode::Spinning}) {
+        Problem<TypeParam> problem(system);
+        problem.mapping = support::listedOneByOne({0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2}, 3);
+        problem.build(mode);
+        for (std::size_t n = 1;; ++n) {
+            SCOPED_TRACE(n);
+            kyrOrvel::FactorTrace trace;
+            trace.threads.resize(3);
+            problem.data.trace = &trace;
+            const bool failed =
+                support::failsOnAllocation(n, [&] { Orvel::factorMF(problem.data); });
+            ASSERT_EQ(problem.data.factored, failed ? 0 : 1);
+            problem.data.trace = nullptr;
+            this->expectSerialResult(problem);
+            if (!failed)
+                break;
+        }
+    }
+}
+
 } // namespace

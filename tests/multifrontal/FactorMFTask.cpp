@@ -71,6 +71,17 @@ TEST_F(FactorMFTask, HasItsName)
     EXPECT_EQ(s_names, std::vector<std::string>{"MultiFront factor"});
 }
 
+TEST_F(FactorMFTask, RunsForAnEmptySystemToo)
+{
+    OrvelData<double> empty;
+    s_data = &empty;
+
+    Orvel::factorMF(empty);
+
+    EXPECT_EQ(s_names, std::vector<std::string>{"MultiFront factor"});
+    EXPECT_EQ(s_factored, std::vector<int>{1});
+}
+
 template <class T> class FactorMFThreads : public testing::Test {
 protected:
     /// Back to where the threads begin.
