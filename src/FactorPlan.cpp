@@ -156,7 +156,8 @@ template <class T> void FactorPlan<T>::countProducts()
     }
 }
 
-/// Finds the input's block for every slot; false if the input has a block that the pattern lacks.
+/// Finds the input's block for every slot; false if the input has a block that the pattern lacks,
+/// or one that two rows hold, as behind gaps of several rows without blocks.
 template <class T> bool FactorPlan<T>::takeInput(const SparseMatrix<T>& A)
 {
     const bool known = !m_inputRowStart.empty() &&
@@ -177,6 +178,8 @@ template <class T> bool FactorPlan<T>::findInputSlots(const SparseMatrix<T>& A)
     m_inputSlots.clear();
     m_input.assign(m_columns.size(), nullptr);
     for (unsigned int r = 0; r < m_numRows; ++r) {
+        if (A.rowStart[r] < A.rowStart[r + 1] && A.rowStart[r] != m_inputSlots.size())
+            return false;
         unsigned int slot = m_rowStart[r];
         for (unsigned int a = A.rowStart[r]; a < A.rowStart[r + 1]; ++a) {
             while (slot < m_rowStart[r + 1] && m_columns[slot] != A.blockColumns[a])
@@ -216,6 +219,14 @@ template <class T> bool FactorPlan<T>::isLaidOut(const SparseMatrix<T>& factor) 
         !std::equal(m_rowStart.begin(), m_rowStart.end(), factor.rowStart) ||
         !std::equal(m_columns.begin(), m_columns.end(), factor.blockColumns) ||
         !std::equal(m_sizes.begin(), m_sizes.end(), factor.blockSizes))
+        return false;
+    unsigned int offset = 0;
+    for (unsigned int r = 0; r < m_numRows; ++r) {
+        if (factor.blockOffsets[r] != offset)
+            return false;
+        offset += m_sizes[r];
+    }
+    if (factor.blockSizes[m_numRows] != offset)
         return false;
     const auto values = reinterpret_cast<std::uintptr_t>(factor.values);
     const T* const* const blocks = factor.blockData;

@@ -73,6 +73,54 @@ TYPED_TEST(FactorPathBits, EqualThePlainFactorizationWhereTheInputLacksDiagonalB
     }
 }
 
+// Behind a gap of several rows, starts of rows fall back: row 2 holds the block of row 0 again.
+TYPED_TEST(FactorPathBits, EqualThePlainFactorizationBehindAGapOfRowsWithoutBlocks)
+{
+    const auto fill = [](OrvelData<TypeParam>& data) {
+        auto& A = data.matrix;
+        A.clear();
+        A.setSize(4, 0, 3, 3);
+        *A.aquireBlock(0, 0, 1, 1, 0) = 4;
+        *A.aquireBlock(3, 0, 1, 1, 0) = 7;
+        *A.aquireBlock(3, 3, 1, 1, 0) = 9;
+        ASSERT_EQ(A.rowStart[2], 0u);
+        ASSERT_EQ(A.rowStart[3], 1u);
+        support::setFactorPattern(data, {{0}, {1}, {0, 2}, {0, 2, 3}});
+    };
+    OrvelData<TypeParam> expected;
+    fill(expected);
+    setFactorPath(FactorPath::Plain);
+    Orvel::factorSerial(expected);
+
+    this->forEachPath([&] {
+        OrvelData<TypeParam> data;
+        fill(data);
+        for (int again = 0; again < 2; ++again) {
+            Orvel::factorSerial(data);
+            ASSERT_TRUE(support::sameFactors(data, expected));
+        }
+    });
+}
+
+// The layout of the factors is made anew, whatever became of it in between.
+TYPED_TEST(FactorPathBits, EqualThePlainFactorizationAfterTheLayoutWasWrittenTo)
+{
+    Random random(12);
+    const System<TypeParam> system = this->system(random, 12, {3, 5, 6});
+    const auto expected = support::plainFactor(system);
+
+    this->forEachPath([&] {
+        const auto data = support::makeData(system);
+        Orvel::factorSerial(*data);
+        data->factor.blockOffsets[3] += 1;
+        data->scaledFactor.blockSizes[12] += 1;
+        Orvel::factorSerial(*data);
+        ASSERT_TRUE(support::sameFactors(*data, expected));
+        ASSERT_EQ(data->factor.blockOffsets[3], data->matrix.blockOffsets[3]);
+        ASSERT_EQ(data->scaledFactor.blockSizes[12], system.dimension());
+    });
+}
+
 // Blocks beyond what rows take, tiles with all kinds of edges, panels that have to be split.
 TYPED_TEST(FactorPathBits, EqualThePlainFactorizationWithLargeBlocks)
 {
