@@ -21,7 +21,7 @@ template <class T> unsigned int layOutSymbolically(OrvelData<T>& data)
         detail::InputCursor<T> input(A, r);
         detail::forEachFactorColumn(data, r, [&](unsigned int c) {
             data.factor.aquireBlock(r, c, 1, 1, 0);
-            if (!input.take(c))
+            if (!input.pass(c))
                 ++fill;
         });
     }

@@ -2,7 +2,9 @@
 
 #include "detail/Arrays.h"
 
+#include <limits>
 #include <memory>
+#include <new>
 
 namespace kyrOrvel {
 
@@ -20,6 +22,8 @@ T* getArray(ScratchPad::Table<T>& table, unsigned long id, unsigned long size,
     ScratchPad::Allocation<T>* const found = table.find(id);
     if (found && found->size >= size && found->data)
         return found->data;
+    if (size > std::numeric_limits<unsigned long>::max() - padding)
+        throw std::bad_array_new_length();
     if (found) {
         // Free first, to keep the peak low; the record owns nothing until it is replaced.
         delete[] found->raw;

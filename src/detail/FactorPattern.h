@@ -28,14 +28,18 @@ public:
     {
     }
 
-    /// The values of the input's block in column c, or null for fill-in. Steps on after a match; a
+    /// Whether the input has a block in column c: false for fill-in. Steps on after a match; a
     /// column that the pattern lacks is never passed.
-    const T* take(unsigned int c)
+    bool pass(unsigned int c)
     {
         if (m_slot >= m_end || m_matrix.blockColumns[m_slot] != c)
-            return nullptr;
-        return m_matrix.blockData[m_slot++];
+            return false;
+        ++m_slot;
+        return true;
     }
+
+    /// The same; the block's values, or null. Blocks without values may have a null, too.
+    const T* take(unsigned int c) { return pass(c) ? m_matrix.blockData[m_slot - 1] : nullptr; }
 
 private:
     const SparseMatrix<T>& m_matrix;

@@ -146,6 +146,22 @@ TYPED_TEST(EstimateWork, EmptySystemStoresZero)
     EXPECT_EQ(updates, 0u);
 }
 
+// Such a matrix needs no array of values, and its blocks have none.
+TYPED_TEST(EstimateWork, BlocksOfSizeZeroAloneAreNoFillEither)
+{
+    OrvelData<TypeParam> data;
+    data.matrix.setSize(2, 0, 3, 0);
+    data.matrix.aquireBlock(0, 0, 0, 0, 0);
+    data.matrix.aquireBlock(1, 0, 0, 0, 0);
+    data.matrix.aquireBlock(1, 1, 0, 0, 0);
+    support::setFactorPattern(data, {{0}, {0, 1}});
+    unsigned int updates = 99;
+
+    EXPECT_EQ(Orvel::estimateWork(data, &updates), 0u);
+
+    EXPECT_EQ(updates, 1u);
+}
+
 TYPED_TEST(EstimateWork, FactorIsLeftWithSymbolicBlocks)
 {
     // One block of fill, sizes 1, 2, 3.

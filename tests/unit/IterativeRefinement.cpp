@@ -115,6 +115,19 @@ TEST(IterativeRefinement, ExactStartStillSolvesForTheZeroResidual)
     EXPECT_EQ(x, 8.0);
 }
 
+// The squares of so small a residual underflow: its norm is zero, and each step goes on all the
+// same.
+TEST(IterativeRefinement, NormOfZeroDoesNotEndTheIterations)
+{
+    const auto data = identityWithPivots({2});
+    const double b = 0x1p-700;
+    double x = 0;
+
+    Orvel::iterativeRefinement(*data, &b, &x, 4);
+
+    EXPECT_EQ(x, b * (1 - 0x1p-4));
+}
+
 TEST(IterativeRefinement, EqualNormGoesOn)
 {
     // Every step turns the residual r into -r.

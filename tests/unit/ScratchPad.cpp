@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <new>
 #include <vector>
 
 using kyrOrvel::ScratchPad;
@@ -96,6 +97,16 @@ TYPED_TEST(ScratchPadArrays, SizeZeroReturnsAnAlignedArray)
     EXPECT_TRUE(isAligned(array));
     EXPECT_EQ(this->get(0, 0), array);
     EXPECT_EQ(this->table().find(0)->size, 0u);
+}
+
+TYPED_TEST(ScratchPadArrays, SizeThatWrapsWithItsPaddingIsRefusedAndTheArrayStays)
+{
+    TypeParam* const array = this->get(7, 10);
+
+    for (const unsigned long less : {0ul, 3ul, 14ul})
+        EXPECT_THROW(this->get(7, ~0ul - less), std::bad_alloc) << less;
+
+    EXPECT_EQ(this->get(7, 10), array);
 }
 
 TYPED_TEST(ScratchPadArrays, IdsAreIndependent)
