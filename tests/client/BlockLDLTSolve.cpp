@@ -237,6 +237,23 @@ TYPED_TEST(BlockLDLTSolve, TinyLeadingValuesCountBesideLargeOnes)
     }
 }
 
+// Brought to where the first value counts, the solution would overflow.
+TYPED_TEST(BlockLDLTSolve, TinyLeadingValueDoesNotMakeALargeSolutionOverflow)
+{
+    using Limits = std::numeric_limits<TypeParam>;
+    const TypeParam small = Limits::min() * 4;
+    BlockMatrix<TypeParam> A({1, 1});
+    *A.block(0, 0) = 1;
+    *A.block(1, 1) = small;
+    for (const int digits : {0, 1, 2, 3}) {
+        const TypeParam tiny = std::pow(Limits::epsilon(), TypeParam(digits));
+
+        const std::vector<TypeParam> x = solution(A, {tiny, TypeParam(0.5)});
+
+        EXPECT_EQ(x[1], TypeParam(0.5) / small) << digits;
+    }
+}
+
 TYPED_TEST(BlockLDLTSolve, DenormalRightHandSideIsSolved)
 {
     const BlockMatrix<TypeParam> A = support::scalarMatrix<TypeParam>({{4}, {2, 3}});

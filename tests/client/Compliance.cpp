@@ -269,4 +269,74 @@ TYPED_TEST(Compliance, MakesAnyRedundantMechanismFactor)
     }
 }
 
+/// Patterns that are singular without a compliance.
+template <class T> class StructuralCompliance : public testing::Test {
+};
+TYPED_TEST_SUITE(StructuralCompliance, support::Scalars);
+
+// A body, and a constraint that couples to nothing.
+TYPED_TEST(StructuralCompliance, IsADiagonalForATrailingBlockThatCouplesToNothing)
+{
+    BlockMatrix<TypeParam> A({1, 1}, 1);
+    *A.block(0, 0) = 2;
+    BlockLDLT<TypeParam> solver;
+    ASSERT_EQ(solver.compute(A).code, StatusCode::Singular);
+
+    solver.setCompliance(TypeParam(0.5));
+
+    for (const bool values : {false, true}) {
+        ASSERT_TRUE((values ? solver.compute(A) : solver.analyzePattern(A)).ok());
+        ASSERT_TRUE(solver.factorize(A).ok()) << solver.info().message;
+        const std::vector<TypeParam> b{4, 1};
+        std::vector<TypeParam> x(2);
+        ASSERT_TRUE(solver.solve(b.data(), x.data()).ok());
+        EXPECT_EQ(x, (std::vector<TypeParam>{2, -2}));
+    }
+}
+
+// A body of one freedom and a constraint of two rows.
+TYPED_TEST(StructuralCompliance, IsADiagonalInOrdersOfTheUsers)
+{
+    BlockMatrix<TypeParam> A({1, 2}, 1);
+    *A.block(0, 0) = 1;
+    A.block(1, 0)[0] = 1;
+    A.block(1, 0)[1] = TypeParam(0.5);
+    for (const std::vector<unsigned int>& order :
+         {std::vector<unsigned int>{0, 1}, std::vector<unsigned int>{1, 0}}) {
+        BlockLDLT<TypeParam> solver;
+        solver.setOrder(order);
+        ASSERT_EQ(solver.compute(A).code, StatusCode::Singular);
+        solver.setCompliance(std::vector<TypeParam>{TypeParam(0.1)});
+
+        ASSERT_TRUE(solver.compute(A).ok()) << solver.info().message;
+
+        EXPECT_EQ(solver.analysis().order, order);
+    }
+}
+
+TYPED_TEST(StructuralCompliance, OfSomeBlocksLeavesOthersWithoutADiagonal)
+{
+    BlockMatrix<TypeParam> A({1, 1, 1}, 1);
+    *A.block(0, 0) = 2;
+    BlockLDLT<TypeParam> solver;
+    solver.setCompliance(std::vector<TypeParam>{1, 0});
+
+    EXPECT_EQ(solver.compute(A).code, StatusCode::Singular);
+    EXPECT_EQ(solver.info().block, 2u);
+}
+
+TYPED_TEST(StructuralCompliance, ThatIsTakenBackMakesAPatternSingularAgain)
+{
+    BlockMatrix<TypeParam> A({1, 1}, 1);
+    *A.block(0, 0) = 2;
+    BlockLDLT<TypeParam> solver;
+    solver.setCompliance(TypeParam(0.5));
+    ASSERT_TRUE(solver.compute(A).ok());
+
+    solver.setCompliance(TypeParam(0));
+
+    EXPECT_EQ(solver.factorize(A).code, StatusCode::Singular);
+    EXPECT_EQ(solver.analyzePattern(A).code, StatusCode::Singular);
+}
+
 } // namespace

@@ -1,10 +1,10 @@
 #include "AnalyzedSystem.h"
 
 #include "../ordering/EarlyRule.h"
-#include "Compliance.h"
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 namespace kyrOrvel {
 namespace client {
@@ -51,7 +51,8 @@ bool pays(const TreeMapping& mapping)
 } // namespace
 
 template <class T>
-Status AnalyzedSystem<T>::analyze(const BlockMatrix<T>& A, const SolverSettings<T>* values)
+Status AnalyzedSystem<T>::analyze(const BlockMatrix<T>& A, std::vector<T> compliances,
+                                  bool byValues)
 {
     analyzed = false;
     Status result = checkSizes(A);
@@ -65,13 +66,15 @@ Status AnalyzedSystem<T>::analyze(const BlockMatrix<T>& A, const SolverSettings<
         offsets[r] = A.blockOffset(r);
         largestBlock = std::max(largestBlock, A.blockSize(r));
     }
-    analysis.byValues = values != nullptr;
+    m_compliances = std::move(compliances);
+    analysis.byValues = byValues;
     analysis.orderedAgain = false;
-    const CountRule byCount(pattern.sizes());
-    if (!values)
-        return build(A, &byCount);
-    const ValueRule<T> byValues(A, compliancesOf(*values, A));
-    return build(A, &byValues);
+    if (byValues) {
+        const ValueRule<T> rule(A, m_compliances);
+        return build(A, &rule);
+    }
+    const CountRule rule(pattern.sizes());
+    return build(A, &rule);
 }
 
 template <class T>
@@ -128,11 +131,20 @@ template <class T> Status AnalyzedSystem<T>::order(const EarlyRule* rule, Orderi
 {
     SkeletonMatrix skeleton;
     pattern.fillSkeleton(skeleton);
-    const std::vector<unsigned char> standsAlone = pattern.standsAlone();
+    std::vector<unsigned char> standsAlone = pattern.standsAlone();
     const BlockGraph graph(skeleton);
     const OrderingInput input{skeleton,    graph,           pattern.firstTrailing(),
                               standsAlone, pattern.sizes(), settings.userOrder};
+    needsCompliance = false;
     Status result = computeOrdering(input, settings.ordering, rule, data.scratch, ordering);
+    if (result.code == StatusCode::Singular && !m_compliances.empty()) {
+        // Compliances are diagonals, too. Not to begin with, as they may be taken back.
+        for (std::size_t t = 0; t < m_compliances.size(); ++t)
+            if (m_compliances[t] != 0)
+                standsAlone[pattern.firstTrailing() + t] = 1;
+        needsCompliance = true;
+        result = computeOrdering(input, settings.ordering, rule, data.scratch, ordering);
+    }
     if (!result.ok())
         return result;
     const unsigned int n = pattern.numBlockRows();

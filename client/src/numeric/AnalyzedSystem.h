@@ -33,12 +33,15 @@ public:
     std::vector<unsigned char> early;
     bool analyzed = false;
     bool compliant = false; ///< whether data.matrix holds compliances
+    /// Whether some pivots are zero for structural reasons unless trailing blocks have compliances.
+    bool needsCompliance = false;
 
     /// Analyses A's pattern by `settings`. Storage of an earlier analysis is reused.
     ///
-    /// @param values  null, or how A will be factored: its values may be looked at then, to decide
-    ///                which trailing blocks go early
-    Status analyze(const BlockMatrix<T>& A, const SolverSettings<T>* values);
+    /// @param compliances  of the trailing blocks, with which A will be factored; or none
+    /// @param byValues     whether A's values may be looked at, to decide which trailing blocks go
+    ///                     early
+    Status analyze(const BlockMatrix<T>& A, std::vector<T> compliances, bool byValues);
 
     /// The same pattern, trailing blocks that met unusable pivots behind all ordinary blocks that
     /// they couple to: those named the first time, all of them the second.
@@ -64,6 +67,7 @@ private:
     std::uint64_t largestPanel() const;
 
     Schedule<T> m_schedule;
+    std::vector<T> m_compliances;      ///< of the trailing blocks; or none
     std::uint64_t m_knownIdentity = 0; ///< of the matrix that `scatter` is linked to, or 0
     std::size_t m_knownBlocks = 0;     ///< that it had
 };

@@ -31,7 +31,7 @@ template <class T> Status BlockLDLT<T>::Impl::analyze(const BlockMatrix<T>& A, b
     if (!statistics.analysisReused) {
         AnalyzedSystem<T>& next = makeRoom();
         next.settings = Settings::of(settings);
-        Status result = next.analyze(A, values ? &settings : nullptr);
+        Status result = next.analyze(A, compliancesOf(settings, A), values);
         if (!result.ok()) {
             systems.erase(systems.begin());
             return result;
@@ -49,7 +49,7 @@ template <class T> bool BlockLDLT<T>::Impl::findInCache(const BlockMatrix<T>& A)
     const std::uint64_t hash = MatrixPattern::hashOf(A);
     const auto found = std::find_if(systems.begin(), systems.end(), [&](const auto& s) {
         return s->analyzed && s->pattern.hash() == hash && s->settings.areOf(settings) &&
-               s->pattern.compare(A).ok();
+               (!s->needsCompliance || isCompliant(settings)) && s->pattern.compare(A).ok();
     });
     if (found == systems.end())
         return false;

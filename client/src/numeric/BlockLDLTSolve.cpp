@@ -130,15 +130,25 @@ template <class T> Status BlockLDLT<T>::Impl::solve(const T* b, T* x)
     return result;
 }
 
-/// work = A⁻¹·work. Scaling by a power of two changes no digit, short of underflow.
+/// work = A⁻¹·work. Scaling by a power of two changes no digit, short of underflow; where it makes
+/// the solution overflow, that is so much larger than the right-hand side's first values that these
+/// may as well be left out.
 template <class T> void BlockLDLT<T>::Impl::solveWork()
 {
     const int exponent = scaleExponent(work);
-    if (exponent != 0)
-        scaleBy(exponent, work);
+    if (exponent == 0) {
+        Orvel::solve(data(), work.data());
+        return;
+    }
+    weight = work; // free until a backward error is computed
+    scaleBy(exponent, work);
     Orvel::solve(data(), work.data());
-    if (exponent != 0)
+    if (areFinite(work)) {
         scaleBy(-exponent, work);
+        return;
+    }
+    work = weight;
+    Orvel::solve(data(), work.data());
 }
 
 /// work = A⁻¹ times a vector that is zero outside one block.
