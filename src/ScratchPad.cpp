@@ -2,6 +2,7 @@
 
 #include "detail/Arrays.h"
 
+#include <cstddef>
 #include <limits>
 #include <memory>
 #include <new>
@@ -22,7 +23,7 @@ T* getArray(ScratchPad::Table<T>& table, unsigned long id, unsigned long size,
     ScratchPad::Allocation<T>* const found = table.find(id);
     if (found && found->size >= size && found->data)
         return found->data;
-    if (size > std::numeric_limits<unsigned long>::max() - padding)
+    if (size > std::numeric_limits<std::ptrdiff_t>::max() / sizeof(T) - padding)
         throw std::bad_array_new_length();
     if (found) {
         // Free first, to keep the peak low; the record owns nothing until it is replaced.

@@ -93,6 +93,41 @@ TYPED_TEST(SoftConstraints, AreSolvedToMachinePrecision)
     }
 }
 
+// A body whose only joint to the ground became hard would lose all of its own diagonal to it.
+TYPED_TEST(SoftConstraints, OfWhichOneBecomesHardAreOrderedLater)
+{
+    constexpr unsigned int kBoxes = 12;
+    const auto boxes = boxesOnAPlatform<TypeParam>(kBoxes, 0);
+    std::vector<unsigned int> sizes = boxes.blockSizes();
+    sizes.push_back(3);
+    const auto joint = static_cast<unsigned int>(sizes.size() - 1);
+    BlockMatrix<TypeParam> A(sizes, boxes.firstTrailing());
+    for (unsigned int r = 0; r < joint; ++r)
+        for (const auto& block : boxes.row(r))
+            A.add(r, block.column, block.values);
+    pointJacobian<TypeParam>(0, 0, 0, 1, A.block(joint, 0));
+    BlockLDLT<TypeParam> solver;
+    std::vector<TypeParam> compliances(4 * kBoxes + 1, TypeParam(0.1));
+    ASSERT_TRUE(solver.setCompliance(compliances).ok());
+    ASSERT_TRUE(solver.compute(A).ok()) << solver.info().message;
+    ASSERT_TRUE(solver.analysis().free);
+    const std::vector<TypeParam> b(A.dimension(), TypeParam(0.05));
+    std::vector<TypeParam> x(b.size());
+
+    compliances.back() = std::numeric_limits<TypeParam>::epsilon();
+    ASSERT_TRUE(solver.setCompliance(compliances).ok());
+
+    ASSERT_TRUE(solver.compute(A).ok()) << solver.info().message;
+    ASSERT_TRUE(solver.solve(b.data(), x.data()).ok());
+    EXPECT_TRUE(solver.analysis().orderedAgain);
+    for (std::size_t t = 0; t < compliances.size(); ++t)
+        for (unsigned int i = 0; i < 3; ++i)
+            A.block(boxes.firstTrailing() + static_cast<unsigned int>(t),
+                    boxes.firstTrailing() + static_cast<unsigned int>(t))[4 * i] -= compliances[t];
+    EXPECT_LT(support::backwardError(A, x, b),
+              64 * double(std::numeric_limits<TypeParam>::epsilon()));
+}
+
 TEST(HardConstraints, ThatWereSoftAreOrderedLater)
 {
     BlockLDLT<double> solver;

@@ -265,6 +265,49 @@ TYPED_TEST(DynamicRegularization, OverflowIsNotReplacedByABound)
     EXPECT_EQ(solver.info().block, 1u);
 }
 
+/// A column of bodies with four contacts of three rows between neighbours: twice the rows of the
+/// bodies.
+BlockMatrix<float> columnOfContacts(unsigned int bodies, Random& random)
+{
+    constexpr unsigned int kContacts = 4;
+    std::vector<unsigned int> sizes(bodies, 6);
+    sizes.resize(bodies * (1 + kContacts), 3);
+    BlockMatrix<float> A(sizes, bodies);
+    for (unsigned int b = 0; b < bodies; ++b) {
+        for (unsigned int i = 0; i < 6; ++i)
+            A.block(b, b)[7 * i] = i < 3 ? 1.0F : 0.1F;
+        for (unsigned int c = 0; c < kContacts; ++c) {
+            const unsigned int contact = bodies + kContacts * b + c;
+            for (unsigned int to = b > 0 ? b - 1 : b; to <= b; ++to)
+                for (unsigned int i = 0; i < 18; ++i)
+                    A.block(contact, to)[i] = static_cast<float>(2 * random.unit() - 1);
+        }
+    }
+    return A;
+}
+
+// Noise of redundant rows is larger than the bounds there.
+TEST(DynamicRegularizationOfHeaps, RaisesTheBoundsUntilTheyHoldTheFactor)
+{
+    for (std::uint64_t seed = 1; seed <= 40; ++seed) {
+        SCOPED_TRACE(seed);
+        Random random(seed);
+        const BlockMatrix<float> A = columnOfContacts(30, random);
+        BlockLDLT<float> solver;
+        solver.setRegularization(Regularization::Dynamic);
+        std::vector<float> b(A.dimension(), 0);
+        for (unsigned int i = 0; i < 30; ++i)
+            b[6 * i + 2] = -0.16F;
+        std::vector<float> x(b.size());
+
+        ASSERT_EQ(solver.compute(A).code, StatusCode::Regularized) << solver.info().message;
+
+        EXPECT_GE(solver.statistics().regularizedPivots, 170u);
+        ASSERT_TRUE(solver.solve(b.data(), x.data()).ok()) << solver.info().message;
+        EXPECT_LT(solver.statistics().residualNorm, 0.05);
+    }
+}
+
 TYPED_TEST(DynamicRegularization, MatrixOfZerosIsReplacedByOnes)
 {
     const auto A = support::drawnMatrix({"X", ". X", "X X ."}, 2);

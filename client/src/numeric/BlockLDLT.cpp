@@ -8,9 +8,19 @@
 #include "PivotReport.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace kyrOrvel {
 namespace client {
+
+namespace {
+
+// Of bounds for pivots that were too small a share of what is expected: larger ones are tried in
+// such steps, up to one.
+constexpr float kShareSteps = 32;
+constexpr float kLargestShare = 0.25F;
+
+} // namespace
 
 Status callSequence(const char* needed)
 {
@@ -161,19 +171,46 @@ template <class T> Status BlockLDLT<T>::Impl::applyCompliance(const BlockMatrix<
 
 template <class T> PivotFailure<T> BlockLDLT<T>::Impl::factorOnce()
 {
+    if (settings.regularization == Regularization::Dynamic)
+        return factorBounded();
     OrvelData<T>& d = data();
-    const std::vector<unsigned int>& order = system().analysis.order;
-    const unsigned int firstTrailing = system().pattern.firstTrailing();
-    d.factored = 0;
-    d.trace = trace;
     d.pivotBounds = nullptr;
     d.pivotScales = pivotScales.data();
-    if (settings.regularization == Regularization::Dynamic) {
-        computePivotBounds(d, order, firstTrailing, settings.share, pivotBounds);
+    runFactorization();
+    const PivotFailure<T> failure =
+        pivotCheck.run(d, system().analysis.order, system().pattern.firstTrailing(), demands());
+    d.pivotScales = nullptr; // who factors this data again may have other room for them, or none
+    d.hasPivotScales = 0;
+    return failure;
+}
+
+/// With pivots kept to bounds. Where many constraints are redundant, noise may be larger than the
+/// bounds, in place of which it makes the factor grow from pivot to pivot without end: larger ones
+/// hold it. Grown it has where nothing would be left of a pivot as it is expected among its terms.
+template <class T> PivotFailure<T> BlockLDLT<T>::Impl::factorBounded()
+{
+    OrvelData<T>& d = data();
+    d.pivotScales = nullptr;
+    d.pivotsKeepSigns = !(settings.signs == Signs::Expected && system().signsAreKnown);
+    for (T share = settings.share;; share = std::min(kShareSteps * share, T(kLargestShare))) {
+        computePivotBounds(d, system().analysis.order, system().pattern.firstTrailing(), share,
+                           pivotBounds);
         d.pivotBounds = pivotBounds.data();
-        d.pivotScales = nullptr;
-        d.pivotsKeepSigns = !(settings.signs == Signs::Expected && system().signsAreKnown);
+        runFactorization();
+        const bool last = share >= T(kLargestShare);
+        const T most = last ? std::numeric_limits<T>::infinity()
+                            : 1 / (std::numeric_limits<T>::epsilon() * share);
+        const PivotFailure<T> failure = pivotCheck.runBounded(d, most);
+        if (failure.kind == PivotFailure<T>::Kind::None || last)
+            return failure;
     }
+}
+
+template <class T> void BlockLDLT<T>::Impl::runFactorization()
+{
+    OrvelData<T>& d = data();
+    d.factored = 0;
+    d.trace = trace;
     if (system().analysis.multifrontal) {
         if (trace)
             trace->threads.assign(system().analysis.threads, {});
@@ -182,12 +219,6 @@ template <class T> PivotFailure<T> BlockLDLT<T>::Impl::factorOnce()
         Orvel::factorParallel(d, system().analysis.threads);
         d.onlyValuesChanged = 1; // next time, unless the pattern is analysed anew
     }
-    if (d.pivotBounds)
-        return pivotCheck.runBounded(d);
-    const PivotFailure<T> failure = pivotCheck.run(d, order, firstTrailing, demands());
-    d.pivotScales = nullptr; // who factors this data again may have other room for them, or none
-    d.hasPivotScales = 0;
-    return failure;
 }
 
 template <class T> PivotDemands BlockLDLT<T>::Impl::demands() const
@@ -197,9 +228,12 @@ template <class T> PivotDemands BlockLDLT<T>::Impl::demands() const
     if (system().canOrderLater()) {
         result.early = &system().early;
         const auto soft = double(softShare<T>());
-        if (system().analysis.free)
-            result.earlyShare = soft; // what contacts add up to on bodies did no harm that was seen
-        else
+        if (system().analysis.free) {
+            // What contacts add up to on bodies did no harm that was seen. That none has become
+            // hard since the order was chosen is told with some room.
+            result.earlyShare = soft;
+            result.jointShare = soft / 16;
+        } else
             // In double half of the digits may be lost, in float three. A thousandth in double
             // would order a tenth of random mechanisms again that are solved to machine precision.
             result.diagonalShare = std::min(soft, kEarlyShare);

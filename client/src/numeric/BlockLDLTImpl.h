@@ -72,6 +72,8 @@ template <class T> struct KYRORVEL_HIDDEN BlockLDLT<T>::Impl {
     Status load(const BlockMatrix<T>& A);
     Status applyCompliance(const BlockMatrix<T>& A);
     PivotFailure<T> factorOnce();
+    PivotFailure<T> factorBounded();
+    void runFactorization();
     PivotDemands demands() const;
     bool isUnusable(const PivotFailure<T>& failure) const;
     Status orderLater(const BlockMatrix<T>& A);

@@ -90,6 +90,11 @@ void PivotCheck<T>::prepare(const OrvelData<T>& data, const std::vector<unsigned
                         data.factorColumns.data() + data.factorRowStart[r + 1],
                         [&](unsigned int c) { return (*early)[order[c]] != 0; }))
             m_owing.push_back({diagonalOf(A, r), A.blockOffsets[r], A.blockSizes[r], r});
+    m_trailingCouple = false;
+    for (unsigned int r = 0; r < blocks; ++r)
+        for (unsigned int slot = A.rowStart[r]; slot < A.rowStart[r + 1]; ++slot)
+            m_trailingCouple |= A.blockColumns[slot] != r && order[r] >= firstTrailing &&
+                                order[A.blockColumns[slot]] >= firstTrailing;
     m_expected.clear();
     m_expectedNegative = 0;
     std::size_t largestBlock = 0;
@@ -153,7 +158,8 @@ template <class T> bool PivotCheck<T>::takeAllAtOnce(const OrvelData<T>& data, P
         findRange(pivots, data.pivotScales, demands.signs ? m_expected.data() : nullptr, n, share);
     if (!range.known || range.leastMargin <= 0 ||
         range.smallest <= std::numeric_limits<T>::epsilon() * range.largestScale ||
-        (demands.early && !areDiagonalsSound(data, T(demands.diagonalShare))))
+        (demands.early &&
+         !areDiagonalsSound(data, T(std::max(demands.diagonalShare, demands.jointShare)))))
         return false;
     m_counts.negative = demands.signs ? m_expectedNegative
                                       : static_cast<std::size_t>(std::count_if(
@@ -238,9 +244,7 @@ PivotFailure<T> PivotCheck<T>::checkPivots(const OrvelData<T>& data, unsigned in
         const bool sound = magnitude > share * pivot.scale && magnitude > blockNoise;
         if (!sound) // as few are; infinities and NaN are not
             pivot.kind = judge(pivot, leastShare);
-        if (owing && pivot.kind == Kind::None &&
-            !(std::abs(diagonalOf(data.matrix, r)[std::size_t(i) * (m + 1)]) >
-              T(demands.diagonalShare) * pivot.scale))
+        if (owing && pivot.kind == Kind::None && isBuried(data, pivot, order, demands))
             pivot.kind = Kind::Weak;
         if (pivot.kind == Kind::None && demands.signs && (pivot.pivot < 0) != trailing)
             pivot.kind = wrongSign(data, pivot, trailing);
@@ -251,6 +255,45 @@ PivotFailure<T> PivotCheck<T>::checkPivots(const OrvelData<T>& data, unsigned in
             setLeastShare(magnitude / pivot.scale);
     }
     return {};
+}
+
+/// Whether early blocks left too little of an ordinary block's diagonal entry among the terms of
+/// its pivot: all of them together, or one alone.
+template <class T>
+bool PivotCheck<T>::isBuried(const OrvelData<T>& data, const PivotFailure<T>& pivot,
+                             const std::vector<unsigned int>& order,
+                             const PivotDemands& demands) const
+{
+    const SparseMatrix<T>& L = data.factor;
+    const unsigned int r = pivot.position;
+    const std::size_t m = L.blockSizes[r];
+    const T diagonal = std::abs(diagonalOf(data.matrix, r)[pivot.row * (m + 1)]);
+    if (!(diagonal > T(demands.diagonalShare) * pivot.scale))
+        return true;
+    const T share = T(demands.jointShare);
+    if (diagonal > share * pivot.scale)
+        return false;
+    for (unsigned int slot = L.rowStart[r]; slot < L.rowStart[r + 1]; ++slot) {
+        const unsigned int c = L.blockColumns[slot];
+        if (!(*demands.early)[order[c]])
+            continue;
+        const std::size_t p = L.blockSizes[c];
+        const T* const row = L.blockData[slot] + pivot.row * p;
+        const T* const d = data.pivots.data + L.blockOffsets[c];
+        T added = 0;
+        for (std::size_t q = 0; q < p; ++q)
+            added += row[q] * row[q] * std::abs(d[q]);
+        if (!(diagonal > share * added))
+            return true;
+    }
+    return false;
+}
+
+template <class T>
+double PivotCheck<T>::complianceOf(const OrvelData<T>& data, const PivotFailure<T>& pivot) const
+{
+    const std::size_t m = data.factor.blockSizes[pivot.position];
+    return std::max(-double(diagonalOf(data.matrix, pivot.position)[pivot.row * (m + 1)]), 0.0);
 }
 
 /// Whether no pivot of a block needs a closer look, as is almost always so.
@@ -324,9 +367,9 @@ typename PivotFailure<T>::Kind PivotCheck<T>::judge(const PivotFailure<T>& pivot
     return Kind::None;
 }
 
-/// Behind sound pivots, only a diagonal block of its own that is not negative definite can make the
-/// pivot of a trailing row positive. Without one the pivot was negative and too small to tell; with
-/// one that leaves its row alone, if it is small.
+/// Behind sound pivots, only a diagonal block of its own that is not negative semidefinite can make
+/// the pivot of a trailing row positive. Without one the pivot was negative and too small to tell;
+/// with one that leaves its row alone, if it is small.
 template <class T>
 typename PivotFailure<T>::Kind PivotCheck<T>::wrongSign(const OrvelData<T>& data,
                                                         const PivotFailure<T>& pivot,
@@ -339,10 +382,14 @@ typename PivotFailure<T>::Kind PivotCheck<T>::wrongSign(const OrvelData<T>& data
     if (!trailing || diagonal[pivot.row * m + pivot.row] > 0)
         return Kind::WrongSign;
     bool zero = true;
-    for (std::size_t i = 0; i < m; ++i)
-        zero = zero && std::all_of(diagonal + i * m, diagonal + i * m + i + 1,
-                                   [](T value) { return value == 0; });
-    return zero || pivot.pivot <= small ? Kind::Lost : Kind::WrongSign;
+    bool compliant = !m_trailingCouple; // each row for itself
+    for (std::size_t i = 0; i < m; ++i) {
+        const bool alone =
+            std::all_of(diagonal + i * m, diagonal + i * m + i, [](T value) { return value == 0; });
+        zero = zero && alone && diagonal[i * m + i] == 0;
+        compliant = compliant && alone && diagonal[i * m + i] <= 0;
+    }
+    return zero || compliant || pivot.pivot <= small ? Kind::Lost : Kind::WrongSign;
 }
 
 template <class T> void PivotCheck<T>::begin()
@@ -459,7 +506,7 @@ PivotFailure<T> PivotCheck<T>::findNoise(const OrvelData<T>& data, unsigned int 
     return first;
 }
 
-template <class T> PivotFailure<T> PivotCheck<T>::runBounded(const OrvelData<T>& data)
+template <class T> PivotFailure<T> PivotCheck<T>::runBounded(const OrvelData<T>& data, T most)
 {
     using Kind = typename PivotFailure<T>::Kind;
     m_counts = {};
@@ -476,6 +523,10 @@ template <class T> PivotFailure<T> PivotCheck<T>::runBounded(const OrvelData<T>&
             pivot.scale = bounded ? computeScales(data, r)[i] : T(0);
             if (!std::isfinite(pivot.pivot) || !std::isfinite(pivot.scale)) {
                 pivot.kind = Kind::NotFinite;
+                return pivot;
+            }
+            if (pivot.scale > most * std::abs(data.pivotBounds[s])) {
+                pivot.kind = Kind::Lost;
                 return pivot;
             }
             if (bounded && m_counts.bounded++ == 0)

@@ -57,6 +57,9 @@ struct PivotDemands {
     /// blocks added to these: else most digits of them are lost. So they are where an early block
     /// hardly acts on its first body, or that is much heavier. 0 asks that none is zero.
     double diagonalShare = 0;
+    /// The same, of what a single early block added, for orders in which many soft ones may be
+    /// early: one among them that is hard.
+    double jointShare = 0;
 };
 
 /// Finds the first pivot of a factorization that cannot be trusted.
@@ -95,8 +98,9 @@ public:
                       std::vector<unsigned char>& later);
 
     /// Counts pivots, and finds the first that is not finite or would not have been without its
-    /// bound; all that can be asked of pivots that were kept to bounds.
-    PivotFailure<T> runBounded(const OrvelData<T>& data);
+    /// bound, or whose terms are more than `most` times the bound that it was kept to; all that can
+    /// be asked of pivots with bounds.
+    PivotFailure<T> runBounded(const OrvelData<T>& data, T most);
 
     const PivotCounts& counts() const { return m_counts; }
 
@@ -108,6 +112,9 @@ public:
     const std::vector<T>& computeScales(const OrvelData<T>& data, unsigned int r);
 
     LeadingNullVector<T>& nullVector() { return m_nullVector; }
+
+    /// What a pivot's row has on its diagonal, if that is negative, as a positive number; else 0.
+    double complianceOf(const OrvelData<T>& data, const PivotFailure<T>& pivot) const;
 
     /// Scalars of L that the last `run` read for closer looks at doubtful pivots.
     std::size_t scalarsRead() const { return m_scalarsRead; }
@@ -124,6 +131,8 @@ private:
                                 PivotDemands demands);
     bool isOwing(unsigned int r) const;
     bool areDiagonalsSound(const OrvelData<T>& data, T share) const;
+    bool isBuried(const OrvelData<T>& data, const PivotFailure<T>& pivot,
+                  const std::vector<unsigned int>& order, const PivotDemands& demands) const;
     bool areSound(const T* pivots, const T* scales, std::size_t m, T share, T noise) const;
     void takeWeights(const OrvelData<T>& data, unsigned int r);
     bool hasBounded(const OrvelData<T>& data, unsigned int r) const;
@@ -148,6 +157,7 @@ private:
     std::vector<T> m_scales;            ///< per row of the block at hand
     std::vector<FourSums<T>> m_sums;    ///< likewise
     std::vector<T> m_expected;          ///< per pivot: 1, or -1 in trailing blocks
+    bool m_trailingCouple = false;      ///< whether trailing blocks couple to each other
     std::size_t m_expectedNegative = 0; ///< pivots
     std::vector<Owing> m_owing;         ///< ascending
     std::vector<unsigned char> m_signs; ///< per block row checked: kPositive, kNegative, both

@@ -87,7 +87,8 @@ void addDependencies(const PivotFailure<T>& failure, const OrvelData<T>& data,
     if (status.block < firstTrailing || !(failure.scale > 0))
         return;
     status.compliance =
-        std::sqrt(double(std::numeric_limits<T>::epsilon())) * double(failure.scale);
+        std::max(std::sqrt(double(std::numeric_limits<T>::epsilon())) * double(failure.scale),
+                 2 * check.complianceOf(data, failure)); // what is there was not enough
     status.message += "; a compliance of " + numberText(status.compliance) + " would do";
 }
 
@@ -104,11 +105,17 @@ std::string adviceFor(unsigned int block, unsigned int firstTrailing, std::size_
 
 std::vector<unsigned int> blocksOf(const std::vector<Dependency>& dependencies, unsigned int own)
 {
+    unsigned int largest = own;
+    for (const Dependency& dependency : dependencies)
+        largest = std::max(largest, dependency.block);
+    std::vector<bool> named(std::size_t(largest) + 1, false);
+    named[own] = true;
     std::vector<unsigned int> blocks;
     for (const Dependency& dependency : dependencies)
-        if (dependency.block != own &&
-            std::find(blocks.begin(), blocks.end(), dependency.block) == blocks.end())
+        if (!named[dependency.block]) {
+            named[dependency.block] = true;
             blocks.push_back(dependency.block);
+        }
     return blocks;
 }
 
