@@ -91,6 +91,9 @@ int runReplay(const ReplayOptions& options)
     const Status status = kyrOrvel::client::readCapture(options.capture, capture);
     if (!status.ok())
         return refuse(status.message);
+    const std::string refusal = refusalToReplace(options.shrink, {options.capture});
+    if (!refusal.empty())
+        return refuse(refusal);
     const bool shrinks = !options.shrink.empty();
     Shrunk shrunk;
     if (shrinks) {

@@ -8,6 +8,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <filesystem>
+#include <system_error>
 
 namespace orvel {
 
@@ -244,6 +246,16 @@ int refuse(const std::string& message)
 {
     printError(message);
     return kBadInput;
+}
+
+std::string refusalToReplace(const std::string& output, const std::vector<std::string>& inputs)
+{
+    std::error_code none; // there may be no such file
+    for (const std::string& input : inputs)
+        if (std::filesystem::is_regular_file(output, none) &&
+            std::filesystem::equivalent(output, input, none))
+            return output + ": it is read, and would be lost; name another file";
+    return "";
 }
 
 } // namespace orvel

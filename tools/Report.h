@@ -93,6 +93,10 @@ void printError(const std::string& message);
 /// The same, for a command that ends so: kBadInput.
 int refuse(const std::string& message);
 
+/// Why a command must not write to a file: it is one that it reads. Empty if it is none; devices
+/// and pipes may be both.
+std::string refusalToReplace(const std::string& output, const std::vector<std::string>& inputs);
+
 } // namespace orvel
 
 #endif

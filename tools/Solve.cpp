@@ -60,7 +60,10 @@ Status writeSolution(const std::string& path, const BlockPartition& partition,
 
 int runSolve(const SolveOptions& options)
 {
-    const std::string refusal = refusalOf(options.solver);
+    std::string refusal = refusalOf(options.solver);
+    if (refusal.empty())
+        refusal = refusalToReplace(
+            options.out, {options.input.matrix, options.input.blocks, options.rightHandSide});
     if (!refusal.empty())
         return refuse(refusal);
     MatrixInput input;

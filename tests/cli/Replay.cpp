@@ -294,6 +294,18 @@ TEST(ReplayShrink, OneBlockIsNamedSo)
         << report;
 }
 
+TEST(ReplayShrink, CaptureItselfIsKept)
+{
+    const support::Folder folder;
+    const std::string file = singularFile(folder);
+    const std::string before = support::contentOf(file);
+
+    expectRefused({"replay", file, "--shrink", file},
+                  file + ": it is read, and would be lost; name another file");
+
+    EXPECT_EQ(support::contentOf(file), before);
+}
+
 TEST(ReplayShrink, NotANumberNeedsACapture)
 {
     const support::Folder folder;

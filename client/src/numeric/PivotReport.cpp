@@ -86,9 +86,10 @@ void addDependencies(const PivotFailure<T>& failure, const OrvelData<T>& data,
     status.message += nameDependencies(status.dependsOn, status.block);
     if (status.block < firstTrailing || !(failure.scale > 0))
         return;
-    status.compliance =
-        std::max(std::sqrt(double(std::numeric_limits<T>::epsilon())) * double(failure.scale),
-                 2 * check.complianceOf(data, failure)); // what is there was not enough
+    constexpr double kEpsilon = std::numeric_limits<T>::epsilon();
+    status.compliance = std::max({std::sqrt(kEpsilon) * double(failure.scale),
+                                  4 * kEpsilon * double(failure.blockScale), // to count beside it
+                                  2 * check.complianceOf(data, failure)});   // which did not do
     status.message += "; a compliance of " + numberText(status.compliance) + " would do";
 }
 
