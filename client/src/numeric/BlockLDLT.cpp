@@ -15,8 +15,8 @@ namespace client {
 
 namespace {
 
-// Of bounds for pivots that were too small a share of what is expected: larger ones are tried in
-// such steps, up to one.
+// By how much bounds of pivots are raised where they are too small a share of what is expected, and
+// up to which share.
 constexpr float kShareSteps = 32;
 constexpr float kLargestShare = 0.25F;
 
