@@ -60,7 +60,8 @@ BlockMatrix<double> randomMatrix(Random& random)
         shape.partners = random.integer(1, 3);
         return support::randomKkt<double>(random, shape);
     }
-    return support::randomSpd<double>(random, random.integer(0, 40), random.unit() * 0.3, 0, 3);
+    const double density = random.unit() * 0.3;
+    return support::randomSpd<double>(random, random.integer(0, 40), density, 0, 3);
 }
 
 // A path of four, eliminated from its ends, has no fill-in; a ring of five has some in any order.

@@ -234,8 +234,8 @@ TYPED_TEST(LaterPlacement, SolvesRingsOfAnyKind)
     for (unsigned int seed = 1; seed <= 150; ++seed) {
         SCOPED_TRACE(seed);
         Random random(seed);
-        const BlockMatrix<TypeParam> A =
-            ring<TypeParam>(random, random.integer(3, 12), random.integer(1, 5));
+        const unsigned int rows = random.integer(1, 5);
+        const BlockMatrix<TypeParam> A = ring<TypeParam>(random, random.integer(3, 12), rows);
         BlockLDLT<TypeParam> solver;
 
         ASSERT_TRUE(solver.compute(A).ok()) << solver.info().message;

@@ -113,7 +113,8 @@ template <class T> System<T> denormalSystem(Random& random)
     System<T> system = closedPattern<T>(random);
     system.blocks = drawBlocks<T>(system.sizes, system.rows, [&] {
         const int exponent = random.chance(0.5) ? Limits::min_exponent : Limits::min_exponent / 2;
-        return std::ldexp(random.scalar<T>(), exponent - static_cast<int>(random.integer(0, 8)));
+        const auto smaller = static_cast<int>(random.integer(0, 8));
+        return std::ldexp(random.scalar<T>(), exponent - smaller);
     });
     for (unsigned int r = 0; r < system.numRows(); ++r)
         for (unsigned int i = 0; i < system.sizes[r]; ++i)

@@ -251,7 +251,8 @@ inline std::vector<Body> makeBodies(Random& random, unsigned int n, bool aligned
         body.rigid = random.chance(0.85);
         for (double& x : body.at)
             x = aligned ? double(random.integer(0, 3)) : 4 * random.unit();
-        body.mass = std::ldexp(1 + random.unit(), int(random.integer(0, 4)));
+        const auto exponent = static_cast<int>(random.integer(0, 4));
+        body.mass = std::ldexp(1 + random.unit(), exponent);
         for (double& i : body.inertia)
             i = body.mass * (0.1 + random.unit());
     }
