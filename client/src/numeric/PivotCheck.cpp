@@ -381,15 +381,14 @@ typename PivotFailure<T>::Kind PivotCheck<T>::wrongSign(const OrvelData<T>& data
     const T small = std::sqrt(std::numeric_limits<T>::epsilon()) * pivot.scale;
     if (!trailing || diagonal[pivot.row * m + pivot.row] > 0)
         return Kind::WrongSign;
-    bool zero = true;
-    bool compliant = !m_trailingCouple; // each row for itself
+    bool semidefinite = true; // zero, or compliances where no other block adds to them
     for (std::size_t i = 0; i < m; ++i) {
-        const bool alone =
+        const T own = diagonal[i * m + i];
+        semidefinite =
+            semidefinite && (own == 0 || (own < 0 && !m_trailingCouple)) &&
             std::all_of(diagonal + i * m, diagonal + i * m + i, [](T value) { return value == 0; });
-        zero = zero && alone && diagonal[i * m + i] == 0;
-        compliant = compliant && alone && diagonal[i * m + i] <= 0;
     }
-    return zero || compliant || pivot.pivot <= small ? Kind::Lost : Kind::WrongSign;
+    return semidefinite || pivot.pivot <= small ? Kind::Lost : Kind::WrongSign;
 }
 
 template <class T> void PivotCheck<T>::begin()
