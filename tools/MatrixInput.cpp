@@ -62,6 +62,7 @@ Status readFiles(const MatrixOptions& options, MatrixInput& input)
     status.message = renamed(status.message, file, input.name);
     if (!status.ok())
         return status;
+    input.files = {file};
     progress.now("dividing into blocks");
     std::string blocks = options.blocks;
     if (blocks.empty() && !options.findBlocks && !standardInput)
@@ -73,6 +74,7 @@ Status readFiles(const MatrixOptions& options, MatrixInput& input)
         status = kyrOrvel::client::readBlocks(blocks, scalars.dimension, input.partition);
         if (!status.ok())
             return status;
+        input.files.push_back(blocks);
         input.blockSource = "from " + blocks;
     }
     input.entries = scalars.entries.size();

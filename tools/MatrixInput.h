@@ -19,6 +19,7 @@ struct MatrixInput {
     std::size_t entries = 0; ///< given, of the lower triangle
     kyrOrvel::client::BlockPartition partition;
     kyrOrvel::client::BlockMatrix<double> matrix;
+    std::vector<std::string> files;    ///< that were read; none for a scene
     std::string blockSource;           ///< where the blocks come from, for the report
     std::vector<double> rightHandSide; ///< of a scene, else empty
 };

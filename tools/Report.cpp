@@ -251,9 +251,10 @@ int refuse(const std::string& message)
 std::string refusalToReplace(const std::string& output, const std::vector<std::string>& inputs)
 {
     std::error_code none; // there may be no such file
+    if (!std::filesystem::is_regular_file(output, none))
+        return "";
     for (const std::string& input : inputs)
-        if (std::filesystem::is_regular_file(output, none) &&
-            std::filesystem::equivalent(output, input, none))
+        if (std::filesystem::equivalent(output, input, none))
             return output + ": it is read, and would be lost; name another file";
     return "";
 }

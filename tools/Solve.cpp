@@ -61,15 +61,16 @@ Status writeSolution(const std::string& path, const BlockPartition& partition,
 int runSolve(const SolveOptions& options)
 {
     std::string refusal = refusalOf(options.solver);
-    if (refusal.empty())
-        refusal = refusalToReplace(
-            options.out, {options.input.matrix, options.input.blocks, options.rightHandSide});
     if (!refusal.empty())
         return refuse(refusal);
     MatrixInput input;
     Status status = readInput(options.input, input);
     if (!status.ok())
         return refuse(status.message);
+    input.files.push_back(options.rightHandSide);
+    refusal = refusalToReplace(options.out, input.files);
+    if (!refusal.empty())
+        return refuse(refusal);
     std::vector<double> b;
     status = readRightHandSide(options, input, b);
     if (!status.ok())

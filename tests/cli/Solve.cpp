@@ -271,12 +271,14 @@ TEST(Solve, OutFileThatIsReadIsRefusedAndKept)
     const support::Folder folder;
     const std::string matrix = folder.write("m.mtx", kSmallMatrix);
     const std::string rhs = folder.write("b.mtx", "3 3\n");
+    const std::string blocks = folder.write("m.blocks", "blocks 2 firstTrailing 2\n1\n1\n");
     std::filesystem::create_symlink(matrix, folder.path("link"));
-    for (const std::string& out : {matrix, rhs, folder.path("link")}) {
+    for (const std::string& out : {matrix, rhs, blocks, folder.path("link")}) {
         expectRefused({"solve", matrix, "--rhs", rhs, "--out", out},
                       out + ": it is read, and would be lost; name another file");
         EXPECT_EQ(support::contentOf(matrix), kSmallMatrix);
         EXPECT_EQ(support::contentOf(rhs), "3 3\n");
+        EXPECT_EQ(support::contentOf(blocks), "blocks 2 firstTrailing 2\n1\n1\n");
     }
 }
 
