@@ -243,8 +243,9 @@ std::uint64_t AnalyzedSystem<T>::countBytes(const BlockMatrix<T>& A,
     const std::uint64_t matrixValues = data.matrix.valueCapacity;
     const std::uint64_t factors =
         2 * ((counts.scalars + kValueSlack) * sizeof(T) + counts.blocks * kPerSlot + n * kPerRow);
-    const std::uint64_t matrix = matrixValues * sizeof(T) + analysis.matrixBlocks * kPerSlot +
-                                 n * kPerRow + A.numBlocks() * ValueScatter<T>::kBytesPerBlock;
+    const std::uint64_t matrix =
+        matrixValues * sizeof(T) +
+        analysis.matrixBlocks * (kPerSlot + ValueScatter<T>::kBytesPerBlock) + n * kPerRow;
     const std::uint64_t structure = (2 * counts.blocks + A.numBlocks()) * kWord + n * 19 * kWord;
     const std::uint64_t square = std::uint64_t(largestBlock) * largestBlock;
     const std::uint64_t work = analysis.multifrontal ? 0 : 2 * square * sizeof(T); // of a block row

@@ -37,7 +37,7 @@ public:
 private:
     /// The way of a block.
     struct Move {
-        const T* from;
+        const T* from; ///< null where A has no block
         T* to;
         unsigned int rows; ///< in A
         unsigned int columns;
@@ -46,10 +46,15 @@ private:
     };
 
 public:
-    static constexpr std::size_t kBytesPerBlock = sizeof(Move);
+    static constexpr std::size_t kBytesPerBlock = sizeof(Move) + sizeof(unsigned int);
 
 private:
-    std::vector<Move> m_moves; ///< per block of A, row by row
+    static void askFor(const Move& move);
+
+    /// Per slot of the target, which is written from its beginning to its end: A is read here and
+    /// there, but can be asked for ahead. Some that read nothing follow.
+    std::vector<Move> m_moves;
+    std::vector<unsigned int> m_slots; ///< per block of A, row by row
 };
 
 } // namespace client
