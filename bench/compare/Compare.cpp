@@ -70,6 +70,7 @@ struct Options {
     double seconds = 3;
     double compliance = 1e-2;
     bool allEntries = false;
+    bool cold = false;
     bool list = false;
     std::string csv;
     std::string svg;
@@ -140,6 +141,11 @@ void print(const Input& input, const std::vector<Result>& results, std::size_t o
     std::fflush(stdout);
 }
 
+std::string chartFile(const std::string& prefix, const std::string& name, const char* ending)
+{
+    return prefix + "-" + name + ending;
+}
+
 /// The profile and the bars of each step.
 std::vector<std::pair<std::string, std::string>> chartsOf(const std::string& prefix,
                                                           const Table& table)
@@ -148,9 +154,9 @@ std::vector<std::pair<std::string, std::string>> chartsOf(const std::string& pre
         {kAnalyze, "analyse"}, {kFactorize, "refactor"}, {kSolve, "solve"}};
     std::vector<std::pair<std::string, std::string>> files;
     for (const auto& [step, name] : steps) {
-        files.emplace_back(prefix + "-" + name + "-profile.svg",
+        files.emplace_back(chartFile(prefix, name, "-profile.svg"),
                            profileOf(table, step, "Performance profile: " + name));
-        files.emplace_back(prefix + "-" + name + ".svg", barsOf(table, step, "Time: " + name));
+        files.emplace_back(chartFile(prefix, name, ".svg"), barsOf(table, step, "Time: " + name));
     }
     return files;
 }
@@ -245,14 +251,17 @@ int run(const Options& options)
     const double dgemm = measureDgemm();
     if (dgemm > 0)
         std::printf("dgemm 256: %.1f GFLOP/s\n", dgemm);
-    std::printf("Scalar solvers are given %s; zero diagonals of constraints are -%g for all.\n",
-                options.allEntries ? "all entries of the blocks" : "the nonzero entries",
-                options.compliance);
+    std::printf(
+        "Scalar solvers are given %s; zero diagonals of constraints are -%g for all. Caches are "
+        "%s.\n",
+        options.allEntries ? "all entries of the blocks" : "the nonzero entries",
+        options.compliance, options.cold ? "cold" : "warm");
     Table table;
     bool failed = false;
     const auto measureInput = [&](Input& input) {
         complete(input, options.allEntries ? Entries::All : Entries::Nonzero, options.compliance);
-        const std::vector<Result> results = measure(input, contenders, options.seconds);
+        const std::vector<Result> results =
+            measure(input, contenders, options.seconds, options.cold ? Caches::Cold : Caches::Warm);
         print(input, results, own, dgemm);
         failed = failed || !results[0].solved;
         table.push_back({input.name, input.matrix.dimension(), results});
@@ -296,6 +305,7 @@ int main(int argc, char** argv)
         ->capture_default_str();
     app.add_flag("--all-entries", options.allEntries,
                  "give scalar solvers the zeros inside blocks too");
+    app.add_flag("--cold", options.cold, "clear the caches before every turn");
     app.add_flag("--list", options.list, "list the scenes");
     app.add_option(
         "--without", options.without,

@@ -1,6 +1,7 @@
 #include "Measurement.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstddef>
 #include <cstdio>
@@ -21,6 +22,8 @@ constexpr double kSmallResidual = 1e-8;
 constexpr std::size_t kFewestRounds = 3;
 constexpr std::size_t kMostRounds = 1000;
 constexpr double kPatience = 5; ///< times the time for an input, then a solver has one turn at most
+constexpr double kTurn = 2e-3;  ///< seconds
+constexpr double kLongRun = 20e-3; ///< seconds: more is read than caches hold
 
 double millisecondsOf(const std::function<bool()>& step, bool& worked)
 {
@@ -46,7 +49,8 @@ struct Run {
     bool works = true;
     double spent = 0; ///< seconds
 
-    void step(const Input& input, Step which)
+    /// @returns the time that it took, ms
+    double step(const Input& input, Step which)
     {
         const auto take = [&]() -> bool {
             switch (which) {
@@ -58,19 +62,50 @@ struct Run {
                 return solver->solve(input.rightHandSide, x);
             }
         };
-        if (!works)
-            return;
         if (which == kAnalyze)
             solver->forget();
-        times[which].push_back(millisecondsOf(take, works));
-        spent += times[which].back() / 1000;
+        const double time = millisecondsOf(take, works);
+        spent += time / 1000;
+        return time;
+    }
+
+    /// Takes each step once with cold caches. With warm ones goes on for a while, as the processor
+    /// foresees branches after some runs only, and leaves the first run out, unless that is long.
+    void turn(const Input& input, const std::vector<Step>& steps, Caches caches)
+    {
+        const double begin = spent;
+        runOnce(input, steps);
+        const bool again = caches == Caches::Warm && spent - begin < kLongRun;
+        for (const Step which : steps)
+            if (again)
+                times[which].pop_back();
+        if (again)
+            do
+                runOnce(input, steps);
+            while (works && spent - begin < kTurn);
+    }
+
+    void runOnce(const Input& input, const std::vector<Step>& steps)
+    {
+        for (const Step which : steps)
+            times[which].push_back(works ? step(input, which) : 0); // of no use if one failed
     }
 };
+
+/// Fills the caches with memory that no contender uses.
+void clearCaches()
+{
+    constexpr std::size_t kCacheLine = 64;
+    constexpr std::size_t kMoreThanTheyHold = std::size_t(128) << 20;
+    static std::vector<unsigned char> other(kMoreThanTheyHold);
+    for (std::size_t i = 0; i < other.size(); i += kCacheLine)
+        ++other[i];
+}
 
 } // namespace
 
 std::vector<Result> measure(const Input& input, const std::vector<Contender>& contenders,
-                            double seconds)
+                            double seconds, Caches caches)
 {
     std::vector<Run> runs(contenders.size());
     for (std::size_t i = 0; i < runs.size(); ++i) {
@@ -82,9 +117,9 @@ std::vector<Result> measure(const Input& input, const std::vector<Contender>& co
     }
     // Fresh memory and other orders after a refused pivot are not part of a later step.
     for (Run& run : runs) {
-        run.step(input, kAnalyze);
-        run.step(input, kFactorize);
-        run.times = {};
+        for (const Step first : {kAnalyze, kFactorize})
+            if (run.works)
+                run.step(input, first);
     }
     // A step of a simulation solves with the factor that it has just made.
     const auto rounds = [&](const std::vector<Step>& steps, double budget) {
@@ -95,9 +130,11 @@ std::vector<Result> measure(const Input& input, const std::vector<Contender>& co
         for (std::size_t round = 0;
              round < kFewestRounds || (round < kMostRounds && spent() < budget); ++round)
             for (Run& run : runs)
-                if (round == 0 || run.spent < kPatience * seconds)
-                    for (const Step step : steps)
-                        run.step(input, step);
+                if (run.works && (round == 0 || run.spent < kPatience * seconds)) {
+                    if (caches == Caches::Cold)
+                        clearCaches();
+                    run.turn(input, steps, caches);
+                }
     };
     rounds({kFactorize, kSolve}, seconds);
     for (Run& run : runs)

@@ -28,12 +28,19 @@ inline double gflopsOf(const Result& result)
     return result.solved && milliseconds > 0 ? 2e-6 * result.operations / milliseconds : 0;
 }
 
+/// What a contender finds in the caches. Never what the one before it left there: some contenders
+/// read a hundred times as much as others, and slow down whoever comes next.
+enum class Caches {
+    Warm, ///< its own data: a turn begins with a run that does not count
+    Cold  ///< none of its data: they are cleared before every turn
+};
+
 /// Lets all contenders take turns until the time is used up, each at least three times, very slow
 /// ones once.
 ///
 /// @param seconds  to spend on the input, about
 std::vector<Result> measure(const Input& input, const std::vector<Contender>& contenders,
-                            double seconds);
+                            double seconds, Caches caches = Caches::Warm);
 
 /// GFLOP/s of the processor's dgemm, two per multiply-add; 0 without one.
 double measureDgemm();
