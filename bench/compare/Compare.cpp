@@ -305,7 +305,8 @@ int main(int argc, char** argv)
         ->capture_default_str();
     app.add_flag("--all-entries", options.allEntries,
                  "give scalar solvers the zeros inside blocks too");
-    app.add_flag("--cold", options.cold, "clear the caches before every turn");
+    app.add_flag("--cold", options.cold,
+                 "clear the caches before every analysis and refactorization");
     app.add_flag("--list", options.list, "list the scenes");
     app.add_option(
         "--without", options.without,

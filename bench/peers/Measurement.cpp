@@ -41,11 +41,22 @@ double median(std::vector<double>& times)
     return *middle;
 }
 
+/// Fills the caches with memory that no contender uses.
+void clearCaches()
+{
+    constexpr std::size_t kCacheLine = 64;
+    constexpr std::size_t kMoreThanTheyHold = std::size_t(128) << 20;
+    static std::vector<unsigned char> other(kMoreThanTheyHold);
+    for (std::size_t i = 0; i < other.size(); i += kCacheLine)
+        ++other[i];
+}
+
 /// A contender on an input, with the times that it took.
 struct Run {
     std::unique_ptr<Solver> solver;
     std::array<std::vector<double>, kSteps> times;
     std::vector<double> x;
+    Caches caches = Caches::Warm;
     bool works = true;
     double spent = 0; ///< seconds
 
@@ -64,6 +75,8 @@ struct Run {
         };
         if (which == kAnalyze)
             solver->forget();
+        if (caches == Caches::Cold && which != kSolve)
+            clearCaches();
         const double time = millisecondsOf(take, works);
         spent += time / 1000;
         return time;
@@ -71,7 +84,7 @@ struct Run {
 
     /// Takes each step once with cold caches. With warm ones goes on for a while, as the processor
     /// foresees branches after some runs only, and leaves the first run out, unless that is long.
-    void turn(const Input& input, const std::vector<Step>& steps, Caches caches)
+    void turn(const Input& input, const std::vector<Step>& steps)
     {
         const double begin = spent;
         runOnce(input, steps);
@@ -92,16 +105,6 @@ struct Run {
     }
 };
 
-/// Fills the caches with memory that no contender uses.
-void clearCaches()
-{
-    constexpr std::size_t kCacheLine = 64;
-    constexpr std::size_t kMoreThanTheyHold = std::size_t(128) << 20;
-    static std::vector<unsigned char> other(kMoreThanTheyHold);
-    for (std::size_t i = 0; i < other.size(); i += kCacheLine)
-        ++other[i];
-}
-
 } // namespace
 
 std::vector<Result> measure(const Input& input, const std::vector<Contender>& contenders,
@@ -114,13 +117,13 @@ std::vector<Result> measure(const Input& input, const std::vector<Contender>& co
         else
             runs[i].solver = contenders[i].make(input);
         runs[i].x.resize(input.rightHandSide.size());
+        runs[i].caches = caches;
     }
     // Fresh memory and other orders after a refused pivot are not part of a later step.
-    for (Run& run : runs) {
+    for (Run& run : runs)
         for (const Step first : {kAnalyze, kFactorize})
             if (run.works)
                 run.step(input, first);
-    }
     // A step of a simulation solves with the factor that it has just made.
     const auto rounds = [&](const std::vector<Step>& steps, double budget) {
         const Clock::time_point start = Clock::now();
@@ -130,11 +133,8 @@ std::vector<Result> measure(const Input& input, const std::vector<Contender>& co
         for (std::size_t round = 0;
              round < kFewestRounds || (round < kMostRounds && spent() < budget); ++round)
             for (Run& run : runs)
-                if (run.works && (round == 0 || run.spent < kPatience * seconds)) {
-                    if (caches == Caches::Cold)
-                        clearCaches();
-                    run.turn(input, steps, caches);
-                }
+                if (run.works && (round == 0 || run.spent < kPatience * seconds))
+                    run.turn(input, steps);
     };
     rounds({kFactorize, kSolve}, seconds);
     for (Run& run : runs)

@@ -32,7 +32,7 @@ inline double gflopsOf(const Result& result)
 /// read a hundred times as much as others, and slow down whoever comes next.
 enum class Caches {
     Warm, ///< its own data: a turn begins with a run that does not count
-    Cold  ///< none of its data: they are cleared before every turn
+    Cold  ///< nothing: they are cleared before every analysis and factorization
 };
 
 /// Lets all contenders take turns until the time is used up, each at least three times, very slow
