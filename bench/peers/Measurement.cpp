@@ -88,14 +88,13 @@ struct Run {
     {
         const double begin = spent;
         runOnce(input, steps);
-        const bool again = caches == Caches::Warm && spent - begin < kLongRun;
+        if (caches == Caches::Cold || spent - begin >= kLongRun)
+            return;
         for (const Step which : steps)
-            if (again)
-                times[which].pop_back();
-        if (again)
-            do
-                runOnce(input, steps);
-            while (works && spent - begin < kTurn);
+            times[which].pop_back();
+        do
+            runOnce(input, steps);
+        while (works && spent - begin < kTurn);
     }
 
     void runOnce(const Input& input, const std::vector<Step>& steps)

@@ -31,7 +31,7 @@ inline double gflopsOf(const Result& result)
 /// What a contender finds in the caches. Never what the one before it left there: some contenders
 /// read many times as much as others, and slow down whoever comes next.
 enum class Caches {
-    Warm, ///< its own data: a turn begins with a run that does not count
+    Warm, ///< its own data: the first run of a turn does not count, unless it is long
     Cold  ///< nothing: they are cleared before every analysis and factorization
 };
 

@@ -127,6 +127,14 @@ bool copyAny(const T* from, T* to, std::size_t m, std::size_t n, bool diagonal, 
     return values.areFinite();
 }
 
+/// Has the processor fetch n scalars while it does something else.
+template <class T> void askFor(const T* scalars, std::size_t n)
+{
+    constexpr std::size_t kLine = 64 / sizeof(T);
+    for (std::size_t i = 0; i < n; i += kLine)
+        __builtin_prefetch(scalars + i);
+}
+
 /// The slot of column c in block row r.
 template <class T>
 unsigned int slotOf(const SparseMatrix<T>& matrix, unsigned int r, unsigned int c)
@@ -223,19 +231,12 @@ template <class T> void ValueScatter<T>::link(const BlockMatrix<T>& A)
             m_moves[*slot++].from = entry.values;
 }
 
-template <class T> void ValueScatter<T>::askFor(const Move& move)
-{
-    constexpr std::size_t kLine = 64 / sizeof(T);
-    const std::size_t scalars = std::size_t(move.rows) * move.columns;
-    for (std::size_t i = 0; i < scalars; i += kLine)
-        __builtin_prefetch(move.from + i);
-}
-
 template <class T> Status ValueScatter<T>::run(const BlockMatrix<T>& A) const
 {
     const Move* const end = m_moves.data() + m_moves.size() - kBlocksAhead;
     for (const Move* move = m_moves.data(); move != end; ++move) {
-        askFor(move[kBlocksAhead]);
+        const Move& ahead = move[kBlocksAhead];
+        askFor(ahead.from, std::size_t(ahead.rows) * ahead.columns);
         if (!move->from)
             continue;
         const auto copy = move->columns == 3   ? copyAny<3, T>

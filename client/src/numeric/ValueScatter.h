@@ -49,8 +49,6 @@ public:
     static constexpr std::size_t kBytesPerBlock = sizeof(Move) + sizeof(unsigned int);
 
 private:
-    static void askFor(const Move& move);
-
     /// Per slot of the target, which is written from its beginning to its end: A is read here and
     /// there, but can be asked for ahead. Some that read nothing follow.
     std::vector<Move> m_moves;
